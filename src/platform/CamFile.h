@@ -1,0 +1,68 @@
+#pragma once
+
+#include "CamProperty.h"
+#include "ConstCamProperty.h"
+#include "Error.h"
+
+#include <optional>
+#include <string>
+
+struct _xmlDoc;
+
+namespace Lumex {
+
+// One markup document, owning its whole node tree. Loading never fetches anything beyond the file
+// itself: external entities and document types are refused, and entity expansion is bounded, so a
+// hostile file can neither read other files nor exhaust memory. Text, white space and comments are
+// kept exactly, so a document read and written again keeps them.
+class CamFile
+{
+public:
+    enum SourceBufferType
+    {
+        // The text is a file path in the local 8-bit encoding; a null text makes an empty document.
+        SourcePath = 0,
+        // The text is the document itself, UTF-8 unless it declares otherwise.
+        SourceText = 1,
+        // The text is the name of the root element of a new document.
+        SourceRootName = 2
+    };
+
+    CamFile();
+    CamFile(const char* a_text, SourceBufferType a_type);
+    CamFile(const char* a_text, int a_type);
+    CamFile(const CamFile&) = delete;
+    CamFile& operator=(const CamFile&) = delete;
+    CamFile(CamFile&& a_other) noexcept;
+    CamFile& operator=(CamFile&& a_other) noexcept;
+    virtual ~CamFile();
+
+    // Replaces the document when loading succeeds; otherwise keeps it and returns every diagnostic
+    // found, in document order.
+    Error load(const char* a_text, SourceBufferType a_type);
+    Error load(const char* a_text, int a_type);
+    // What the constructor's loading or creation reported.
+    Error status() const;
+    bool isEmpty() const;
+
+    CamProperty root();
+    ConstCamProperty root() const;
+
+    // The declaration written ahead of the root, either whole ("<?xml version="1.0"?>") or as its
+    // pseudo-attributes ("version="1.0" encoding="ISO-8859-1""). Null restores the default
+    // <?xml version="1.0" encoding="UTF-8"?>; an empty text writes none. The encoding named is the
+    // one written; it must be one in which the declaration reads as ASCII.
+    void setDeclaration(const char* a_declaration);
+    // Writes the whole document as it is, without reformatting; the file is replaced only once it
+    // has been written completely.
+    Error write(const char* a_path) const;
+
+private:
+    void replaceDocument(_xmlDoc* a_document);
+
+    _xmlDoc* m_document = nullptr;
+    std::optional<std::string> m_declaration;
+    Error m_status;
+};
+
+} // namespace Lumex
