@@ -18,7 +18,7 @@ ActionBase::Result ActionBase::unapply()
     if (!m_applied)
         return Nothing;
     const Result result = onUnapply();
-    if (result != Done && result != DoneGoOn)
+    if (result != Done)
         return result;
     m_applied = false;
     emit stateChanged(false);
@@ -30,7 +30,7 @@ ActionBase::Result ActionBase::reapply()
     if (m_applied)
         return Nothing;
     const Result result = onReapply();
-    if (result != Done && result != DoneGoOn)
+    if (result != Done)
         return result;
     m_applied = true;
     emit stateChanged(true);

@@ -20,7 +20,7 @@ public:
     {
         Nothing = 0,  // already in the asked state
         Done = 1,     // the state flipped
-        DoneGoOn = 2, // flipped, and the stack goes straight on to the next action
+        DoneGoOn = 2, // done, and the stack goes straight on to the next action
         Failed = 3    // the stack stops where it is
     };
     Q_ENUM(Result)
@@ -41,8 +41,8 @@ signals:
     void stateChanged(bool a_applied);
 
 protected:
-    // Done and DoneGoOn flip the applied flag. DoneGoOn must flip it too: an action whose undo went on
-    // to the next one has to run its redo body again when the stack comes back over it.
+    // Only Done flips the applied flag: DoneGoOn belongs to actions that are no step of their own, such
+    // as markers that only carry the stack on to the next action.
     virtual Result onUnapply() = 0;
     virtual Result onReapply() = 0;
 

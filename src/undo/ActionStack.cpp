@@ -205,13 +205,9 @@ void ActionStack::unapply()
     bool ran = false;
     while (m_index > 0) {
         ran = true;
-        const QSharedPointer<ActionBase> action = m_actions.at(m_index - 1);
-        const ActionBase::Result result = action->unapply();
-        if (result == ActionBase::Failed)
-            break;
         --m_index;
         stepOffset(-1);
-        if (result != ActionBase::DoneGoOn)
+        if (m_actions.at(m_index)->unapply() != ActionBase::DoneGoOn)
             break;
     }
     if (ran)
@@ -227,10 +223,7 @@ void ActionStack::reapply()
     bool ran = false;
     while (m_index < m_actions.size()) {
         ran = true;
-        const QSharedPointer<ActionBase> action = m_actions.at(m_index);
-        const ActionBase::Result result = action->reapply();
-        if (result == ActionBase::Failed)
-            break;
+        const ActionBase::Result result = m_actions.at(m_index)->reapply();
         ++m_index;
         stepOffset(1);
         if (result != ActionBase::DoneGoOn)
@@ -241,6 +234,8 @@ void ActionStack::reapply()
     emitActionEnabled();
 }
 
+// Every action passed counts as a step, also one that failed: the stack moves past it and stops, so
+// that undo and redo stay possible around a command whose element is gone.
 void ActionStack::setIndex(int a_index)
 {
     if (a_index < 0 || a_index > m_actions.size() || a_index == m_index || m_busy)
@@ -248,43 +243,35 @@ void ActionStack::setIndex(int a_index)
     const QScopedValueRollback<bool> busy(m_busy, true);
     bool stopped = false;
     while (m_index < a_index) {
-        const QSharedPointer<ActionBase> action = m_actions.at(m_index);
-        const ActionBase::Result result = action->reapply();
+        const ActionBase::Result result = m_actions.at(m_index)->reapply();
+        ++m_index;
+        stepOffset(1);
         flushDelayQueue();
         if (result == ActionBase::Failed) {
             stopped = true;
             break;
         }
-        ++m_index;
-        stepOffset(1);
     }
     while (!stopped && m_index > a_index) {
-        const QSharedPointer<ActionBase> action = m_actions.at(m_index - 1);
-        const ActionBase::Result result = action->unapply();
+        --m_index;
+        stepOffset(-1);
+        const ActionBase::Result result = m_actions.at(m_index)->unapply();
         flushDelayQueue();
         if (result == ActionBase::Failed)
             break;
-        --m_index;
-        stepOffset(-1);
     }
     emit stateChanged();
     emitActionEnabled();
 }
 
-// Applied actions go first, oldest first. When more must go than are applied, the rest comes off the
-// newest end of the redo tail: a redo action kept without the ones before it would be replayed on a
-// state it was never made for.
+// The oldest actions go, so that exactly maxDepth remain.
 void ActionStack::trimToMaxDepth()
 {
     const int excess = m_actions.size() - m_maxDepth;
     if (excess <= 0)
         return;
-    const int fromFront = qMin(excess, m_index);
-    m_actions.erase(m_actions.begin(), m_actions.begin() + fromFront);
-    m_index -= fromFront;
-    const int fromBack = excess - fromFront;
-    m_actions.erase(m_actions.end() - fromBack, m_actions.end());
-    m_index = qBound(0, m_index, m_actions.size());
+    m_actions.erase(m_actions.begin(), m_actions.begin() + excess);
+    m_index = qBound(0, m_index - excess, m_actions.size());
 }
 
 void ActionStack::emitActionEnabled()
