@@ -1,0 +1,85 @@
+#include "LumexTree.h"
+
+#include "LumexTreeElement.h"
+#include "LumexTreeMode.h"
+
+namespace Orvex {
+
+LumexTree::LumexTree(const QString& a_file, QObject* a_parent)
+    : QObject(a_parent), m_file(a_file), m_root(new LumexTreeElement(this))
+{
+}
+
+LumexTree::~LumexTree() = default;
+
+void LumexTree::setFile(const QString& a_file)
+{
+    m_file = a_file;
+}
+
+LumexTreeElement* LumexTree::root() const
+{
+    return m_root;
+}
+
+LumexTreeElement* LumexTree::elementByPath(const QStringList& a_path, bool a_schemaCompliant)
+{
+    return m_root ? m_root->descendantByPath(a_path, a_schemaCompliant) : nullptr;
+}
+
+LumexTreeMode* LumexTree::attachMode(QObject* a_modeObj)
+{
+    if (!a_modeObj)
+        return nullptr;
+    LumexTreeElement* modes = elementByPath(
+        {QStringLiteral("quarnel_config"), QStringLiteral("camera"), QStringLiteral("modes")}, true);
+    if (!modes)
+        return nullptr;
+    // Attached modes are "mode" children too; only the template recorded from the schema is copied.
+    for (const LumexTreeElement* candidate : modes->childElements(QStringLiteral("mode"))) {
+        if (!candidate->isModeElement())
+            return new LumexTreeMode(*candidate, a_modeObj, modes);
+    }
+    return nullptr;
+}
+
+LumexTreeMode* LumexTree::modeNode(const QObject* a_modeObj) const
+{
+    if (!a_modeObj)
+        return nullptr;
+    for (const AttachedMode& attached : m_modes) {
+        if (attached.m_modeObject == a_modeObj && attached.m_node && attached.m_node->parentElement())
+            return attached.m_node;
+    }
+    return nullptr;
+}
+
+QList<LumexTreeMode*> LumexTree::attachedModes() const
+{
+    QList<LumexTreeMode*> nodes;
+    for (const AttachedMode& attached : m_modes) {
+        if (attached.m_node && attached.m_node->parentElement())
+            nodes.append(attached.m_node);
+    }
+    return nodes;
+}
+
+void LumexTree::removeMode(QObject* a_modeObj)
+{
+    for (int i = m_modes.size() - 1; i >= 0; --i) {
+        const AttachedMode attached = m_modes.at(i);
+        if (attached.m_node && attached.m_modeObject != a_modeObj)
+            continue;
+        m_modes.removeAt(i);
+        if (attached.m_node)
+            attached.m_node->removeSelf();
+    }
+}
+
+void LumexTree::trackMode(LumexTreeMode* a_node, QObject* a_modeObj)
+{
+    m_modes.append({a_modeObj, a_node});
+    connect(a_modeObj, &QObject::destroyed, this, &LumexTree::removeMode, Qt::UniqueConnection);
+}
+
+} // namespace Orvex

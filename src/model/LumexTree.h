@@ -1,0 +1,59 @@
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QStringList>
+
+namespace Orvex {
+
+class LumexTreeElement;
+class LumexTreeMode;
+
+// The camera file of one open document, held in memory with everything it contains.
+class LumexTree : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QString file READ file WRITE setFile)
+
+public:
+    explicit LumexTree(const QString& a_file, QObject* a_parent = nullptr);
+    ~LumexTree() override;
+
+    QString file() const { return m_file; }
+    void setFile(const QString& a_file);
+
+    // Stands above the file's own root element "quarnel_config".
+    LumexTreeElement* root() const;
+
+    // Walks the names down from the root, creating what is missing with a_schemaCompliant.
+    LumexTreeElement* elementByPath(const QStringList& a_path, bool a_schemaCompliant);
+
+    // Appends a copy of the mode template for a_modeObj; the node goes away with the object.
+    // Null when a_modeObj is null or the schema recorded no mode template.
+    LumexTreeMode* attachMode(QObject* a_modeObj);
+    LumexTreeMode* modeNode(const QObject* a_modeObj) const;
+    QList<LumexTreeMode*> attachedModes() const;
+
+public slots:
+    void removeMode(QObject* a_modeObj);
+
+private:
+    friend class LumexTreeMode;
+    void trackMode(LumexTreeMode* a_node, QObject* a_modeObj);
+
+    struct AttachedMode
+    {
+        // Compared only, never dereferenced: by the time destroyed() reaches us the object is
+        // half gone and every guarded pointer to it is already null.
+        const QObject* m_modeObject = nullptr;
+        QPointer<LumexTreeMode> m_node;
+    };
+
+    QString m_file;
+    QPointer<LumexTreeElement> m_root;
+    QList<AttachedMode> m_modes;
+};
+
+} // namespace Orvex

@@ -1,0 +1,114 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QStringList>
+
+namespace Orvex {
+
+class LumexTree;
+class LumexTreeMode;
+
+// One node of a camera file held in memory: an element, attribute, text or comment, in file order.
+// Nodes the schema does not know are kept as non-compliant nodes so that saving writes them back.
+class LumexTreeElement : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QString name READ name WRITE setName)
+    Q_PROPERTY(QByteArray value READ value WRITE setValue)
+    Q_PROPERTY(qint64 elementId READ elementId WRITE setElementId)
+    Q_PROPERTY(qint64 baseElementId READ baseElementId)
+    Q_PROPERTY(bool isModeElement READ isModeElement)
+    Q_PROPERTY(bool isText READ isText WRITE setIsText)
+    Q_PROPERTY(bool isAttribute READ isAttribute WRITE setIsAttribute)
+    Q_PROPERTY(bool isComment READ isComment WRITE setIsComment)
+    Q_PROPERTY(bool isSchemaCompliant READ isSchemaCompliant WRITE setIsSchemaCompliant)
+    Q_PROPERTY(bool allSchemaCompliant READ allSchemaCompliant)
+
+public:
+    // Deep copy appended as the last child of a_parent (or standing alone when a_parent is null):
+    // name and flags are copied, value and element id start empty, children are copied recursively
+    // and mode nodes among them stay mode nodes of the same mode object.
+    LumexTreeElement(const LumexTreeElement& a_other, LumexTreeElement* a_parent);
+    ~LumexTreeElement() override;
+
+    LumexTree* tree() const;
+    LumexTreeElement* parentElement() const { return m_parent; }
+
+    QString name() const { return m_name; }
+    void setName(const QString& a_name);
+    QByteArray value() const { return m_value; }
+    void setValue(const QByteArray& a_value);
+    qint64 elementId() const { return m_elementId; }
+    void setElementId(qint64 a_elementId);
+    qint64 baseElementId() const;
+    virtual bool isModeElement() const;
+
+    // Each setter keeps the node kinds consistent and returns whether the flag now has the
+    // requested value.
+    bool isText() const { return m_isText; }
+    bool setIsText(bool a_isText);
+    bool isAttribute() const { return m_isAttribute; }
+    bool setIsAttribute(bool a_isAttribute);
+    bool isComment() const { return m_isComment; }
+    bool setIsComment(bool a_isComment);
+    bool isSchemaCompliant() const { return m_isSchemaCompliant; }
+    bool setIsSchemaCompliant(bool a_isSchemaCompliant);
+    bool allSchemaCompliant() const;
+
+    int childCount() const { return m_children.size(); }
+    int childCount(const QString& a_name) const;
+    LumexTreeElement* childAt(int a_index) const;
+    LumexTreeElement* childByName(const QString& a_name, int a_index = 0) const;
+    QList<LumexTreeElement*> childElements() const { return m_children; }
+    QList<LumexTreeElement*> childElements(const QString& a_name) const;
+    LumexTreeMode* modeNode(const QObject* a_modeObj) const;
+
+    LumexTreeElement* addChild(const QString& a_name);
+    LumexTreeElement* cloneChild(const QString& a_name);
+
+    // Null unless this node's own path is a prefix of a_path; missing nodes below it are created.
+    LumexTreeElement* descendantByPath(const QStringList& a_path, bool a_schemaCompliant);
+    QStringList path() const;
+
+    // Removed nodes leave the tree at once but are deleted by the event loop, so that a node
+    // removed while a signal is handled stays valid until the handler returns.
+    bool removeChildAt(int a_index);
+    bool removeChild(LumexTreeElement* a_child);
+    void removeSelf();
+    void prune();
+
+    QStringList dump() const;
+
+protected:
+    LumexTreeElement(const QString& a_name, LumexTreeElement* a_parent);
+    void becomeModeNode(qint64 a_elementId);
+
+private:
+    friend class LumexTree;
+    explicit LumexTreeElement(LumexTree* a_tree);
+
+    static LumexTreeElement* copyNode(const LumexTreeElement& a_source, LumexTreeElement* a_parent);
+    // Text, attribute and comment exclude one another; a_allowed says whether this node may take a_kind.
+    bool setLeafKind(bool LumexTreeElement::*a_kind, bool a_on, bool a_allowed);
+    void attachTo(LumexTreeElement* a_parent);
+    void takeChildAt(int a_index);
+    void copyChildrenFrom(const QList<LumexTreeElement*>& a_sources);
+    void dumpInto(QStringList& a_lines, int a_depth) const;
+
+    QPointer<LumexTree> m_tree;
+    LumexTreeElement* m_parent = nullptr;
+    QString m_name;
+    QByteArray m_value;
+    qint64 m_elementId = 0;
+    bool m_isText = false;
+    bool m_isAttribute = false;
+    bool m_isComment = false;
+    bool m_isSchemaCompliant = false;
+    QList<LumexTreeElement*> m_children;
+};
+
+} // namespace Orvex
