@@ -3,11 +3,10 @@
 #include "LumexTreeMode.h"
 
 #include <QCoreApplication>
+#include <QMap>
 #include <QMetaProperty>
 #include <QPointer>
 #include <QTest>
-
-#include <QMap>
 
 #include <memory>
 
@@ -80,18 +79,15 @@ class TestLumexTree : public QObject
     Q_OBJECT
 
 private slots:
-    void treeInterface();
-    void propertyOrder();
+    void treeAndProperties();
     void flagSetters_data();
     void flagSetters();
-    void modeNodeKeepsItsKind();
     void schemaCompliance();
     void addingChildMakesPlainElement_data();
     void addingChildMakesPlainElement();
     void baseElementId_data();
     void baseElementId();
-    void childLookup();
-    void elementByPath();
+    void lookupAndPaths();
     void descendantByPath_data();
     void descendantByPath();
     void attachMode();
@@ -102,31 +98,21 @@ private slots:
     void removeChildAndSelf();
     void prune();
     void deepCopy();
-    void dump();
 };
 
-void TestLumexTree::treeInterface()
+void TestLumexTree::treeAndProperties()
 {
     LumexTree tree(QStringLiteral("/cams/a.lumex"));
-    QCOMPARE(tree.property("file").toString(), QStringLiteral("/cams/a.lumex"));
     QVERIFY(tree.setProperty("file", QStringLiteral("/cams/b.lumex")));
     QCOMPARE(tree.file(), QStringLiteral("/cams/b.lumex"));
     QCOMPARE(tree.metaObject()->propertyCount() - tree.metaObject()->propertyOffset(), 1);
     QVERIFY(tree.metaObject()->indexOfSlot("removeMode(QObject*)") >= 0);
 
     LumexTreeElement* root = tree.root();
-    QVERIFY(root);
-    QVERIFY(root->name().isEmpty());
-    QVERIFY(!root->parentElement());
+    QVERIFY(root && root->name().isEmpty() && !root->parentElement() && root->isSchemaCompliant());
     QCOMPARE(root->parent(), &tree);
     QCOMPARE(root->tree(), &tree);
-    QVERIFY(root->isSchemaCompliant());
-    QVERIFY(root->path().isEmpty());
-    QCOMPARE(root->baseElementId(), 0);
-}
 
-void TestLumexTree::propertyOrder()
-{
     const QMetaObject& meta = LumexTreeElement::staticMetaObject;
     const QStringList names{"name",   "value",       "elementId", "baseElementId",     "isModeElement",
                             "isText", "isAttribute", "isComment", "isSchemaCompliant", "allSchemaCompliant"};
@@ -139,13 +125,12 @@ void TestLumexTree::propertyOrder()
     }
     QCOMPARE(meta.property(meta.indexOfProperty("value")).userType(), int(QMetaType::QByteArray));
     QCOMPARE(meta.property(meta.indexOfProperty("elementId")).userType(), int(QMetaType::LongLong));
-    QCOMPARE(LumexTreeMode::staticMetaObject.indexOfProperty("isModeElement"),
-             meta.indexOfProperty("isModeElement"));
 }
 
 void TestLumexTree::flagSetters_data()
 {
     QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("mode");
     QTest::addColumn<bool>("withChild");
     QTest::addColumn<QString>("preset");
     QTest::addColumn<QString>("flag");
@@ -154,41 +139,44 @@ void TestLumexTree::flagSetters_data()
     // Expected flags afterwards, in the order text, attribute, comment, schema compliant.
     QTest::addColumn<QString>("flags");
 
-    QTest::newRow("text clears attribute") << "" << false << "isAttribute"
+    QTest::newRow("text clears attribute") << "" << false << false << "isAttribute"
                                            << "isText" << true << true << "1001";
-    QTest::newRow("text clears comment") << "" << false << "isComment"
+    QTest::newRow("text clears comment") << "" << false << false << "isComment"
                                          << "isText" << true << true << "1000";
-    QTest::newRow("text refused with name") << "w" << false << ""
+    QTest::newRow("text refused with name") << "w" << false << false << ""
                                             << "isText" << true << false << "0001";
-    QTest::newRow("text refused with child") << "" << true << ""
+    QTest::newRow("text refused with child") << "" << false << true << ""
                                              << "isText" << true << false << "0001";
-    QTest::newRow("text cleared") << "" << false << "isText"
+    QTest::newRow("text cleared") << "" << false << false << "isText"
                                   << "isText" << false << true << "0001";
-    QTest::newRow("comment leaves schema") << "" << false << "isText"
+    QTest::newRow("comment leaves schema") << "" << false << false << "isText"
                                            << "isComment" << true << true << "0010";
-    QTest::newRow("comment refused with name") << "w" << false << ""
+    QTest::newRow("comment refused with name") << "w" << false << false << ""
                                                << "isComment" << true << false << "0001";
-    QTest::newRow("comment refused with child") << "" << true << ""
+    QTest::newRow("comment refused with child") << "" << false << true << ""
                                                 << "isComment" << true << false << "0001";
-    QTest::newRow("attribute with name") << "unit" << false << ""
-                                         << "isAttribute" << true << true << "0101";
-    QTest::newRow("attribute clears text") << "" << false << "isText"
-                                           << "isAttribute" << true << true << "0101";
-    QTest::newRow("attribute clears comment") << "" << false << "isComment"
+    QTest::newRow("attribute named") << "unit" << false << false << ""
+                                     << "isAttribute" << true << true << "0101";
+    QTest::newRow("attribute clears comment") << "" << false << false << "isComment"
                                               << "isAttribute" << true << true << "0100";
-    QTest::newRow("attribute refused with child") << "a" << true << ""
+    QTest::newRow("attribute refused with child") << "a" << false << true << ""
                                                   << "isAttribute" << true << false << "0001";
-    QTest::newRow("compliant clears comment") << "" << false << "isComment"
+    QTest::newRow("compliant clears comment") << "" << false << false << "isComment"
                                               << "isSchemaCompliant" << true << true << "0001";
-    QTest::newRow("compliant already") << "a" << false << ""
-                                       << "isSchemaCompliant" << true << true << "0001";
-    QTest::newRow("not compliant") << "a" << false << "isAttribute"
-                                   << "isSchemaCompliant" << false << true << "0100";
+    QTest::newRow("mode never text") << "" << true << false << ""
+                                     << "isText" << true << false << "0001";
+    QTest::newRow("mode never attribute") << "" << true << false << ""
+                                          << "isAttribute" << true << false << "0001";
+    QTest::newRow("mode never comment") << "" << true << false << ""
+                                        << "isComment" << true << false << "0001";
+    QTest::newRow("mode always compliant") << "" << true << true << ""
+                                           << "isSchemaCompliant" << false << false << "0001";
 }
 
 void TestLumexTree::flagSetters()
 {
     QFETCH(QString, name);
+    QFETCH(bool, mode);
     QFETCH(bool, withChild);
     QFETCH(QString, preset);
     QFETCH(QString, flag);
@@ -197,55 +185,40 @@ void TestLumexTree::flagSetters()
     QFETCH(QString, flags);
 
     LumexTree tree(QString{});
-    LumexTreeElement* node = tree.elementByPath({"quarnel_config", name}, true);
+    FakeModeElement modeObject(42);
+    tree.elementByPath(modesPath + QStringList{"mode"}, true);
+    LumexTreeElement* node =
+        mode ? tree.attachMode(&modeObject) : tree.elementByPath({"quarnel_config", name}, true);
+    QVERIFY(node);
     if (!preset.isEmpty())
         QVERIFY(setFlag(node, preset, true));
     if (withChild)
-        node->addChild("child");
+        QVERIFY(node->addChild("child")->setIsSchemaCompliant(true));
 
     QCOMPARE(setFlag(node, flag, request), returned);
     const QString actual = QString::number(node->isText()) + QString::number(node->isAttribute()) +
                            QString::number(node->isComment()) + QString::number(node->isSchemaCompliant());
     QCOMPARE(actual, flags);
     QCOMPARE(node->property(flag.toLatin1()).toBool() == request, returned);
-}
-
-void TestLumexTree::modeNodeKeepsItsKind()
-{
-    LumexTree tree(QString{});
-    FakeModeElement modeObject(42);
-    tree.elementByPath(modesPath + QStringList{"mode"}, true);
-    LumexTreeMode* mode = tree.attachMode(&modeObject);
-    QVERIFY(mode);
-    QVERIFY(mode->addChild("Acquisition")->setIsSchemaCompliant(true));
-
-    for (const char* flag : {"isText", "isAttribute", "isComment"})
-        QVERIFY2(!setFlag(mode, flag, true), flag);
-    QVERIFY(!mode->setIsSchemaCompliant(false));
-    QVERIFY(!mode->isText() && !mode->isAttribute() && !mode->isComment());
-    QVERIFY(mode->allSchemaCompliant());
-    mode->setElementId(5);
-    QCOMPARE(mode->elementId(), 42);
+    if (withChild)
+        QCOMPARE(node->childAt(0)->isSchemaCompliant(), node->isSchemaCompliant());
 }
 
 void TestLumexTree::schemaCompliance()
 {
     LumexTree tree(QString{});
     LumexTreeElement* config = tree.elementByPath({"quarnel_config"}, true);
-    LumexTreeElement* unknown = config->addChild("vendor");
-    LumexTreeElement* below = unknown->addChild("x");
+    LumexTreeElement* below = config->addChild("vendor")->addChild("x");
     QVERIFY(!below->setIsSchemaCompliant(true));
     QVERIFY(!below->isSchemaCompliant());
 
     LumexTreeElement* deep = tree.elementByPath({"quarnel_config", "camera", "modes", "mode"}, true);
     LumexTreeElement* camera = deep->parentElement()->parentElement();
-    QVERIFY(config->allSchemaCompliant() == false);
+    QVERIFY(!config->allSchemaCompliant());
     QVERIFY(camera->allSchemaCompliant());
     QVERIFY(camera->setIsSchemaCompliant(false));
-    QVERIFY(!camera->allSchemaCompliant());
     for (const LumexTreeElement* node = deep; node != config; node = node->parentElement())
         QVERIFY2(!node->isSchemaCompliant(), qPrintable(node->name()));
-
     QVERIFY(camera->setIsSchemaCompliant(true));
     QVERIFY(!deep->isSchemaCompliant());
     QVERIFY(!camera->allSchemaCompliant());
@@ -271,21 +244,16 @@ void TestLumexTree::addingChildMakesPlainElement()
     LumexTreeElement* config = tree.elementByPath({"quarnel_config"}, true);
     LumexTreeElement* node = config->addChild(QString());
     QVERIFY(setFlag(node, preset, true));
-    LumexTreeElement* source = config->addChild("source");
-
     LumexTreeElement* child = nullptr;
     if (how == "addChild")
         child = node->addChild("a");
     else if (how == "descendantByPath")
         child = node->descendantByPath({"quarnel_config", "", "a"}, false);
     else
-        child = new LumexTreeElement(*source, node);
+        child = new LumexTreeElement(*config->addChild("source"), node);
 
-    QVERIFY(child);
     QCOMPARE(child->parentElement(), node);
-    QVERIFY(!node->isText());
-    QVERIFY(!node->isAttribute());
-    QVERIFY(!node->isComment());
+    QVERIFY(!node->isText() && !node->isAttribute() && !node->isComment());
 }
 
 void TestLumexTree::baseElementId_data()
@@ -298,8 +266,7 @@ void TestLumexTree::baseElementId_data()
     QTest::newRow("parent") << QList<qint64>{0, 4, 9} << 2 << qint64(4);
     QTest::newRow("nearest wins") << QList<qint64>{3, 4, 0, 0} << 3 << qint64(4);
     QTest::newRow("far ancestor") << QList<qint64>{3, 0, 0, 0} << 3 << qint64(3);
-    QTest::newRow("none") << QList<qint64>{0, 0, 0} << 2 << qint64(0);
-    QTest::newRow("top") << QList<qint64>{5} << 0 << qint64(0);
+    QTest::newRow("below the root") << QList<qint64>{5} << 0 << qint64(0);
 }
 
 void TestLumexTree::baseElementId()
@@ -316,60 +283,38 @@ void TestLumexTree::baseElementId()
         node->setElementId(id);
         chain << node;
     }
-    QCOMPARE(chain.at(depth)->baseElementId(), expected);
     QCOMPARE(chain.at(depth)->property("baseElementId").toLongLong(), expected);
+    QCOMPARE(tree.root()->baseElementId(), 0);
 }
 
-void TestLumexTree::childLookup()
-{
-    LumexTree tree(QString{});
-    LumexTreeElement* node = tree.root()->addChild("category");
-    LumexTreeElement* a0 = node->addChild("a");
-    LumexTreeElement* b0 = node->addChild("b");
-    LumexTreeElement* a1 = node->addChild("a");
-
-    QCOMPARE(node->childByName("a"), a0);
-    QCOMPARE(node->childByName("a", 1), a1);
-    QCOMPARE(node->childByName("a", 2), nullptr);
-    QCOMPARE(node->childByName("a", -1), nullptr);
-    QCOMPARE(node->childByName("c"), nullptr);
-    QCOMPARE(node->childCount("a"), 2);
-    QCOMPARE(node->childCount("c"), 0);
-    QCOMPARE(node->childCount(), 3);
-    QCOMPARE(node->childElements("a"), (QList<LumexTreeElement*>{a0, a1}));
-    QCOMPARE(node->childElements(), (QList<LumexTreeElement*>{a0, b0, a1}));
-    QCOMPARE(node->childAt(1), b0);
-    QCOMPARE(node->childAt(3), nullptr);
-    QCOMPARE(a1->path(), (QStringList{"category", "a"}));
-
-    QVERIFY(!a0->isSchemaCompliant() && !a0->isText() && !a0->isAttribute() && !a0->isComment());
-    QCOMPARE(a0->elementId(), 0);
-    QVERIFY(a0->value().isEmpty());
-    QCOMPARE(a0->parent(), node);
-}
-
-void TestLumexTree::elementByPath()
+void TestLumexTree::lookupAndPaths()
 {
     LumexTree tree(QString{});
     QCOMPARE(tree.elementByPath({}, false), tree.root());
-
     LumexTreeElement* camera = tree.elementByPath({"quarnel_config", "camera"}, true);
+    QVERIFY(camera->isSchemaCompliant() && camera->parentElement()->isSchemaCompliant());
     QCOMPARE(camera->path(), (QStringList{"quarnel_config", "camera"}));
-    QVERIFY(camera->isSchemaCompliant());
-    QVERIFY(camera->parentElement()->isSchemaCompliant());
     QCOMPARE(tree.elementByPath({"quarnel_config", "camera"}, false), camera);
     QVERIFY(camera->isSchemaCompliant());
 
-    LumexTreeElement* vendor = tree.elementByPath({"quarnel_config", "camera", "vendor"}, false);
-    QVERIFY(!vendor->isSchemaCompliant());
-    QVERIFY(camera->isSchemaCompliant());
-    LumexTreeElement* underVendor = tree.elementByPath({"quarnel_config", "camera", "vendor", "x"}, true);
-    QVERIFY(!underVendor->isSchemaCompliant());
+    LumexTreeElement* a0 = camera->addChild("a");
+    QVERIFY(!a0->isSchemaCompliant() && a0->value().isEmpty() && a0->elementId() == 0);
+    LumexTreeElement* b0 = camera->addChild("b");
+    LumexTreeElement* a1 = camera->addChild("a");
+    QCOMPARE(camera->childByName("a", 1), a1);
+    QCOMPARE(camera->childByName("a", 2), nullptr);
+    QCOMPARE(camera->childByName("a", -1), nullptr);
+    QCOMPARE(camera->childCount("a"), 2);
+    QCOMPARE(camera->childElements("a"), (QList<LumexTreeElement*>{a0, a1}));
+    QCOMPARE(camera->childElements(), (QList<LumexTreeElement*>{a0, b0, a1}));
+    QCOMPARE(camera->childAt(3), nullptr);
 
-    LumexTreeElement* second = camera->addChild("vendor");
-    QCOMPARE(tree.elementByPath({"quarnel_config", "camera", "vendor", "x"}, true), underVendor);
-    QCOMPARE(second->childCount(), 0);
-    QCOMPARE(shape(tree.root()), QStringLiteral("(quarnel_config(camera(vendor(x),vendor)))"));
+    // The first child of a name is followed; missing levels take the flag, unless their parent is unknown.
+    LumexTreeElement* x = tree.elementByPath({"quarnel_config", "camera", "a", "x"}, true);
+    QCOMPARE(x->parentElement(), a0);
+    QVERIFY(!x->isSchemaCompliant());
+    QVERIFY(!tree.elementByPath({"quarnel_config", "vendor"}, false)->isSchemaCompliant());
+    QCOMPARE(shape(tree.root()), QStringLiteral("(quarnel_config(camera(a(x),b,a),vendor))"));
 }
 
 void TestLumexTree::descendantByPath_data()
@@ -382,7 +327,6 @@ void TestLumexTree::descendantByPath_data()
     QTest::newRow("shorter") << QStringList{"a"} << QStringList{};
     QTest::newRow("other top") << QStringList{"x", "b", "c"} << QStringList{};
     QTest::newRow("sibling branch") << QStringList{"a", "c", "b"} << QStringList{};
-    QTest::newRow("empty") << QStringList{} << QStringList{};
 }
 
 void TestLumexTree::descendantByPath()
@@ -398,7 +342,6 @@ void TestLumexTree::descendantByPath()
         QCOMPARE(found, nullptr);
         QCOMPARE(shape(tree.root()), before);
     } else {
-        QVERIFY(found);
         QCOMPARE(found->path(), expectedPath);
         QVERIFY(found->isSchemaCompliant());
     }
@@ -414,37 +357,28 @@ void TestLumexTree::attachMode()
 
     QCOMPARE(tree.attachMode(nullptr), nullptr);
     LumexTreeMode* mode = tree.attachMode(&first);
-    QVERIFY(mode);
     QCOMPARE(modes->childElements().last(), mode);
-    QCOMPARE(mode->parent(), modes);
     QCOMPARE(mode->modeObject(), &first);
-    QVERIFY(mode->isModeElement());
-    QVERIFY(mode->property("isModeElement").toBool());
-    QVERIFY(!modeTemplate->isModeElement());
+    QVERIFY(mode->property("isModeElement").toBool() && !modeTemplate->isModeElement());
+    QCOMPARE(mode->elementId(), 1001);
+    mode->setElementId(5);
     QCOMPARE(mode->elementId(), 1001);
     QCOMPARE(shape(mode), shape(modeTemplate));
-
     LumexTreeElement* width = mode->childByName("Acquisition")->childByName("Width");
-    QVERIFY(width->isSchemaCompliant());
-    QVERIFY(width->value().isEmpty());
-    QCOMPARE(width->elementId(), 0);
+    QVERIFY(width->isSchemaCompliant() && width->value().isEmpty() && width->elementId() == 0);
     QCOMPARE(width->baseElementId(), 1001);
     QVERIFY(width->childByName("unit")->isAttribute());
-    QVERIFY(width->childByName("unit")->value().isEmpty());
 
     // The template is copied, not the newest attached mode.
     mode->childByName("Acquisition")->addChild("extra");
     LumexTreeMode* other = tree.attachMode(&second);
     QCOMPARE(shape(other), shape(modeTemplate));
-    QCOMPARE(modes->modeNode(&first), mode);
     QCOMPARE(modes->modeNode(&second), other);
-    QCOMPARE(modeTemplate->modeNode(&first), nullptr);
-    QCOMPARE(tree.modeNode(&second), other);
+    QCOMPARE(tree.modeNode(&first), mode);
     QCOMPARE(tree.attachedModes(), (QList<LumexTreeMode*>{mode, other}));
 
     // Without the template recorded from the schema, attached modes alone are nothing to copy.
     QVERIFY(modes->removeChild(modeTemplate));
-    QVERIFY(modes->childByName("mode")->isModeElement());
     QCOMPARE(tree.attachMode(&first), nullptr);
     LumexTree bare(QString{});
     QCOMPARE(bare.attachMode(&first), nullptr);
@@ -477,23 +411,18 @@ void TestLumexTree::modeNodeGoesAway()
     // Copies of attached modes belong to the same objects and go away with them.
     LumexTreeElement* modesCopy = new LumexTreeElement(*modes, modes->parentElement());
     QPointer<LumexTreeMode> copy = modesCopy->modeNode(modeObject.get());
-    QVERIFY(copy);
     QCOMPARE(copy->elementId(), 3);
-    QCOMPARE(modes->childCount(), 3);
-    QCOMPARE(modesCopy->childCount(), 3);
 
     if (destroyObject)
         modeObject.reset();
     else
         QMetaObject::invokeMethod(&tree, "removeMode", Q_ARG(QObject*, modeObject.get()));
 
-    QCOMPARE(modes->childCount(), 2);
-    QCOMPARE(modesCopy->childCount(), 2);
-    QVERIFY(modes->modeNode(&survivor));
-    QCOMPARE(modes->modeNode(&survivor), tree.modeNode(&survivor));
+    QCOMPARE(shape(modes),
+             QStringLiteral("modes(mode(Acquisition(Width(unit))),mode(Acquisition(Width(unit))))"));
+    QCOMPARE(shape(modesCopy), shape(modes));
     QCOMPARE(tree.attachedModes().size(), 2);
-    QVERIFY(mode);
-    QVERIFY(!mode->parentElement());
+    QVERIFY(mode && !mode->parentElement());
     processDeferredDeletes();
     QVERIFY(!mode);
     QVERIFY(!copy);
@@ -526,15 +455,10 @@ void TestLumexTree::removeChildAt()
     QVERIFY(node->removeChildAt(index));
     QCOMPARE(node->childCount(), 2);
     QCOMPARE(node->childCount(removed), 0);
-    QVERIFY(children.value(removed));
-    QVERIFY(!children.value(removed)->parentElement());
+    QVERIFY(children.value(removed) && !children.value(removed)->parentElement());
     processDeferredDeletes();
     for (auto it = children.cbegin(); it != children.cend(); ++it)
         QCOMPARE(it.value().isNull(), it.key() == removed);
-
-    QVERIFY(node->removeChildAt(0));
-    QVERIFY(node->removeChildAt(0));
-    QVERIFY(!node->removeChildAt(0));
 }
 
 void TestLumexTree::removeChildAndSelf()
@@ -543,25 +467,17 @@ void TestLumexTree::removeChildAndSelf()
     LumexTreeElement* node = tree.root()->addChild("n");
     QPointer<LumexTreeElement> a = node->addChild("a");
     QPointer<LumexTreeElement> b = node->addChild("b");
-    LumexTreeElement* stranger = tree.root()->addChild("s");
 
-    QVERIFY(!node->removeChild(stranger));
-    QVERIFY(!node->removeChild(nullptr));
+    QVERIFY(!node->removeChild(tree.root()->addChild("s")));
     QVERIFY(node->removeChild(a));
     QVERIFY(!node->removeChild(a));
-    QVERIFY(a);
-    QVERIFY(!a->parentElement());
     b->removeSelf();
     QCOMPARE(node->childCount(), 0);
-
+    QVERIFY(!node->removeChildAt(0));
     QPointer<LumexTreeElement> detached = new LumexTreeElement(*node, nullptr);
-    QVERIFY(!detached->parent());
     detached->removeSelf();
     processDeferredDeletes();
-    QVERIFY(!a);
-    QVERIFY(!b);
-    QVERIFY(!detached);
-    QCOMPARE(shape(tree.root()), QStringLiteral("(n,s)"));
+    QVERIFY(!a && !b && !detached);
 }
 
 void TestLumexTree::prune()
@@ -569,17 +485,13 @@ void TestLumexTree::prune()
     LumexTree tree(QString{});
     LumexTreeElement* config = tree.elementByPath({"quarnel_config"}, true);
     tree.elementByPath({"quarnel_config", "camera", "modes", "mode", "Acquisition"}, true);
-    tree.elementByPath({"quarnel_config", "camera", "Name"}, true)->setValue("kept?");
+    tree.elementByPath({"quarnel_config", "camera", "Name"}, true)->setValue("value");
     tree.elementByPath({"quarnel_config", "camera", "vendor", "note"}, false);
     tree.elementByPath({"quarnel_config", "board", "Trigger"}, true);
     tree.elementByPath({"quarnel_config", "board", "unknown"}, false);
-    QPointer<LumexTreeElement> modes = tree.elementByPath({"quarnel_config", "camera", "modes"}, true);
 
     config->prune();
     QCOMPARE(shape(config), QStringLiteral("quarnel_config(camera(vendor(note)),board(unknown))"));
-    QVERIFY(modes);
-    processDeferredDeletes();
-    QVERIFY(!modes);
 }
 
 void TestLumexTree::deepCopy()
@@ -593,76 +505,38 @@ void TestLumexTree::deepCopy()
     comment->setIsComment(true);
     comment->setValue("keep me");
     LumexTreeMode* mode = tree.attachMode(&modeObject);
-    mode->childByName("Acquisition")->childByName("Width")->setElementId(99);
 
     LumexTreeElement* camera = modes->parentElement();
     LumexTreeElement* copy = new LumexTreeElement(*modes, camera);
     QCOMPARE(camera->childElements().last(), copy);
     QCOMPARE(shape(copy), shape(modes));
-    QVERIFY(copy->value().isEmpty());
-    QCOMPARE(copy->elementId(), 0);
-    QVERIFY(copy->isSchemaCompliant());
-    QVERIFY(copy->childAt(1)->isComment());
-    QVERIFY(!copy->childAt(1)->isSchemaCompliant());
-    QVERIFY(copy->childAt(1)->value().isEmpty());
+    QVERIFY(copy->value().isEmpty() && copy->elementId() == 0 && copy->isSchemaCompliant());
+    QVERIFY(copy->childAt(1)->isComment() && !copy->childAt(1)->isSchemaCompliant());
     QVERIFY(!copy->childAt(0)->isModeElement());
-    auto* copiedMode = static_cast<LumexTreeMode*>(copy->childAt(2));
-    QVERIFY(copiedMode->isModeElement());
+    auto* copiedMode = qobject_cast<LumexTreeMode*>(copy->childAt(2));
+    QVERIFY(copiedMode && copiedMode->isModeElement());
     QCOMPARE(copiedMode->modeObject(), &modeObject);
     QCOMPARE(copiedMode->elementId(), 55);
-    QCOMPARE(copiedMode->childByName("Acquisition")->childByName("Width")->elementId(), 0);
 
     // Copying a node into itself copies what it held before, once.
     LumexTreeElement* acquisition = mode->childByName("Acquisition");
-    LumexTreeElement* self = new LumexTreeElement(*acquisition, acquisition);
+    new LumexTreeElement(*acquisition, acquisition);
     QCOMPARE(shape(acquisition), QStringLiteral("Acquisition(Width(unit),Acquisition(Width(unit)))"));
-    QCOMPARE(self->parentElement(), acquisition);
 
     // Under unknown content a copy cannot claim to be known to the schema.
-    LumexTreeElement* vendor = camera->addChild("vendor");
-    LumexTreeElement* foreign = new LumexTreeElement(*acquisition, vendor);
-    QVERIFY(!foreign->isSchemaCompliant());
-    QVERIFY(!foreign->allSchemaCompliant());
+    LumexTreeElement* foreign = new LumexTreeElement(*acquisition, camera->addChild("vendor"));
+    QVERIFY(!foreign->isSchemaCompliant() && !foreign->allSchemaCompliant());
 
-    LumexTreeElement* clone = mode->cloneChild("Acquisition");
-    QCOMPARE(mode->childElements().last(), clone);
-    QCOMPARE(shape(clone), shape(acquisition));
+    QCOMPARE(shape(mode->cloneChild("Acquisition")), shape(acquisition));
+    QCOMPARE(mode->childElements().last()->name(), QStringLiteral("Acquisition"));
     QCOMPARE(mode->cloneChild("Missing"), nullptr);
-}
 
-void TestLumexTree::dump()
-{
-    LumexTree tree(QString{});
-    FakeModeElement modeObject(5);
-    LumexTreeElement* modes = addModeTemplate(tree)->parentElement();
-    LumexTreeElement* text = modes->addChild(QString());
-    text->setIsText(true);
-    text->setValue("stray text");
-    LumexTreeElement* comment = modes->addChild(QString());
-    comment->setIsComment(true);
-    comment->setValue("a remark");
-    tree.attachMode(&modeObject);
-
-    const QStringList lines = tree.root()->dump();
-    const QList<QStringList> expected{{"Element"},
-                                      {"Element", "quarnel_config"},
-                                      {"Element", "camera"},
-                                      {"Element", "modes"},
-                                      {"Element", "mode"},
-                                      {"Element", "Acquisition"},
-                                      {"Element", "Width", "640"},
-                                      {"Attribute", "unit", "px"},
-                                      {"Text", "stray text"},
-                                      {"Comment", "a remark"},
-                                      {"Mode", "mode"},
-                                      {"Element", "Acquisition"},
-                                      {"Element", "Width"},
-                                      {"Attribute", "unit"}};
-    QCOMPARE(lines.size(), expected.size());
-    for (int i = 0; i < lines.size(); ++i) {
-        for (const QString& part : expected.at(i))
-            QVERIFY2(lines.at(i).contains(part), qPrintable(lines.at(i) + " lacks " + part));
-    }
+    const QStringList lines = copy->dump();
+    QCOMPARE(lines.size(), 10);
+    QVERIFY(lines.at(4).contains("Attribute") && lines.at(4).contains("unit"));
+    QVERIFY(lines.at(5).contains("Comment"));
+    QVERIFY(lines.at(6).contains("Mode"));
+    QVERIFY(modes->dump().at(5).contains("keep me"));
 }
 
 QTEST_GUILESS_MAIN(TestLumexTree)
