@@ -1,0 +1,476 @@
+#include "QNDriver.h"
+#include "QNExceptionBase.h"
+#include "TestSupport.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QObject>
+#include <QSet>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <algorithm>
+#include <cstring>
+#include <thread>
+
+namespace {
+
+QStringList g_messages;
+
+void recordMessage(QtMsgType, const QMessageLogContext&, const QString& a_text)
+{
+    g_messages << a_text;
+}
+
+// Collects every message while it lives, so that a test can count the lines a load printed.
+class MessageRecorder
+{
+public:
+    MessageRecorder()
+    {
+        g_messages.clear();
+        m_previous = qInstallMessageHandler(recordMessage);
+    }
+    ~MessageRecorder() { qInstallMessageHandler(m_previous); }
+
+private:
+    QtMessageHandler m_previous = nullptr;
+};
+
+const char* const g_machine = R"({"boards": [
+    {"kind": "CameraLink", "mk2": true, "model": "Alpha CL", "variant": "Full", "serial": 11, "firmware": 2,
+     "registry": {"QNCamList": ["Fast@a.lumex", "a.lumex"]},
+     "registers": {"First": {"id": 0, "value": 5}, "Last": {"id": 3676, "value": 4294967295},
+                   "Beta": 7, "Alpha": {"value": 9}}},
+    {"kind": "CoaXPress", "mk2": true, "model": "Beta CXP",
+     "registers": {"First": 1},
+     "cameraRegisters": {"0x0000 Standard": 3232209637, "8192 Vendor": "Quarnel", "0x2010": "Abcd",
+                         "0X6000 Width": 2048}},
+    {"kind": "CameraLink"}
+]})";
+
+bool writeFile(const QString& a_path, const QByteArray& a_content)
+{
+    QFile file(a_path);
+    return file.open(QIODevice::WriteOnly) && file.write(a_content) == a_content.size();
+}
+
+unsigned boardCount()
+{
+    HwBrdEntry entry;
+    unsigned count = 0;
+    while (HwSysBrdFind(HwSelectorFrameGrabber, count, &entry) == 0)
+        ++count;
+    return count;
+}
+
+HwBrdHandle openBoard(unsigned a_index)
+{
+    HwBrdEntry entry;
+    HwBrdHandle handle = HwNoBoard;
+    if (HwSysBrdFind(HwSelectorFrameGrabber, a_index, &entry) != 0 ||
+        HwBrdOpen(&entry, &handle, HwOpenDataSource) != 0)
+        return HwNoBoard;
+    return handle;
+}
+
+QByteArray multiString(const QList<QByteArray>& a_entries)
+{
+    QByteArray bytes;
+    for (const QByteArray& entry : a_entries)
+        bytes += entry + '\0';
+    return bytes + '\0';
+}
+
+} // namespace
+
+class TestSimDriver : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+
+    QString machinePath() const { return m_dir.filePath(QStringLiteral("SimBoards.json")); }
+    bool loadMachine(const QByteArray& a_json)
+    {
+        if (!writeFile(machinePath(), a_json))
+            return false;
+        QNSimReset();
+        QNSimSetConfigDir(QFile::encodeName(m_dir.path()).constData());
+        return true;
+    }
+
+private slots:
+    void init()
+    {
+        qunsetenv("QN_SIM_BOARDS");
+        QNSimReset();
+        QVERIFY(m_dir.isValid());
+        QFile::remove(machinePath());
+    }
+
+    void boards_data()
+    {
+        QTest::addColumn<unsigned>("index");
+        QTest::addColumn<QString>("kinds");
+        QTest::addColumn<QByteArray>("model");
+        QTest::addColumn<quint32>("serial");
+        QTest::newRow("Camera Link Mk2") << 0u << "CL Mk2" << QByteArray("Alpha CL") << quint32(11);
+        QTest::newRow("CoaXPress Mk2") << 1u << "CXP Mk2" << QByteArray("Beta CXP") << quint32(0);
+        QTest::newRow("older Camera Link") << 2u << "CL" << QByteArray() << quint32(0);
+    }
+
+    void boards()
+    {
+        QFETCH(unsigned, index);
+        QFETCH(QString, kinds);
+        QFETCH(QByteArray, model);
+        QFETCH(quint32, serial);
+        QVERIFY(loadMachine(g_machine));
+        QCOMPARE(boardCount(), 3u);
+        HwBrdEntry entry;
+        QVERIFY(HwSysBrdFind(HwSelectorFrameGrabber + 1, index, &entry) != 0);
+        QVERIFY(HwSysBrdFind(HwSelectorFrameGrabber, index, nullptr) != 0);
+
+        const HwBrdHandle handle = openBoard(index);
+        QStringList found;
+        found << (QNIsCL(handle) ? "CL" : "") << (QNIsCXP(handle) ? "CXP" : "")
+              << (QNIsMk2(handle) ? "Mk2" : "");
+        QCOMPARE(found.join(QLatin1Char(' ')).simplified(), kinds);
+
+        char text[QNStringBufferSize];
+        std::uint32_t number = 0xFFFF;
+        QCOMPARE(QNGetBoardStrings(handle, text, nullptr, &number, nullptr), 0);
+        QCOMPARE(QByteArray(text), model);
+        QCOMPARE(number, serial);
+        QCOMPARE(HwBrdClose(handle), 0);
+    }
+
+    void handles()
+    {
+        QVERIFY(loadMachine(g_machine));
+        const HwBrdHandle first = openBoard(0);
+        const HwBrdHandle second = openBoard(0);
+        QVERIFY(first != HwNoBoard && second != HwNoBoard && first != second);
+
+        QCOMPARE(HwBrdClose(first), 0);
+        QVERIFY(HwBrdClose(first) != 0);
+        QCOMPARE(QNIsCL(second), 1);
+
+        char buffer[QNCamListBufferSize];
+        std::memset(buffer, 'x', sizeof buffer);
+        const HwBrdHandle stale[] = {first, HwNoBoard, second + 1000};
+        for (HwBrdHandle handle : stale) {
+            QCOMPARE(QNIsCL(handle), 0);
+            QCOMPARE(QNRegSupported(handle, 0), 0);
+            QCOMPARE(QNRegPeek(handle, 0), 0u);
+            QVERIFY(QNRegPoke(handle, 0, 1) != 0);
+            QVERIFY(QNRegName(handle, 0, buffer) != 0);
+            QVERIFY(QNGetBoardStrings(handle, buffer, buffer, nullptr, nullptr) != 0);
+            QVERIFY(QNRegistryBoardGetMultiString(handle, "QNCamList", buffer, sizeof buffer) != 0);
+            QCOMPARE(buffer[0], '\0');
+        }
+
+        HwBrdEntry entry;
+        QCOMPARE(HwSysBrdFind(HwSelectorFrameGrabber, 0, &entry), 0);
+        QNSimReload();
+        HwBrdHandle handle = HwNoBoard;
+        QVERIFY(HwBrdOpen(&entry, &handle, HwOpenAttachedFileScan) != 0);
+        QCOMPARE(QNIsCL(second), 0);
+        QVERIFY(HwBrdClose(second) != 0);
+
+        const HwBrdHandle fresh = openBoard(1);
+        QCOMPARE(QNIsCXP(fresh), 1);
+        QNSimReset();
+        QCOMPARE(QNIsCXP(fresh), 0);
+    }
+
+    void camList_data()
+    {
+        QTest::addColumn<QString>("valueName");
+        QTest::addColumn<QList<QByteArray>>("entries");
+        QTest::addColumn<bool>("fits");
+        QTest::newRow("mode and plain entries")
+            << "QNCamList" << QList<QByteArray>{"Fast@cam.lumex", "cam.lumex"} << true;
+        QTest::newRow("empty list") << "QNCamList" << QList<QByteArray>{} << true;
+        QTest::newRow("name in other case") << "qncamlist" << QList<QByteArray>{"Ä.lumex"} << true;
+        QTest::newRow("exactly 4096 bytes")
+            << "QNCamList" << QList<QByteArray>{QByteArray(2000, 'a'), QByteArray(2093, 'b')} << true;
+        QTest::newRow("one byte over")
+            << "QNCamList" << QList<QByteArray>{QByteArray(2000, 'a'), QByteArray(2094, 'b')} << false;
+    }
+
+    void camList()
+    {
+        QFETCH(QString, valueName);
+        QFETCH(QList<QByteArray>, entries);
+        QFETCH(bool, fits);
+        QJsonArray list;
+        for (const QByteArray& entry : entries)
+            list.append(QString::fromUtf8(entry));
+        const QJsonObject board{{"kind", "CameraLink"}, {"registry", QJsonObject{{"QNCamList", list}}}};
+        QVERIFY(loadMachine(QJsonDocument(QJsonObject{{"boards", QJsonArray{board}}}).toJson()));
+        const HwBrdHandle handle = openBoard(0);
+
+        char buffer[QNCamListBufferSize + 16];
+        std::memset(buffer, 0x7f, sizeof buffer);
+        const int result = QNRegistryBoardGetMultiString(handle, valueName.toUtf8().constData(), buffer,
+                                                         QNCamListBufferSize);
+        QCOMPARE(result == 0, fits);
+        const QByteArray expected = fits ? multiString(entries) : QByteArray(1, '\0');
+        QCOMPARE(QByteArray(buffer, expected.size()), expected);
+        QVERIFY(std::all_of(buffer + QNCamListBufferSize, buffer + sizeof buffer,
+                            [](char a_c) { return a_c == 0x7f; }));
+
+        QVERIFY(QNRegistryBoardGetMultiString(handle, "QNOtherList", buffer, sizeof buffer) != 0);
+        QCOMPARE(buffer[0], '\0');
+    }
+
+    void registers_data()
+    {
+        QTest::addColumn<unsigned>("id");
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<quint32>("value");
+        QTest::newRow("explicit id 0") << 0u << QByteArray("First") << quint32(5);
+        QTest::newRow("explicit last id") << 3676u << QByteArray("Last") << quint32(0xFFFFFFFF);
+        QTest::newRow("first free id, by name") << 1u << QByteArray("Alpha") << quint32(9);
+        QTest::newRow("next free id") << 2u << QByteArray("Beta") << quint32(7);
+        QTest::newRow("unused id") << 3u << QByteArray() << quint32(0);
+        QTest::newRow("id count") << QNRegIdCount << QByteArray() << quint32(0);
+        QTest::newRow("huge id") << 0xFFFFFFFFu << QByteArray() << quint32(0);
+    }
+
+    void registers()
+    {
+        QFETCH(unsigned, id);
+        QFETCH(QByteArray, name);
+        QFETCH(quint32, value);
+        QVERIFY(loadMachine(g_machine));
+        const HwBrdHandle handle = openBoard(0);
+        const HwBrdHandle sameBoard = openBoard(0);
+        const HwBrdHandle otherBoard = openBoard(1);
+        const bool supported = !name.isEmpty();
+
+        QCOMPARE(QNRegSupported(handle, id) != 0, supported);
+        char text[QNStringBufferSize] = "unchanged";
+        QCOMPARE(QNRegName(handle, id, text) == 0, supported);
+        QCOMPARE(QByteArray(text), supported ? name : QByteArray("unchanged"));
+        QCOMPARE(QNRegPeek(handle, id), value);
+
+        QCOMPARE(QNRegPoke(handle, id, 0x1234) == 0, supported);
+        QCOMPARE(QNRegPeek(sameBoard, id), supported ? 0x1234u : 0u);
+        QCOMPARE(QNRegSupported(handle, id) != 0, supported);
+        if (id == 0)
+            QCOMPARE(QNRegPeek(otherBoard, id), 1u);
+    }
+
+    void cameraRegisters_data()
+    {
+        QTest::addColumn<quint32>("address");
+        QTest::addColumn<qint64>("value"); // -1: the camera has no such register
+        QTest::newRow("number") << quint32(0) << qint64(3232209637u);
+        QTest::newRow("upper-case 0X address") << quint32(0x6000) << qint64(2048);
+        QTest::newRow("text, first word") << quint32(0x2000) << qint64(0x51756172); // "Quar"
+        QTest::newRow("text, last word") << quint32(0x2004) << qint64(0x6E656C00);  // "nel\0"
+        QTest::newRow("four-byte text") << quint32(0x2010) << qint64(0x41626364);   // "Abcd"
+        QTest::newRow("its terminator") << quint32(0x2014) << qint64(0);
+        QTest::newRow("beyond the text") << quint32(0x2008) << qint64(-1);
+        QTest::newRow("unaligned") << quint32(0x6002) << qint64(-1);
+    }
+
+    void cameraRegisters()
+    {
+        QFETCH(quint32, address);
+        QFETCH(qint64, value);
+        QVERIFY(loadMachine(g_machine));
+        const HwBrdHandle handle = openBoard(1);
+        std::uint32_t read = 0xDEADBEEF;
+        QCOMPARE(QNCXPReadReg(handle, address, &read) == 0, value >= 0);
+        QCOMPARE(qint64(read), value >= 0 ? value : 0xDEADBEEF);
+        QVERIFY(QNCXPReadReg(handle, address, nullptr) != 0);
+        QVERIFY(QNCXPReadReg(openBoard(0), 0, &read) != 0);
+
+        QCOMPARE(QNCXPWriteReg(handle, address, 77) == 0, value >= 0);
+        QCOMPARE(QNCXPReadReg(openBoard(1), address, &read) == 0, value >= 0);
+        QVERIFY(value < 0 || read == 77);
+    }
+
+    void descriptionSource()
+    {
+        QTemporaryDir other;
+        const QByteArray oneBoard = R"({"boards": [{"kind": "CoaXPress"}]})";
+        QVERIFY(writeFile(other.filePath(QStringLiteral("boards.json")), oneBoard));
+        QVERIFY(writeFile(other.filePath(QStringLiteral("SimBoards.json")), oneBoard));
+
+        MessageRecorder recorder;
+        QCOMPARE(boardCount(), 0u);
+        QVERIFY(loadMachine(g_machine));
+        QCOMPARE(boardCount(), 3u);
+
+        const HwBrdHandle handle = openBoard(0);
+        QNSimSetConfigDir(QFile::encodeName(m_dir.path()).constData());
+        QCOMPARE(QNIsCL(handle), 1);
+
+        qputenv("QN_SIM_BOARDS", QFile::encodeName(other.filePath(QStringLiteral("boards.json"))));
+        QNSimReload();
+        QCOMPARE(boardCount(), 1u);
+        QCOMPARE(QNIsCL(handle), 0);
+
+        qunsetenv("QN_SIM_BOARDS");
+        QNSimReload();
+        QCOMPARE(boardCount(), 3u);
+        QNSimSetConfigDir(QFile::encodeName(other.path()).constData());
+        QCOMPARE(boardCount(), 1u);
+        QCOMPARE(g_messages, QStringList());
+    }
+
+    void badDescriptions_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("fault");
+        const auto boards = [](const char* a_boards) {
+            return "{\"boards\": [" + QByteArray(a_boards) + "]}";
+        };
+        QTest::newRow("missing file") << QByteArray() << "no such file";
+        QTest::newRow("malformed") << QByteArray("{\"boards\": [\n  {\"kind\": }]}") << "line 2, column";
+        QTest::newRow("top-level list") << QByteArray("[]") << "top level";
+        QTest::newRow("board not an object") << boards("1") << "boards[0]: not an object";
+        QTest::newRow("unknown kind") << boards(R"({"kind": "GigE"})") << "boards[0].kind";
+        QTest::newRow("misspelt member") << boards(R"({"kind": "CoaXPress", "mk": true})") << "boards[0].mk";
+        QTest::newRow("value a text")
+            << boards(R"({"kind": "CameraLink", "registers": {"A": "5"}})") << "boards[0].registers.A";
+        QTest::newRow("value fractional")
+            << boards(R"({"kind": "CameraLink", "registers": {"A": 1.5}})") << "boards[0].registers.A";
+        QTest::newRow("id 3677")
+            << boards(R"({"kind": "CameraLink", "registers": {"A": {"id": 3677, "value": 1}}})")
+            << "boards[0].registers.A.id";
+        QTest::newRow("id twice") << boards(R"({"kind": "CameraLink",
+                                     "registers": {"A": {"id": 4, "value": 1}, "B": {"id": 4, "value": 1}}})")
+                                  << "belongs to A";
+        QTest::newRow("empty entry") << boards(
+                                            R"({"kind": "CameraLink", "registry": {"QNCamList": ["a", ""]}})")
+                                     << "boards[0].registry.QNCamList[1]";
+        QTest::newRow("camera on Camera Link")
+            << boards(R"({"kind": "CameraLink", "cameraRegisters": {"0": 1}})")
+            << "boards[0].cameraRegisters";
+        QTest::newRow("overlapping text")
+            << boards(R"({"kind": "CoaXPress", "cameraRegisters": {"0x0": "long text", "0x8": 1}})")
+            << "overlaps";
+        QTest::newRow("bad board after a good one")
+            << boards(R"({"kind": "CameraLink"}, {"kind": "CoaXPress", "serial": "7"})")
+            << "boards[1].serial";
+    }
+
+    void badDescriptions()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QString, fault);
+        const QString path = m_dir.filePath(QStringLiteral("machine.json"));
+        QFile::remove(path);
+        if (!content.isEmpty())
+            QVERIFY(writeFile(path, content));
+        qputenv("QN_SIM_BOARDS", QFile::encodeName(path));
+
+        MessageRecorder recorder;
+        QCOMPARE(boardCount(), 0u);
+        QCOMPARE(boardCount(), 0u);
+        QCOMPARE(g_messages.size(), 1);
+        QVERIFY2(g_messages.front().contains(QDir::toNativeSeparators(path)), qPrintable(g_messages.front()));
+        QVERIFY2(g_messages.front().contains(fault), qPrintable(g_messages.front()));
+    }
+
+    void shippedMachine()
+    {
+        MessageRecorder recorder;
+        QNSimSetConfigDir(QFile::encodeName(OrvexTest::sourcePath(QStringLiteral("config"))).constData());
+        QCOMPARE(g_messages, QStringList());
+        QVERIFY(boardCount() >= 3);
+
+        bool olderGeneration = false;
+        for (unsigned index = 0; index < boardCount(); ++index) {
+            const HwBrdHandle handle = openBoard(index);
+            QSet<QByteArray> names;
+            for (unsigned id = 0; id < QNRegIdCount; ++id) {
+                char name[QNStringBufferSize];
+                if (QNRegSupported(handle, id) && QNRegName(handle, id, name) == 0)
+                    names.insert(name);
+            }
+            QVERIFY2(names.size() >= 150, qPrintable(QString::number(index)));
+            QVERIFY(names.contains("TriggerMode") && names.contains("LineTimeout"));
+            olderGeneration = olderGeneration || !QNIsMk2(handle);
+        }
+        QVERIFY(olderGeneration);
+
+        const HwBrdHandle cl = openBoard(0);
+        const HwBrdHandle cxp = openBoard(1);
+        QVERIFY(QNIsCL(cl) && QNIsMk2(cl) && QNIsCXP(cxp) && QNIsMk2(cxp));
+        char buffer[QNCamListBufferSize];
+        QCOMPARE(QNRegistryBoardGetMultiString(cxp, "QNCamList", buffer, sizeof buffer), 0);
+        QCOMPARE(QByteArray(buffer), QByteArray("Example_CXP.lumex"));
+        std::uint32_t standard = 0;
+        QCOMPARE(QNCXPReadReg(cxp, 0x0000, &standard), 0);
+    }
+
+    void interruptCounters()
+    {
+        QVERIFY(loadMachine(g_machine));
+        const HwBrdHandle acquisition = openBoard(1);
+        const HwBrdHandle viewer = openBoard(1);
+        QCOMPARE(QNSimRaiseInterrupt(acquisition, QNInterruptEndOfFrame, 1000), 0);
+        QCOMPARE(QNSimRaiseInterrupt(acquisition, QNInterruptEndOfFrame, 1040), 0);
+        for (QNInterruptKind kind : {QNInterruptFrameDropped, QNInterruptTrigger, QNInterruptError})
+            QCOMPARE(QNSimRaiseInterrupt(acquisition, kind), 0);
+        QVERIFY(QNSimRaiseInterrupt(acquisition, static_cast<QNInterruptKind>(9)) != 0);
+
+        QNInterruptCounters counters;
+        QCOMPARE(QNInterruptGetCounters(viewer, &counters), 0);
+        QCOMPARE(counters.m_frames, 2u);
+        QCOMPARE(counters.m_lastFrameTimeUs, 1040);
+        QCOMPARE(counters.m_previousFrameTimeUs, 1000);
+        QCOMPARE(counters.m_framesDropped + counters.m_triggers + counters.m_errors, 3u);
+        QCOMPARE(QNInterruptGetCounters(openBoard(0), &counters), 0);
+        QCOMPARE(counters.m_frames, 0u);
+
+        QCOMPARE(QNInterruptClearCounters(viewer), 0);
+        auto raise = [acquisition] {
+            for (int i = 0; i < 5000; ++i)
+                QNSimRaiseInterrupt(acquisition, QNInterruptEndOfFrame);
+        };
+        std::thread worker(raise);
+        raise();
+        worker.join();
+        QCOMPARE(QNInterruptGetCounters(viewer, &counters), 0);
+        QCOMPARE(counters.m_frames, 10000u);
+        QVERIFY(counters.m_lastFrameTimeUs >= counters.m_previousFrameTimeUs &&
+                counters.m_previousFrameTimeUs > 0);
+
+        HwBrdClose(acquisition);
+        HwBrdClose(viewer);
+        QVERIFY(QNInterruptGetCounters(viewer, &counters) != 0);
+        QVERIFY(QNSimRaiseInterrupt(acquisition, QNInterruptEndOfFrame) != 0);
+    }
+
+    void exceptions()
+    {
+        QNExceptionBase::throwOnFailure(QNStatusOk, "HwBrdOpen");
+        try {
+            QNExceptionBase::throwOnFailure(QNStatusBadHandle, "HwBrdClose");
+            QFAIL("a failed call did not throw");
+        } catch (const std::exception& a_error) {
+            const auto* qn = dynamic_cast<const QNExceptionBase*>(&a_error);
+            QVERIFY(qn);
+            QCOMPARE(qn->code(), int(QNStatusBadHandle));
+            QVERIFY(QByteArray(a_error.what()).startsWith("HwBrdClose failed: "));
+        }
+
+        QTest::ignoreMessage(QtDebugMsg, "Caught an unknown exception.");
+        QNDebugString("Caught an unknown exception.\n");
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSimDriver)
+#include "tst_simdriver.moc"
