@@ -1,0 +1,312 @@
+#include "ValueFeatureElementBase.h"
+
+#include "ValueFeatureObserverBase.h"
+
+#include <QtDebug>
+
+#include <algorithm>
+
+namespace Orvex {
+
+namespace {
+
+// Observers that keep correcting each other's corrections would otherwise hold the user's edit in an
+// endless loop; no sensible chain of corrections comes near this.
+constexpr int s_maxUserValueSteps = 16;
+
+} // namespace
+
+ValueFeatureElementBase::ValueFeatureElementBase(ElementBase* a_parentElement)
+    : FeatureElementBase(a_parentElement)
+{
+}
+
+ValueFeatureElementBase::ValueFeatureElementBase(const ValueFeatureElementBase* a_source,
+                                                 ElementBase* a_parentElement)
+    : FeatureElementBase(a_source, a_parentElement)
+{
+    if (a_source) {
+        m_valueProperty = a_source->m_valueProperty;
+        m_fixedValue = a_source->m_fixedValue;
+        m_defaultValue = a_source->m_defaultValue;
+        m_observers = a_source->m_observers;
+    }
+}
+
+ValueFeatureElementBase::~ValueFeatureElementBase() = default;
+
+QVariant ValueFeatureElementBase::value(size_t a_index) const
+{
+    return a_index < m_values.size() ? m_values[a_index] : QVariant();
+}
+
+void ValueFeatureElementBase::setValue(size_t a_index, const QVariant& a_value)
+{
+    if (a_index >= m_values.size() || !a_value.isValid())
+        return;
+    const QVariant stored = m_fixedValue.isValid() ? m_fixedValue : a_value;
+    const bool changed = m_values[a_index] != stored;
+    m_values[a_index] = stored;
+    showValue(a_index, stored);
+    if (changed)
+        emit valueChanged(a_index);
+}
+
+void ValueFeatureElementBase::setFixedValue(const QVariant& a_fixedValue)
+{
+    m_fixedValue = a_fixedValue;
+    for (size_t index = 0; index < m_values.size(); ++index)
+        setValue(index, m_fixedValue);
+    fixedValueChanged();
+}
+
+void ValueFeatureElementBase::setDefaultValue(const QVariant& a_defaultValue)
+{
+    m_defaultValue = a_defaultValue;
+    for (size_t index = 0; index < m_values.size(); ++index)
+        setValue(index, m_defaultValue);
+}
+
+QString ValueFeatureElementBase::displayText() const
+{
+    return m_values.empty() ? QString() : displayText(0);
+}
+
+void ValueFeatureElementBase::addObserver(ValueFeatureObserverBase* a_observer)
+{
+    if (a_observer && !m_observers.contains(a_observer))
+        m_observers.append(a_observer);
+}
+
+void ValueFeatureElementBase::removeObserver(ValueFeatureObserverBase* a_observer)
+{
+    m_observers.removeAll(a_observer);
+}
+
+QList<ValueFeatureObserverBase*> ValueFeatureElementBase::observers() const
+{
+    QList<ValueFeatureObserverBase*> living;
+    for (const QPointer<ValueFeatureObserverBase>& observer : m_observers) {
+        if (observer)
+            living.append(observer);
+    }
+    return living;
+}
+
+QVariant ValueFeatureElementBase::dataSet() const
+{
+    QVariantList values;
+    for (const QVariant& value : m_values)
+        values.append(value);
+    return values;
+}
+
+void ValueFeatureElementBase::setDataSet(const QVariant& a_dataSet)
+{
+    const QVariantList values = a_dataSet.toList();
+    const size_t wanted = size_t(values.size());
+    while (instanceCount() > wanted) {
+        if (!removeInstance(instanceCount() - 1))
+            break;
+    }
+    while (instanceCount() < wanted) {
+        if (!insertInstance(NoIndex))
+            break;
+    }
+    for (size_t index = 0; index < std::min(instanceCount(), wanted); ++index)
+        setValue(index, values[int(index)]);
+}
+
+void ValueFeatureElementBase::highlight(size_t a_index)
+{
+    // The row around the value widget, so that the tint covers the instance's buttons as well.
+    const auto container = [this](size_t a_instance) -> QWidget* {
+        QWidget* valueWidget = this->valueWidget(a_instance);
+        return valueWidget ? valueWidget->parentWidget() : nullptr;
+    };
+    QList<QWidget*> containers;
+    if (a_index >= m_values.size()) {
+        for (size_t index = m_values.size(); index-- > 0;) {
+            if (QWidget* row = container(index))
+                containers.append(row);
+        }
+    } else if (QWidget* row = container(a_index)) {
+        containers.append(row);
+    }
+    highlightContainers(containers);
+}
+
+void ValueFeatureElementBase::userSetValue(const QVariant& a_value)
+{
+    userSetValue(0, a_value);
+}
+
+void ValueFeatureElementBase::userSetValue(size_t a_index, const QVariant& a_value)
+{
+    if (!a_value.isValid() || a_index >= m_values.size())
+        return;
+    if (m_fixedValue.isValid()) {
+        showValue(a_index, m_fixedValue);
+        return;
+    }
+    if (a_value == m_values[a_index])
+        return;
+
+    QVariant pending = a_value;
+    for (int step = 0; pending.isValid(); ++step) {
+        if (step == s_maxUserValueSteps) {
+            qWarning() << "Value observers of" << name() << "keep correcting; stopped at"
+                       << m_values[a_index];
+            break;
+        }
+        showValue(a_index, pending);
+        const QVariant old = m_values[a_index];
+        m_values[a_index] = pending;
+        pushValueChange(a_index, old, pending);
+        pending = QVariant();
+
+        // Copied, because an observer may add or remove observers while it is called.
+        const QList<QPointer<ValueFeatureObserverBase>> observers = m_observers;
+        for (const QPointer<ValueFeatureObserverBase>& observer : observers) {
+            if (!observer || a_index >= m_values.size())
+                continue;
+            QVariant replacement;
+            observer->observeValueChange(this, a_index, m_values[a_index], replacement);
+            // Handing back the stored value is no correction, or an observer that always asks for the
+            // same value would never let the loop end.
+            if (replacement.isValid() && a_index < m_values.size() && replacement != m_values[a_index]) {
+                pending = replacement;
+                break;
+            }
+        }
+        if (a_index >= m_values.size())
+            return;
+    }
+    emit valueChanged(a_index);
+}
+
+void ValueFeatureElementBase::userValueUpdate()
+{
+    if (m_writingWidget)
+        return;
+    auto* sendingWidget = qobject_cast<QWidget*>(sender());
+    if (!sendingWidget)
+        return;
+    for (size_t index = 0; index < m_values.size(); ++index) {
+        if (valueWidget(index) == sendingWidget) {
+            userSetValue(index, sendingWidget->property(m_valueProperty.toLatin1().constData()));
+            return;
+        }
+    }
+}
+
+void ValueFeatureElementBase::onRaise()
+{
+    if (!m_valueProperty.isEmpty()) {
+        for (size_t index = 0; index < m_values.size(); ++index)
+            showValue(index, m_fixedValue.isValid() ? m_fixedValue : m_values[index]);
+    }
+    FeatureElementBase::onRaise();
+}
+
+void ValueFeatureElementBase::insertInstanceValue(size_t a_index)
+{
+    QVariant start = m_fixedValue;
+    if (!start.isValid())
+        start = m_defaultValue.isValid() ? m_defaultValue : newInstanceValue();
+    m_values.insert(m_values.begin() + std::ptrdiff_t(std::min(a_index, m_values.size())), start);
+}
+
+void ValueFeatureElementBase::removeInstanceValue(size_t a_index)
+{
+    if (a_index < m_values.size())
+        m_values.erase(m_values.begin() + std::ptrdiff_t(a_index));
+}
+
+void ValueFeatureElementBase::moveInstanceValue(size_t a_from, size_t a_to)
+{
+    if (a_from >= m_values.size() || a_to >= m_values.size())
+        return;
+    QVariant moved = std::move(m_values[a_from]);
+    m_values.erase(m_values.begin() + std::ptrdiff_t(a_from));
+    m_values.insert(m_values.begin() + std::ptrdiff_t(a_to), std::move(moved));
+}
+
+void ValueFeatureElementBase::setInstanceValueWidget(FeatureInstanceRecord& a_record, QWidget* a_widget)
+{
+    FeatureElementBase::setInstanceValueWidget(a_record, a_widget);
+    for (size_t index = 0; index < m_values.size(); ++index) {
+        if (instanceRecord(index) == &a_record) {
+            showValue(index, m_values[index]);
+            return;
+        }
+    }
+}
+
+void ValueFeatureElementBase::destroyInstanceRow(size_t a_index)
+{
+    FeatureInstanceRecord* record = instanceRecord(a_index);
+    if (instanceCount() == 0 && widget() && record && record->valueWidget()) {
+        if (m_keptValueWidget)
+            m_keptValueWidget->deleteLater();
+        m_keptValueWidget = record->valueWidget();
+        record->setValueWidget(nullptr);
+        // Out of the row, which goes away now, into the feature widget, where it waits unseen.
+        m_keptValueWidget->setParent(widget());
+    }
+    FeatureElementBase::destroyInstanceRow(a_index);
+}
+
+QVariant ValueFeatureElementBase::newInstanceValue() const
+{
+    return QVariant();
+}
+
+void ValueFeatureElementBase::pushValueChange(size_t, const QVariant&, const QVariant&)
+{
+}
+
+void ValueFeatureElementBase::writeWidgetValue(QWidget* a_widget, const QVariant& a_value)
+{
+    if (!m_valueProperty.isEmpty())
+        a_widget->setProperty(m_valueProperty.toLatin1().constData(), a_value);
+}
+
+void ValueFeatureElementBase::fixedValueChanged()
+{
+}
+
+QWidget* ValueFeatureElementBase::valueWidget(size_t a_index) const
+{
+    FeatureInstanceRecord* record = instanceRecord(a_index);
+    return record ? record->valueWidget() : nullptr;
+}
+
+void ValueFeatureElementBase::showValue(size_t a_index, const QVariant& a_value)
+{
+    QWidget* target = valueWidget(a_index);
+    if (!target || !a_value.isValid())
+        return;
+    // Some widgets announce programmatic changes with the same signal as the user's; while the element
+    // writes, that echo must not come back as an edit.
+    const bool wasWriting = m_writingWidget;
+    m_writingWidget = true;
+    writeWidgetValue(target, a_value);
+    m_writingWidget = wasWriting;
+}
+
+QWidget* ValueFeatureElementBase::takeKeptValueWidget()
+{
+    QWidget* kept = m_keptValueWidget;
+    m_keptValueWidget = nullptr;
+    return kept;
+}
+
+QSize ValueFeatureElementBase::measuredSize(QWidget& a_probe) const
+{
+    if (widget())
+        a_probe.setFont(widget()->font());
+    return a_probe.sizeHint();
+}
+
+} // namespace Orvex

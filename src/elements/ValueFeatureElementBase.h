@@ -1,0 +1,147 @@
+#pragma once
+
+#include "FeatureElementBase.h"
+
+#include <QList>
+#include <QPointer>
+#include <QSize>
+#include <QString>
+#include <QVariant>
+
+#include <cstddef>
+#include <vector>
+
+namespace Orvex {
+
+class ValueFeatureObserverBase;
+
+// A feature whose instances each hold one value. The values live here, so loading, reading and the
+// undo/redo commands work without any widget; the value widgets are built on demand and mirror the
+// stored values through the widget property named by valueProperty, which is also where a user's edit
+// is read from. "Null" throughout means an invalid QVariant: an empty string is a value.
+class ValueFeatureElementBase : public FeatureElementBase
+{
+    Q_OBJECT
+    Q_PROPERTY(QString valueProperty READ valueProperty WRITE setValueProperty)
+    Q_PROPERTY(QVariant value READ value WRITE setValue)
+    Q_PROPERTY(QVariant fixedValue READ fixedValue WRITE setFixedValue)
+    Q_PROPERTY(QVariant defaultValue READ defaultValue WRITE setDefaultValue)
+    Q_PROPERTY(QString displayText READ displayText)
+    Q_PROPERTY(QSize maxSize READ maxSize)
+
+public:
+    explicit ValueFeatureElementBase(ElementBase* a_parentElement);
+    // Takes the value property, the fixed and default values and the observers of a_source as well as
+    // what FeatureElementBase takes; no instances.
+    ValueFeatureElementBase(const ValueFeatureElementBase* a_source, ElementBase* a_parentElement);
+    ~ValueFeatureElementBase() override;
+
+    QString valueProperty() const { return m_valueProperty; }
+    void setValueProperty(const QString& a_valueProperty) { m_valueProperty = a_valueProperty; }
+
+    // Instance 0; null when there is no instance.
+    QVariant value() const { return value(0); }
+    void setValue(const QVariant& a_value) { setValue(0, a_value); }
+    QVariant value(size_t a_index) const;
+    // Direct change without undo, for loading and for the undo/redo commands: stores a_value (the fixed
+    // value instead, when there is one) and shows it in the instance's widget. Null values and indices
+    // beyond the instances are ignored. Emits valueChanged when the stored value changes.
+    void setValue(size_t a_index, const QVariant& a_value);
+
+    QVariant fixedValue() const { return m_fixedValue; }
+    // A fixed value replaces the value of every instance at once and from then on any other value.
+    void setFixedValue(const QVariant& a_fixedValue);
+
+    // The value a new instance starts with; while null, the subclass's own starting value. Writing it
+    // also gives it to the existing instances: it belongs to a feature fresh from the schema, before any
+    // file value arrives.
+    QVariant defaultValue() const { return m_defaultValue; }
+    void setDefaultValue(const QVariant& a_defaultValue);
+
+    // Of instance 0; empty when there is no instance.
+    QString displayText() const;
+    virtual QString displayText(size_t a_index) const = 0;
+    // The largest size a value widget of this feature needs, in the feature widget's font.
+    virtual QSize maxSize() const = 0;
+
+    // A new element of the same kind under a_parentElement, with the settings, observers and values of
+    // this one: how a feature read from the schema is copied to every place where it is used.
+    virtual ValueFeatureElementBase* cloneFeature(ElementBase* a_parentElement) const = 0;
+
+    // Observers are not owned; one that is destroyed drops out of the list by itself. Adding an observer
+    // twice keeps it once.
+    void addObserver(ValueFeatureObserverBase* a_observer);
+    void removeObserver(ValueFeatureObserverBase* a_observer);
+    QList<ValueFeatureObserverBase*> observers() const;
+
+    // The stored values, one per instance. Writing inserts or removes instances at the end (within the
+    // bounds) until the count matches, then sets the values without undo; null entries leave their
+    // instance's value as it is.
+    QVariant dataSet() const override;
+    void setDataSet(const QVariant& a_dataSet) override;
+
+    void highlight(size_t a_index) override;
+
+signals:
+    void valueChanged(size_t a_index);
+    // A problem found in the schema's description of this feature, for the window to show.
+    void warning(const QString& a_title, const QString& a_text);
+
+public slots:
+    // The user's edits: stored, offered to the observers for correction, and each change handed to
+    // pushValueChange. Null values, unknown indices and equal values change nothing; a feature with a
+    // fixed value only shows that value again.
+    void userSetValue(const QVariant& a_value);
+    void userSetValue(size_t a_index, const QVariant& a_value);
+
+protected slots:
+    // For the value widgets' edit signals: reads the sending widget's value property and hands it to
+    // userSetValue for the sender's instance.
+    void userValueUpdate();
+
+protected:
+    // Puts the stored values back into the widgets before the parent is raised, in case a widget was
+    // changed behind the element's back.
+    void onRaise() override;
+
+    void insertInstanceValue(size_t a_index) override;
+    void removeInstanceValue(size_t a_index) override;
+    void moveInstanceValue(size_t a_from, size_t a_to) override;
+    // Shows the stored value in the new widget, so subclasses only build their widgets.
+    void setInstanceValueWidget(FeatureInstanceRecord& a_record, QWidget* a_widget) override;
+    // Keeps the value widget of the last instance when the count drops to 0 (see takeKeptValueWidget).
+    void destroyInstanceRow(size_t a_index) override;
+
+    // The starting value of a new instance when there is neither a fixed nor a default value.
+    virtual QVariant newInstanceValue() const;
+    // Called once per stored user change, old and new value, after the new value is stored, so that the
+    // undo command made from it starts applied.
+    virtual void pushValueChange(size_t a_index, const QVariant& a_old, const QVariant& a_new);
+    // Shows a value in a value widget; by default through the property named by valueProperty.
+    virtual void writeWidgetValue(QWidget* a_widget, const QVariant& a_value);
+    // After a fixed value was written and stored into the instances, for subclasses whose widgets look
+    // different when the value cannot be edited.
+    virtual void fixedValueChanged();
+
+    // Null when the instance does not exist or has no widget.
+    QWidget* valueWidget(size_t a_index) const;
+    // Writes a_value into the instance's widget, if any, without the widget's echo counting as an edit.
+    void showValue(size_t a_index, const QVariant& a_value);
+    // The widget of the last instance removed, kept hidden in the feature widget so that a feature that
+    // is switched off and on again gets its widget back; null when there is none. Taking it hands over
+    // the widget with its connections.
+    QWidget* takeKeptValueWidget();
+    // a_probe's size hint in the feature widget's font, for maxSize.
+    QSize measuredSize(QWidget& a_probe) const;
+
+private:
+    QString m_valueProperty;
+    QVariant m_fixedValue;
+    QVariant m_defaultValue;
+    std::vector<QVariant> m_values;
+    QList<QPointer<ValueFeatureObserverBase>> m_observers;
+    QPointer<QWidget> m_keptValueWidget;
+    bool m_writingWidget = false;
+};
+
+} // namespace Orvex
