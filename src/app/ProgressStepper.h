@@ -1,0 +1,67 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QProgressDialog>
+#include <QString>
+
+namespace Orvex {
+
+// Drives a progress dialog through the stages of a long operation and turns the user's cancel into
+// an OperationCanceledException at the operation's next breathe(), so that the work stops at a point
+// where it can be abandoned cleanly.
+//
+// A stage owns the sub-range [from, to] of the overall range. Within a stage the value only rises and
+// never passes `to`. With a known step count the stage's range is split proportionally: after k of n
+// steps the value is from + (to - from) * k / n, so the last step lands exactly on `to`. Without a
+// count every step closes part of the remaining gap (half of it after ten steps), so the bar keeps
+// moving but only the next stage takes it further.
+class ProgressStepper : public QObject
+{
+    Q_OBJECT
+
+public:
+    // a_dialog may be null for work without a window; progress() is emitted all the same.
+    ProgressStepper(QProgressDialog* a_dialog, int a_minimum, int a_maximum, QObject* a_parent = nullptr);
+
+    // Stages are expected in ascending order; a stage's bounds are kept inside the overall range.
+    // A step count of 0 means the number of steps is not known. Breathes, so it may throw.
+    void beginStage(const QString& a_label, int a_from, int a_to, int a_stepCount = 0);
+
+    // Advances one step and breathes, so it may throw.
+    void step();
+
+    // Shows a line about the current step below the stage label; does not breathe.
+    void setDetailText(const QString& a_detail);
+
+    // Processes the pending events once, then throws OperationCanceledException if cancel() was called.
+    void breathe();
+
+    bool isCanceled() const { return m_canceled; }
+    int value() const { return m_value; }
+    QString stageLabel() const { return m_label; }
+
+signals:
+    void progress(int value);
+
+public slots:
+    // Only marks the operation; the work is interrupted at its next breathe.
+    void cancel();
+
+private:
+    int stageValue() const;
+    void setLabelText(const QString& a_text);
+
+    QPointer<QProgressDialog> m_dialog;
+    int m_minimum = 0;
+    int m_maximum = 0;
+    bool m_canceled = false;
+    QString m_label;
+    int m_from = 0;
+    int m_to = 0;
+    int m_stepCount = 0;
+    int m_stepsDone = 0;
+    int m_value = 0;
+};
+
+} // namespace Orvex
