@@ -1,0 +1,74 @@
+#include "BooleanFeature.h"
+
+#include <QCheckBox>
+
+namespace Orvex {
+
+namespace {
+
+QString booleanText(bool a_value)
+{
+    return a_value ? QStringLiteral("true") : QStringLiteral("false");
+}
+
+} // namespace
+
+BooleanFeature::BooleanFeature(ElementBase* a_parentElement) : ValueFeatureElementBase(a_parentElement)
+{
+    setValueProperty(QStringLiteral("checked"));
+    insertInstance(NoIndex);
+}
+
+BooleanFeature::BooleanFeature(const BooleanFeature* a_source, ElementBase* a_parentElement)
+    : ValueFeatureElementBase(a_source, a_parentElement)
+{
+    setValueProperty(QStringLiteral("checked"));
+    insertInstance(NoIndex);
+    if (a_source)
+        setDataSet(a_source->dataSet());
+}
+
+BooleanFeature::~BooleanFeature() = default;
+
+QString BooleanFeature::displayText(size_t a_index) const
+{
+    return a_index < instanceCount() ? booleanText(value(a_index).toBool()) : QString();
+}
+
+QSize BooleanFeature::maxSize() const
+{
+    // "false" is the longer of the two texts a check box can show.
+    QCheckBox probe(booleanText(false));
+    return measuredSize(probe);
+}
+
+ValueFeatureElementBase* BooleanFeature::cloneFeature(ElementBase* a_parentElement) const
+{
+    return new BooleanFeature(this, a_parentElement);
+}
+
+void BooleanFeature::updateCheckBoxText()
+{
+    if (auto* checkBox = qobject_cast<QCheckBox*>(sender()))
+        checkBox->setText(booleanText(checkBox->isChecked()));
+}
+
+QWidget* BooleanFeature::createInstanceValueWidget(size_t)
+{
+    if (instanceCount() == 1) {
+        if (auto* kept = qobject_cast<QCheckBox*>(takeKeptValueWidget()))
+            return kept;
+    }
+    auto* checkBox = new QCheckBox(booleanText(false), widget());
+    // clicked, not toggled: only the user's clicks are edits, the element's own writes are not.
+    connect(checkBox, &QCheckBox::clicked, this, &BooleanFeature::userValueUpdate);
+    connect(checkBox, &QCheckBox::toggled, this, &BooleanFeature::updateCheckBoxText);
+    return checkBox;
+}
+
+QVariant BooleanFeature::newInstanceValue() const
+{
+    return false;
+}
+
+} // namespace Orvex
