@@ -368,10 +368,7 @@ void FeatureListFeatureBase::removeInstanceValue(size_t a_index)
         std::remove_if(m_members.begin(), m_members.end(),
                        [](const QPointer<FeatureElementBase>& a_member) { return a_member.isNull(); }),
         m_members.end());
-    m_enableCheckBoxes.erase(
-        std::remove_if(m_enableCheckBoxes.begin(), m_enableCheckBoxes.end(),
-                       [](const EnableCheckBox& a_entry) { return !a_entry.checkBox || !a_entry.member; }),
-        m_enableCheckBoxes.end());
+    dropDeadCheckBoxes();
     if (wasHighlighted)
         checkHighlightStatus();
 }
@@ -387,6 +384,8 @@ void FeatureListFeatureBase::moveInstanceValue(size_t a_from, size_t a_to)
 
 QWidget* FeatureListFeatureBase::createListWidget(size_t a_instance)
 {
+    // Boxes of forms that went with an earlier list widget.
+    dropDeadCheckBoxes();
     auto* frame = new QFrame(widget());
     auto* form = new QFormLayout(frame);
     form->setLabelAlignment(Qt::AlignRight | Qt::AlignVCenter);
@@ -439,6 +438,14 @@ void FeatureListFeatureBase::addMemberRow(QFormLayout* a_form, FeatureElementBas
         label = text;
     }
     a_form->addRow(label, a_member->createWidget());
+}
+
+void FeatureListFeatureBase::dropDeadCheckBoxes()
+{
+    m_enableCheckBoxes.erase(
+        std::remove_if(m_enableCheckBoxes.begin(), m_enableCheckBoxes.end(),
+                       [](const EnableCheckBox& a_entry) { return !a_entry.checkBox || !a_entry.member; }),
+        m_enableCheckBoxes.end());
 }
 
 void FeatureListFeatureBase::applyFraming(QFrame* a_frame) const

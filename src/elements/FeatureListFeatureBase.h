@@ -122,6 +122,7 @@ private:
     FeatureElementBase* createMember(const FeatureElementBase* a_pattern);
     void addMemberRow(QFormLayout* a_form, FeatureElementBase* a_member);
     void applyFraming(QFrame* a_frame) const;
+    void dropDeadCheckBoxes();
     void appendIds(const FeatureElementBase* a_member, QVector<quint64>& a_ids) const;
     bool restoreIds(FeatureElementBase* a_member, const QVector<quint64>& a_ids, int& a_next);
     bool holdsThisList(const QObject* a_object) const;
