@@ -1,0 +1,198 @@
+#include "StringFeature.h"
+
+#include "StringFeatureCompleterHelper.h"
+#include "StringFeatureCompleterItemModel.h"
+
+#include <QFontMetrics>
+#include <QLineEdit>
+#include <QRegExpValidator>
+
+#include <algorithm>
+
+namespace Orvex {
+
+namespace {
+
+// A QLineEdit's size hint is the same for every text; this one is as wide as its text needs.
+class SampleLineEdit : public QLineEdit
+{
+public:
+    using QLineEdit::QLineEdit;
+
+    QSize sizeHint() const override
+    {
+        QSize hint = QLineEdit::sizeHint();
+        const QFontMetrics metrics(font());
+        // QLineEdit sizes its text area for 17 'x', whatever the text.
+        hint.rwidth() += metrics.horizontalAdvance(text()) - 17 * metrics.horizontalAdvance(QLatin1Char('x'));
+        return hint;
+    }
+};
+
+} // namespace
+
+StringFeature::StringFeature(ElementBase* a_parentElement) : ValueFeatureElementBase(a_parentElement)
+{
+    setValueProperty(QStringLiteral("text"));
+    insertInstance(NoIndex);
+}
+
+StringFeature::StringFeature(const StringFeature* a_source, ElementBase* a_parentElement)
+    : ValueFeatureElementBase(a_source, a_parentElement)
+{
+    setValueProperty(QStringLiteral("text"));
+    if (a_source) {
+        m_completerModel = a_source->m_completerModel;
+        m_stringPattern = a_source->m_stringPattern;
+        m_stringLengthMax = a_source->m_stringLengthMax;
+    }
+    insertInstance(NoIndex);
+    if (a_source)
+        setDataSet(a_source->dataSet());
+}
+
+StringFeature::~StringFeature()
+{
+    // The rows go away only in the base destructors, and a line edit that loses the focus as its row is
+    // hidden reports a finished edit, which must no longer reach this element.
+    for (size_t index = 0; index < instanceCount(); ++index) {
+        if (QLineEdit* edit = lineEdit(index))
+            edit->disconnect(this);
+    }
+    if (QWidget* kept = takeKeptValueWidget())
+        kept->disconnect(this);
+}
+
+void StringFeature::setStringPattern(const QRegExp& a_pattern)
+{
+    m_stringPattern = a_pattern;
+    for (size_t index = 0; index < instanceCount(); ++index) {
+        if (QLineEdit* edit = lineEdit(index))
+            applyValidator(edit);
+    }
+}
+
+void StringFeature::setStringLengthMax(int a_lengthMax)
+{
+    m_stringLengthMax = a_lengthMax;
+    for (size_t index = 0; index < instanceCount(); ++index) {
+        if (QLineEdit* edit = lineEdit(index))
+            applyLengthLimit(edit, edit->text());
+    }
+}
+
+void StringFeature::setCompleterModel(StringFeatureCompleterItemModel* a_model)
+{
+    if (a_model == m_completerModel)
+        return;
+    m_completerModel = a_model;
+    for (size_t index = 0; index < instanceCount(); ++index) {
+        if (QLineEdit* edit = lineEdit(index))
+            applyCompleter(edit);
+    }
+}
+
+int StringFeature::instanceIndex(const QWidget* a_widget) const
+{
+    if (!a_widget)
+        return -1;
+    for (size_t index = 0; index < instanceCount(); ++index) {
+        if (valueWidget(index) == a_widget)
+            return int(index);
+    }
+    return -1;
+}
+
+QString StringFeature::displayText(size_t a_index) const
+{
+    return a_index < instanceCount() ? value(a_index).toString() : QString();
+}
+
+QSize StringFeature::maxSize() const
+{
+    SampleLineEdit probe(
+        QStringLiteral("The quick red fox jumped over the lazy dog.").left(m_stringLengthMax));
+    return measuredSize(probe);
+}
+
+ValueFeatureElementBase* StringFeature::cloneFeature(ElementBase* a_parentElement) const
+{
+    return new StringFeature(this, a_parentElement);
+}
+
+QWidget* StringFeature::createInstanceValueWidget(size_t a_index)
+{
+    // A kept line edit comes back with its connections; what the settings made of it may be out of date.
+    auto* edit = instanceCount() == 1 ? qobject_cast<QLineEdit*>(takeKeptValueWidget()) : nullptr;
+    if (!edit) {
+        edit = new QLineEdit(widget());
+        connect(edit, &QLineEdit::editingFinished, this, &StringFeature::userValueUpdate);
+    }
+    edit->setReadOnly(fixedValue().isValid());
+    applyValidator(edit);
+    applyLengthLimit(edit, value(a_index).toString());
+    applyCompleter(edit);
+    return edit;
+}
+
+QVariant StringFeature::newInstanceValue() const
+{
+    return QString(QLatin1String(""));
+}
+
+void StringFeature::writeWidgetValue(QWidget* a_widget, const QVariant& a_value)
+{
+    auto* edit = qobject_cast<QLineEdit*>(a_widget);
+    if (!edit) {
+        ValueFeatureElementBase::writeWidgetValue(a_widget, a_value);
+        return;
+    }
+    const QString text = a_value.toString();
+    applyLengthLimit(edit, text);
+    // Rewriting the same text would throw away the cursor position and the line edit's own undo steps.
+    if (edit->text() != text)
+        edit->setText(text);
+}
+
+void StringFeature::fixedValueChanged()
+{
+    for (size_t index = 0; index < instanceCount(); ++index) {
+        if (QLineEdit* edit = lineEdit(index))
+            edit->setReadOnly(fixedValue().isValid());
+    }
+}
+
+QLineEdit* StringFeature::lineEdit(size_t a_index) const
+{
+    return qobject_cast<QLineEdit*>(valueWidget(a_index));
+}
+
+void StringFeature::applyValidator(QLineEdit* a_lineEdit) const
+{
+    const QValidator* old = a_lineEdit->validator();
+    // A validator never touches the text already there, so a loaded value stays as it is.
+    const bool checked = !m_stringPattern.isEmpty() && m_stringPattern.isValid();
+    a_lineEdit->setValidator(checked ? new QRegExpValidator(m_stringPattern, a_lineEdit) : nullptr);
+    delete old;
+}
+
+void StringFeature::applyLengthLimit(QLineEdit* a_lineEdit, const QString& a_shownText) const
+{
+    const int limit = std::max(m_stringLengthMax, int(a_shownText.size()));
+    // Setting the limit resets the text and with it the cursor, even when the limit stays the same.
+    if (a_lineEdit->maxLength() != limit)
+        a_lineEdit->setMaxLength(limit);
+}
+
+void StringFeature::applyCompleter(QLineEdit* a_lineEdit)
+{
+    auto* helper =
+        a_lineEdit->findChild<StringFeatureCompleterHelper*>(QString(), Qt::FindDirectChildrenOnly);
+    if (helper && helper->model() == m_completerModel)
+        return;
+    delete helper;
+    if (m_completerModel)
+        new StringFeatureCompleterHelper(a_lineEdit, this, m_completerModel, a_lineEdit);
+}
+
+} // namespace Orvex

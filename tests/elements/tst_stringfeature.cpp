@@ -1,0 +1,294 @@
+#include "StringFeature.h"
+#include "StringFeatureCompleterHelper.h"
+
+#include <QAbstractItemView>
+#include <QLayout>
+#include <QRegExpValidator>
+#include <QTest>
+
+using namespace Orvex;
+
+namespace {
+
+class HolderElement : public WidgetElementBase
+{
+public:
+    using WidgetElementBase::WidgetElementBase;
+    void highlight(size_t) override {}
+};
+
+class Recording : public StringFeature
+{
+public:
+    using StringFeature::StringFeature;
+    QLineEdit* edit(size_t a_index) const { return qobject_cast<QLineEdit*>(valueWidget(a_index)); }
+    QStringList pushes;
+
+protected:
+    void pushValueChange(size_t a_index, const QVariant& a_old, const QVariant& a_new) override
+    {
+        pushes << QStringLiteral("%1: %2 -> %3").arg(a_index).arg(a_old.toString(), a_new.toString());
+    }
+};
+
+// Three rows, so that a popup has something to show; records what the base hands down.
+class NamesModel : public StringFeatureCompleterItemModel
+{
+public:
+    NamesModel() : StringFeatureCompleterItemModel(1) {}
+    QStringList sources;
+    QStringList latest;
+    int rowCount(const QModelIndex& a_parent) const override { return a_parent.isValid() ? 0 : 3; }
+    QVariant data(const QModelIndex& a_index, int a_role) const override
+    {
+        return a_role == Qt::DisplayRole ? QVariant(QStringLiteral("Reg%1").arg(a_index.row())) : QVariant();
+    }
+
+protected:
+    void sourceChanged(ValueFeatureElementBase* a_element, int a_index) override
+    {
+        sources << QStringLiteral("%1 %2").arg(a_element ? a_element->name() : "none").arg(a_index);
+    }
+    void latestValueChanged(const QString& a_value) override { latest << a_value; }
+};
+
+struct Scene
+{
+    HolderElement holder{nullptr, nullptr};
+    Recording feature{&holder};
+    Scene(size_t a_count)
+    {
+        holder.setWidget(new QWidget);
+        holder.widget()->setLayout(new QVBoxLayout);
+        feature.setName("Address");
+        feature.setMinOccurs(0);
+        feature.setMaxOccurs(3);
+        feature.setDataSet(QVector<QVariant>(int(a_count), QString()).toList());
+    }
+    void show()
+    {
+        holder.widget()->layout()->addWidget(feature.createWidget());
+        holder.widget()->show();
+        QApplication::setActiveWindow(holder.widget());
+        QVERIFY(QTest::qWaitForWindowActive(holder.widget()));
+    }
+};
+
+const QString s_sample = QStringLiteral("The quick red fox jumped over the lazy dog.");
+
+QRegExp schemaPattern(const QString& a_pattern)
+{
+    return QRegExp(a_pattern, Qt::CaseSensitive, QRegExp::W3CXmlSchema11);
+}
+
+} // namespace
+
+class TestStringFeature : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void typingRestrictions_data();
+    void typingRestrictions();
+    void valueTakenWhenEditingFinishes_data();
+    void valueTakenWhenEditingFinishes();
+    void completionPopupSetsSource_data();
+    void completionPopupSetsSource();
+};
+
+void TestStringFeature::typingRestrictions_data()
+{
+    QTest::addColumn<QString>("pattern");
+    QTest::addColumn<int>("lengthMax");
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<bool>("whileKept");
+    QTest::addColumn<QString>("shown");
+    QTest::addColumn<bool>("validated");
+    QTest::newRow("digits") << "[0-9]{1,4}" << 32767 << "12a345" << false << "1234" << true;
+    QTest::newRow("schema property class") << "\\p{Lu}+" << 32767 << "AbC" << false << "AC" << true;
+    QTest::newRow("pattern and length, line edit kept")
+        << "[A-F0-9]*" << 4 << "0xABCDEF" << true << "0ABC" << true;
+    QTest::newRow("broken pattern checks nothing") << "[0-9" << 32767 << "12a" << false << "12a" << false;
+    QTest::newRow("length only, line edit kept") << QString() << 3 << "abcdef" << true << "abc" << false;
+}
+
+void TestStringFeature::typingRestrictions()
+{
+    QFETCH(QString, pattern);
+    QFETCH(int, lengthMax);
+    QFETCH(QString, typed);
+    QFETCH(bool, whileKept);
+    QFETCH(QString, shown);
+    QFETCH(bool, validated);
+    Scene scene(2);
+    QCOMPARE(scene.feature.stringLengthMax(), 32767);
+    scene.show();
+    scene.feature.setStringPattern(schemaPattern("[0-9]+"));
+    const QPointer<QLineEdit> first = scene.feature.edit(0);
+    QList<QPointer<const QValidator>> old{first->validator(), scene.feature.edit(1)->validator()};
+    if (whileKept)
+        scene.feature.setEnabled(false);
+    scene.feature.setStringPattern(schemaPattern(pattern));
+    scene.feature.setStringLengthMax(lengthMax);
+    scene.feature.setDataSet(QVariantList{"", "", ""});
+
+    // The first line edit is the kept one when the instances were all gone.
+    QCOMPARE(scene.feature.edit(0), first.data());
+    for (int i = 0; i < (whileKept ? 1 : 2); ++i)
+        QVERIFY(!old[i]);
+    for (size_t i = 0; i < 3; ++i) {
+        QLineEdit* edit = scene.feature.edit(i);
+        QTest::keyClicks(edit, typed);
+        QCOMPARE(edit->text(), shown);
+        QCOMPARE(edit->maxLength(), lengthMax);
+        auto* validator = qobject_cast<const QRegExpValidator*>(edit->validator());
+        QCOMPARE(validator != nullptr, validated);
+        if (validator) {
+            QCOMPARE(validator->parent(), edit);
+            QCOMPARE(validator->regExp().pattern(), pattern);
+        }
+    }
+    const int sampleWidth = first->fontMetrics().horizontalAdvance(s_sample.left(lengthMax));
+    QVERIFY(scene.feature.maxSize().width() > sampleWidth);
+    Recording unrestricted(&scene.holder);
+    unrestricted.createWidget();
+    QCOMPARE(scene.feature.maxSize().width() < unrestricted.maxSize().width(), lengthMax < s_sample.size());
+}
+
+void TestStringFeature::valueTakenWhenEditingFinishes_data()
+{
+    QTest::addColumn<QString>("fixed");
+    QTest::addColumn<QString>("pattern");
+    QTest::addColumn<int>("lengthMax");
+    QTest::addColumn<QString>("loaded");
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<int>("finish");
+    QTest::addColumn<QString>("value");
+    QTest::addColumn<QString>("shown");
+    const QString none;
+    const int noLimit = StringFeature::DefaultLengthMax;
+    QTest::newRow("Return") << none << none << noLimit << none << "ab" << int(Qt::Key_Return) << "ab"
+                            << "ab";
+    QTest::newRow("Enter") << none << none << noLimit << none << "ab" << int(Qt::Key_Enter) << "ab"
+                           << "ab";
+    QTest::newRow("focus leaves") << none << none << noLimit << none << "ab" << int(Qt::Key_Tab) << "ab"
+                                  << "ab";
+    QTest::newRow("unfinished match not taken")
+        << none << "[a-z]{3}" << noLimit << none << "ab" << int(Qt::Key_Return) << ""
+        << "ab";
+    QTest::newRow("fixed value") << "F" << none << noLimit << none << "ab" << int(Qt::Key_Return) << "F"
+                                 << "F";
+    // A file's value stays as it is, even where the user could not have typed it.
+    QTest::newRow("loaded, breaks the pattern")
+        << none << "[0-9]+" << noLimit << "abcdef" << none << int(Qt::Key_Tab) << "abcdef"
+        << "abcdef";
+    QTest::newRow("loaded, too long") << none << none << 3 << "abcdef" << none << int(Qt::Key_Tab) << "abcdef"
+                                      << "abcdef";
+    QTest::newRow("loaded, too long, extended") << none << none << 3 << "abcdef"
+                                                << "gh" << int(Qt::Key_Return) << "abcdef"
+                                                << "abcdef";
+}
+
+void TestStringFeature::valueTakenWhenEditingFinishes()
+{
+    QFETCH(QString, fixed);
+    QFETCH(QString, pattern);
+    QFETCH(int, lengthMax);
+    QFETCH(QString, loaded);
+    QFETCH(QString, typed);
+    QFETCH(int, finish);
+    QFETCH(QString, value);
+    QFETCH(QString, shown);
+    Scene scene(2);
+    NamesModel model;
+    scene.feature.setCompleterModel(&model);
+    scene.feature.setStringPattern(schemaPattern(pattern));
+    scene.feature.setStringLengthMax(lengthMax);
+    if (!fixed.isEmpty())
+        scene.feature.setFixedValue(fixed);
+    scene.show();
+    scene.feature.setValue(0, loaded);
+    const QString start = scene.feature.stringValue();
+    QLineEdit* edit = scene.feature.edit(0);
+    QCOMPARE(edit->isReadOnly(), !fixed.isEmpty());
+    edit->setFocus();
+    QTRY_VERIFY(edit->hasFocus());
+    model.latest.clear();
+
+    QTest::keyClicks(edit, typed);
+    QCOMPARE(model.latest.size(), int(edit->text().size() - start.size()));
+    QCOMPARE(scene.feature.stringValue(), start);
+    // An open completion popup takes the keyboard, as it does for a user.
+    QWidget* popup = QApplication::activePopupWidget();
+    QTest::keyClick(popup ? popup : edit, Qt::Key(finish));
+    if (finish == Qt::Key_Tab)
+        QTRY_VERIFY(!edit->hasFocus());
+    scene.feature.setStringLengthMax(2);
+
+    QCOMPARE(scene.feature.stringValue(), value);
+    QCOMPARE(scene.feature.displayText(), value);
+    QCOMPARE(scene.feature.pushes,
+             value == start ? QStringList() : QStringList{QStringLiteral("0: %1 -> %2").arg(start, value)});
+    QCOMPARE(edit->text(), shown);
+    QCOMPARE(scene.feature.value(1).toString(), fixed);
+    std::unique_ptr<StringFeature> clone(
+        static_cast<StringFeature*>(scene.feature.cloneFeature(&scene.holder)));
+    QCOMPARE(clone->dataSet(), scene.feature.dataSet());
+    QCOMPARE(clone->stringPattern(), scene.feature.stringPattern());
+    QCOMPARE(clone->stringLengthMax(), 2);
+    QCOMPARE(clone->completerModel(), &model);
+}
+
+void TestStringFeature::completionPopupSetsSource_data()
+{
+    QTest::addColumn<int>("instance");
+    QTest::addColumn<bool>("modelFirst");
+    QTest::addColumn<bool>("insertedLater");
+    QTest::newRow("instance 2, model before the widget") << 2 << true << false;
+    QTest::newRow("instance 0, model after the widget") << 0 << false << false;
+    QTest::newRow("instance 2, inserted after the widget") << 2 << true << true;
+}
+
+void TestStringFeature::completionPopupSetsSource()
+{
+    QFETCH(int, instance);
+    QFETCH(bool, modelFirst);
+    QFETCH(bool, insertedLater);
+    Scene scene(insertedLater ? 2 : 3);
+    NamesModel model;
+    if (modelFirst)
+        scene.feature.setCompleterModel(&model);
+    scene.show();
+    if (!modelFirst)
+        scene.feature.setCompleterModel(&model);
+    if (insertedLater)
+        QVERIFY(scene.feature.insertInstance(FeatureElementBase::NoIndex));
+
+    QLineEdit* edit = scene.feature.edit(size_t(instance));
+    QPointer<QCompleter> completer = edit->completer();
+    QVERIFY(completer);
+    QCOMPARE(completer->parent(), edit);
+    QCOMPARE(completer->model(), &model);
+    QCOMPARE(completer->completionMode(), QCompleter::UnfilteredPopupCompletion);
+    QCOMPARE(completer->caseSensitivity(), Qt::CaseInsensitive);
+    QCOMPARE(completer->completionColumn(), 1);
+    QVERIFY(model.sources.isEmpty());
+
+    completer->complete();
+    QTRY_VERIFY(completer->popup()->isVisible());
+    QCOMPARE(model.sourceElement(), &scene.feature);
+    QCOMPARE(model.sourceIndex(), instance);
+    completer->popup()->hide();
+    QCOMPARE(model.sourceElement(), nullptr);
+    QCOMPARE(model.sourceIndex(), -1);
+    model.clearSource();
+    QCOMPARE(model.sources, (QStringList{QStringLiteral("Address %1").arg(instance), "none -1"}));
+
+    scene.feature.setCompleterModel(nullptr);
+    QVERIFY(!completer);
+    QVERIFY(!edit->completer());
+    QVERIFY(!edit->findChild<StringFeatureCompleterHelper*>());
+}
+
+QTEST_MAIN(TestStringFeature)
+#include "tst_stringfeature.moc"
