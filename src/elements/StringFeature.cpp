@@ -13,7 +13,7 @@ namespace Orvex {
 
 namespace {
 
-// A QLineEdit's size hint is the same for every text; this one is as wide as its text needs.
+// QLineEdit sizes itself for 17 'x' whatever its text; this one is as wide as its text needs.
 class SampleLineEdit : public QLineEdit
 {
 public:
@@ -23,7 +23,6 @@ public:
     {
         QSize hint = QLineEdit::sizeHint();
         const QFontMetrics metrics(font());
-        // QLineEdit sizes its text area for 17 'x', whatever the text.
         hint.rwidth() += metrics.horizontalAdvance(text()) - 17 * metrics.horizontalAdvance(QLatin1Char('x'));
         return hint;
     }
