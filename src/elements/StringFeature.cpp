@@ -50,18 +50,6 @@ StringFeature::StringFeature(const StringFeature* a_source, ElementBase* a_paren
         setDataSet(a_source->dataSet());
 }
 
-StringFeature::~StringFeature()
-{
-    // The rows go away only in the base destructors, and a line edit that loses the focus as its row is
-    // hidden reports a finished edit, which must no longer reach this element.
-    for (size_t index = 0; index < instanceCount(); ++index) {
-        if (QLineEdit* edit = lineEdit(index))
-            edit->disconnect(this);
-    }
-    if (QWidget* kept = takeKeptValueWidget())
-        kept->disconnect(this);
-}
-
 void StringFeature::setStringPattern(const QRegExp& a_pattern)
 {
     m_stringPattern = a_pattern;

@@ -32,7 +32,6 @@ public:
     explicit StringFeature(ElementBase* a_parentElement);
     // Bounds, settings, pattern, length, completion model and the instance values of a_source.
     StringFeature(const StringFeature* a_source, ElementBase* a_parentElement);
-    ~StringFeature() override;
 
     QString stringValue() const { return value().toString(); }
     void setStringValue(const QString& a_value) { setValue(a_value); }

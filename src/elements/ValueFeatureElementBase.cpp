@@ -33,7 +33,17 @@ ValueFeatureElementBase::ValueFeatureElementBase(const ValueFeatureElementBase* 
     }
 }
 
-ValueFeatureElementBase::~ValueFeatureElementBase() = default;
+ValueFeatureElementBase::~ValueFeatureElementBase()
+{
+    // The rows go away only in the base destructors, and a value widget that loses the focus as its row
+    // is hidden reports a finished edit, which must no longer reach an element that is half destroyed.
+    for (size_t index = 0; index < instanceCount(); ++index) {
+        if (QWidget* widget = valueWidget(index))
+            widget->disconnect(this);
+    }
+    if (m_keptValueWidget)
+        m_keptValueWidget->disconnect(this);
+}
 
 QVariant ValueFeatureElementBase::value(size_t a_index) const
 {
