@@ -1,0 +1,26 @@
+#include "CameraGlobalCategory.h"
+
+#include "CameraElement.h"
+
+namespace Orvex {
+
+CameraGlobalCategory::CameraGlobalCategory(CameraElement* a_camera)
+    : CategoryElementBase(nullptr, a_camera), m_camera(a_camera)
+{
+}
+
+CameraGlobalCategory::~CameraGlobalCategory() = default;
+
+CameraElement* CameraGlobalCategory::camera() const
+{
+    return m_camera;
+}
+
+void CameraGlobalCategory::onRaise()
+{
+    if (m_camera)
+        m_camera->setGlobalMode();
+    CategoryElementBase::onRaise();
+}
+
+} // namespace Orvex

@@ -1,0 +1,122 @@
+#include "CategoryElementBase.h"
+
+#include "FeatureElementBase.h"
+#include "FeatureListFeatureBase.h"
+#include "WindowElement.h"
+
+#include <QFormLayout>
+#include <QLabel>
+#include <QScrollArea>
+#include <QVBoxLayout>
+#include <QtDebug>
+
+#include <algorithm>
+
+namespace Orvex {
+
+CategoryElementBase::CategoryElementBase(const CategoryElementBase* a_source, ElementBase* a_parentElement)
+    : WidgetElementBase(a_source, a_parentElement)
+{
+    if (!a_source)
+        return;
+    for (FeatureElementBase* original : a_source->features()) {
+        FeatureElementBase* copy = FeatureListFeatureBase::cloneMember(original, this);
+        if (copy)
+            addFeature(copy);
+        else
+            qWarning() << "Category" << name() << "cannot copy its feature" << original->name();
+    }
+}
+
+CategoryElementBase::~CategoryElementBase() = default;
+
+QVector<FeatureElementBase*> CategoryElementBase::features() const
+{
+    QVector<FeatureElementBase*> living;
+    living.reserve(m_features.size());
+    for (const QPointer<FeatureElementBase>& feature : m_features) {
+        if (feature)
+            living.append(feature);
+    }
+    return living;
+}
+
+FeatureElementBase* CategoryElementBase::feature(const QString& a_name) const
+{
+    for (const QPointer<FeatureElementBase>& feature : m_features) {
+        if (feature && feature->name() == a_name)
+            return feature;
+    }
+    return nullptr;
+}
+
+bool CategoryElementBase::addFeature(FeatureElementBase* a_feature)
+{
+    if (!a_feature || a_feature->parentElement() != this || m_features.contains(a_feature))
+        return false;
+    m_features.append(a_feature);
+    connect(a_feature, &QObject::destroyed, this, &CategoryElementBase::dropDestroyedFeatures);
+    if (WindowElement* window = windowElement())
+        window->watchWarnings(a_feature);
+    if (m_form)
+        addFeatureRow(a_feature);
+    return true;
+}
+
+QWidget* CategoryElementBase::createWidget()
+{
+    if (widget())
+        return widget();
+
+    auto* page = new QScrollArea;
+    page->setWidgetResizable(true);
+    page->setFrameShape(QFrame::NoFrame);
+    auto* content = new QWidget;
+    content->setObjectName(QStringLiteral("TransparentWidget"));
+    auto* layout = new QVBoxLayout(content);
+    m_formWidget = new QWidget(content);
+    m_formWidget->setObjectName(QStringLiteral("TransparentWidget"));
+    m_form = new QFormLayout(m_formWidget);
+    layout->addWidget(m_formWidget);
+    layout->addStretch();
+    page->setWidget(content);
+    // Set before the features build their widgets, which they make children of this one.
+    setWidget(page);
+
+    for (FeatureElementBase* feature : features())
+        addFeatureRow(feature);
+    return page;
+}
+
+void CategoryElementBase::highlight(size_t)
+{
+    highlightContainers({m_formWidget.data()});
+}
+
+QVBoxLayout* CategoryElementBase::contentLayout() const
+{
+    const auto* page = qobject_cast<QScrollArea*>(widget());
+    QWidget* content = page ? page->widget() : nullptr;
+    return content ? qobject_cast<QVBoxLayout*>(content->layout()) : nullptr;
+}
+
+void CategoryElementBase::addFeatureRow(FeatureElementBase* a_feature)
+{
+    auto* label = new QLabel(a_feature->name(), m_formWidget);
+    label->setToolTip(a_feature->annotation());
+    QWidget* editor = a_feature->createWidget();
+    if (editor)
+        m_form->addRow(label, editor);
+    else
+        m_form->addRow(label);
+}
+
+void CategoryElementBase::dropDestroyedFeatures()
+{
+    m_features.erase(
+        std::remove_if(m_features.begin(), m_features.end(),
+                       [](const QPointer<FeatureElementBase>& a_feature) { return a_feature.isNull(); }),
+        m_features.end());
+}
+
+} // namespace Orvex

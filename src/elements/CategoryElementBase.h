@@ -1,0 +1,63 @@
+#pragma once
+
+#include "WidgetElementBase.h"
+
+#include <QPointer>
+#include <QVector>
+
+class QFormLayout;
+class QVBoxLayout;
+
+namespace Orvex {
+
+class FeatureElementBase;
+
+// One page of the editor: the features of the camera's global category or of one category of a mode.
+// The features are complete without the page; the page (a scroll area with a form of the features) is
+// built only when it is first asked for, and from then on gets a row for every feature added.
+class CategoryElementBase : public WidgetElementBase
+{
+    Q_OBJECT
+
+public:
+    // With a source, takes its name, annotation and path and a copy of each of its features, values
+    // included; every copy gets a fresh id.
+    CategoryElementBase(const CategoryElementBase* a_source, ElementBase* a_parentElement);
+    ~CategoryElementBase() override;
+
+    // In the order they were added; features destroyed meanwhile are left out.
+    QVector<FeatureElementBase*> features() const;
+    int featureCount() const { return features().size(); }
+    // The first feature with that name, or null.
+    FeatureElementBase* feature(const QString& a_name) const;
+
+    // Takes a feature made with this category as its parent element; false for null, for a feature of
+    // another element and for one added already. Its warnings go to the window's message queue.
+    bool addFeature(FeatureElementBase* a_feature);
+
+    // The page: a scroll area holding the form, built on first call and returned as is afterwards. The
+    // category owns it wherever it is shown.
+    virtual QWidget* createWidget();
+
+    // Tints the whole form, whatever the index: a category has no instances of its own.
+    void highlight(size_t a_index) override;
+
+protected:
+    // The page's content below the scroll area's viewport: a vertical layout that holds the form and
+    // whatever a subclass puts above it.
+    QVBoxLayout* contentLayout() const;
+    // The widget that carries the form of features; null until the page exists.
+    QWidget* formWidget() const { return m_formWidget; }
+
+private slots:
+    void dropDestroyedFeatures();
+
+private:
+    void addFeatureRow(FeatureElementBase* a_feature);
+
+    QVector<QPointer<FeatureElementBase>> m_features;
+    QPointer<QWidget> m_formWidget;
+    QPointer<QFormLayout> m_form;
+};
+
+} // namespace Orvex
