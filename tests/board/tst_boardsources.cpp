@@ -1,0 +1,408 @@
+#include "DragMenu.h"
+#include "QNBrdAttachedFilesSource.h"
+#include "QNBrdDataSource.h"
+#include "QNDriver.h"
+
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLabel>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+#include <QToolButton>
+#include <QUrl>
+
+#include <memory>
+
+using namespace Orvex;
+
+namespace {
+
+const QString g_alpha = QStringLiteral("Bd (0) - Alpha - Full (SN 11)");
+const QString g_beta = QStringLiteral("Bd (1) - Beta");
+const QString g_plain = QStringLiteral("Bd (2)");
+
+QJsonObject board(const QString& a_kind, bool a_mk2, const QString& a_model = {},
+                  const QStringList& a_camList = {}, const QString& a_variant = {}, int a_serial = 0)
+{
+    QJsonObject result{
+        {"kind", a_kind}, {"mk2", a_mk2}, {"model", a_model}, {"variant", a_variant}, {"serial", a_serial}};
+    if (!a_camList.isEmpty())
+        result["registry"] = QJsonObject{{"QNCamList", QJsonArray::fromStringList(a_camList)}};
+    return result;
+}
+
+// Board 0: Camera Link with files; 1: CoaXPress with files; 2: an older board, never scanned.
+QJsonArray threeBoards(const QStringList& a_cxpFiles = {"b.lumex"})
+{
+    return {board("CameraLink", true, "Alpha", {"Fast@a.lumex", "a.lumex"}, "Full", 11),
+            board("CoaXPress", true, "Beta", a_cxpFiles), board("CameraLink", false, {}, {"a.lumex"})};
+}
+
+bool handleOpen(HwBrdHandle a_handle)
+{
+    return QNIsCL(a_handle) || QNIsCXP(a_handle);
+}
+
+// One line per action: "!" marks a disabled one, a submenu lists its entries as text and path.
+QStringList describe(const QMenu* a_menu, const QString& a_configPath)
+{
+    QStringList lines;
+    for (const QAction* action : a_menu->actions()) {
+        QString line = (action->isEnabled() ? QString() : QStringLiteral("!")) + action->text();
+        if (const QMenu* submenu = action->menu()) {
+            QStringList entries;
+            for (const QAction* entry : submenu->actions())
+                entries << entry->text() + " " + QDir(a_configPath).relativeFilePath(entry->toolTip());
+            line += " {" + entries.join(", ") + "}";
+        }
+        lines << line;
+    }
+    return lines;
+}
+
+} // namespace
+
+class TestBoardSources : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    QString m_config;
+
+    void loadMachine(const QJsonArray& a_boards)
+    {
+        const QString path = m_dir.filePath("boards.json");
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(QJsonDocument(QJsonObject{{"boards", a_boards}}).toJson());
+        file.close();
+        qputenv("QN_SIM_BOARDS", QFile::encodeName(path));
+        QNSimReload();
+    }
+
+    // A name ending in "/" is made a folder.
+    void createFiles(const QStringList& a_relative)
+    {
+        for (const QString& name : a_relative) {
+            const QString path = m_config + "/" + name;
+            QVERIFY(QDir().mkpath(name.endsWith('/') ? path : QFileInfo(path).path()));
+            QFile file(path);
+            QVERIFY(name.endsWith('/') || file.open(QIODevice::WriteOnly));
+        }
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QCoreApplication::setOrganizationName(QStringLiteral("Quarnel"));
+        QCoreApplication::setApplicationName(QStringLiteral("OrvexBoardSourcesTest"));
+        QVERIFY(m_dir.isValid());
+        m_config = m_dir.filePath("config");
+    }
+
+    void init()
+    {
+        QSettings().clear();
+        QVERIFY(QDir(m_config).removeRecursively());
+        QVERIFY(QDir().mkpath(m_config + "/Vrm") && QDir().mkpath(m_config + "/Pld"));
+    }
+
+    void attachedFileParsing_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<bool>("mk2");
+        QTest::addColumn<QStringList>("entries");
+        QTest::addColumn<QStringList>("files");
+        // mode|path below the configuration folder; none: no board listed; one empty string: a board without
+        // files
+        QTest::addColumn<QStringList>("expected");
+
+        const QString full(4084, 'M');
+        QTest::newRow("mode and plain file")
+            << "CameraLink" << true << QStringList{"Fast@cam.lumex", "cam.lumex"}
+            << QStringList{"Vrm/cam.lumex"} << QStringList{"Fast|Vrm/cam.lumex", "|Vrm/cam.lumex"};
+        QTest::newRow("CoaXPress folder")
+            << "CoaXPress" << true << QStringList{"Slow@cam.lumex", "cl.lumex"}
+            << QStringList{"Pld/cam.lumex", "Vrm/cl.lumex"} << QStringList{"Slow|Pld/cam.lumex"};
+        QTest::newRow("first @ splits")
+            << "CameraLink" << true << QStringList{"A@b@c.lumex", "@d.lumex"}
+            << QStringList{"Vrm/b@c.lumex", "Vrm/d.lumex"} << QStringList{"A|Vrm/b@c.lumex", "|Vrm/d.lumex"};
+        QTest::newRow("trailing @ keeps the name")
+            << "CameraLink" << true << QStringList{"cam.lumex@", "gone.lumex@", "Fast@x@"}
+            << QStringList{"Vrm/cam.lumex@", "Vrm/gone.lumex", "Vrm/x", "Vrm/Fast@x@"}
+            << QStringList{"|Vrm/cam.lumex@", "|Vrm/Fast@x@"};
+        QTest::newRow("missing file and folder dropped")
+            << "CameraLink" << true << QStringList{"missing.lumex", "Fast@dir.lumex", "ok.lumex"}
+            << QStringList{"Vrm/dir.lumex/", "Vrm/ok.lumex"} << QStringList{"|Vrm/ok.lumex"};
+        QTest::newRow("relative paths")
+            << "CameraLink" << true << QStringList{"Fast@../Pld/x.lumex", "sub/y.lumex"}
+            << QStringList{"Pld/x.lumex", "Vrm/sub/y.lumex"}
+            << QStringList{"Fast|Pld/x.lumex", "|Vrm/sub/y.lumex"};
+        QTest::newRow("older board skipped") << "CameraLink" << false << QStringList{"cam.lumex"}
+                                             << QStringList{"Vrm/cam.lumex"} << QStringList();
+        QTest::newRow("list fills the buffer")
+            << "CameraLink" << true << QStringList{full + "@cam.lumex"} << QStringList{"Vrm/cam.lumex"}
+            << QStringList{full + "|Vrm/cam.lumex"};
+        QTest::newRow("list overflows the buffer")
+            << "CameraLink" << true << QStringList{full + "M@cam.lumex"} << QStringList{"Vrm/cam.lumex"}
+            << QStringList{""};
+    }
+
+    void attachedFileParsing()
+    {
+        QFETCH(QString, kind);
+        QFETCH(bool, mk2);
+        QFETCH(QStringList, entries);
+        QFETCH(QStringList, files);
+        QFETCH(QStringList, expected);
+
+        loadMachine({board(kind, mk2, "M", entries)});
+        createFiles(files);
+        QNBrdAttachedFilesSource source;
+        source.setConfigPath(m_config);
+
+        const QVector<QNBrdAttachedFilesSource::Board> boards = source.boards();
+        QCOMPARE(boards.size(), expected.isEmpty() ? 0 : 1);
+        if (boards.isEmpty())
+            return;
+        QCOMPARE(boards[0].name, QStringLiteral("Bd (0) - M"));
+        QStringList found;
+        for (const QNBrdAttachedFilesSource::AttachedFile& file : boards[0].files) {
+            QCOMPARE(file.boardNumber, 0);
+            QCOMPARE(file.filePath, QDir::toNativeSeparators(file.filePath));
+            found << file.fileMode + "|" + QDir(m_config).relativeFilePath(file.filePath);
+        }
+        expected.removeAll(QString());
+        QCOMPARE(found, expected);
+    }
+
+    void menuAndPage_data()
+    {
+        QTest::addColumn<QJsonArray>("boards");
+        QTest::addColumn<QStringList>("menu");
+        QTest::addColumn<QStringList>("page");
+
+        QTest::newRow("no boards") << QJsonArray() << QStringList{"Refresh", "!No Boards Detected"}
+                                   << QStringList{"Attached Files", "<i>No files attached.</i>"};
+        QTest::newRow("board without files") << QJsonArray{board("CoaXPress", true, "R&D", {"missing.lumex"})}
+                                             << QStringList{"Refresh", "!Bd (0) - R&&D"}
+                                             << QStringList{"Attached Files", "<i>No files attached.</i>"};
+        QTest::newRow("boards with files")
+            << threeBoards()
+            << QStringList{"Refresh", g_alpha + " {Fast@a.lumex Vrm/a.lumex, a.lumex Vrm/a.lumex}",
+                           g_beta + " {b.lumex Pld/b.lumex}"}
+            << QStringList{"Attached Files", g_alpha, "Fast@a.lumex", "a.lumex", g_beta, "b.lumex"};
+    }
+
+    void menuAndPage()
+    {
+        QFETCH(QJsonArray, boards);
+        QFETCH(QStringList, menu);
+        QFETCH(QStringList, page);
+
+        loadMachine(boards);
+        createFiles({"Vrm/a.lumex", "Pld/b.lumex"});
+        DragMenu dragMenu;
+        QNBrdAttachedFilesSource source(&dragMenu);
+        QSignalSpy changed(&source, &QNBrdAttachedFilesSource::attachedFilesChanged);
+        source.setConfigPath(m_config);
+        QCOMPARE(changed.count(), boards.isEmpty() ? 0 : 1);
+
+        QCOMPARE(describe(&dragMenu, m_config), menu);
+        QCOMPARE(dragMenu.actions().first()->toolTip(),
+                 QStringLiteral("<html>Refresh the list of attached camera files.</html>"));
+        for (const QAction* action : dragMenu.actions()) {
+            if (!action->menu())
+                continue;
+            QVERIFY(qobject_cast<DragMenu*>(action->menu()) && action->menu()->toolTipsVisible());
+            for (const QAction* entry : action->menu()->actions()) {
+                QVERIFY(!entry->icon().isNull());
+                QCOMPARE(QUrl(entry->property(DragMenu::dragUrlProperty).toString()).toLocalFile(),
+                         QDir::fromNativeSeparators(entry->toolTip()));
+            }
+        }
+
+        QWidget window;
+        QWidget* documents = source.documentsPageWidget(&window);
+        QCOMPARE(documents->objectName(), QStringLiteral("TransparentWidget"));
+        QStringList texts;
+        for (const QObject* child : documents->children()) {
+            if (const auto* label = qobject_cast<const QLabel*>(child))
+                texts << label->text();
+            else if (const auto* button = qobject_cast<const QToolButton*>(child))
+                texts << button->text();
+        }
+        QCOMPARE(texts, page);
+
+        // Scanning the same boards again changes nothing.
+        source.update();
+        QCOMPARE(changed.count(), boards.isEmpty() ? 0 : 1);
+    }
+
+    void entriesEmitFileSelected()
+    {
+        loadMachine(threeBoards());
+        createFiles({"Vrm/a.lumex", "Pld/b.lumex"});
+        QNBrdAttachedFilesSource source;
+        source.setConfigPath(m_config);
+        QSignalSpy selected(&source, &QNBrdAttachedFilesSource::fileSelected);
+
+        const QList<QAction*> boards = source.menu()->actions();
+        boards[1]->menu()->actions().first()->trigger();
+        boards[2]->menu()->actions().first()->trigger();
+        QWidget window;
+        QTest::mouseClick(source.documentsPageWidget(&window)->findChildren<QToolButton*>()[1],
+                          Qt::LeftButton);
+
+        const QString a = QDir::toNativeSeparators(m_config + "/Vrm/a.lumex");
+        const QList<QVariantList> expected{
+            {a, "Fast", 0}, {QDir::toNativeSeparators(m_config + "/Pld/b.lumex"), "", 1}, {a, "", 0}};
+        QCOMPARE(QList<QVariantList>(selected), expected);
+    }
+
+    void noSecondScanWhileOpenOrScanning()
+    {
+        loadMachine(threeBoards({"b.lumex", "c.lumex"}));
+        createFiles({"Vrm/a.lumex", "Pld/b.lumex"});
+        QNBrdAttachedFilesSource source;
+        source.setConfigPath(m_config);
+        QSignalSpy changed(&source, &QNBrdAttachedFilesSource::attachedFilesChanged);
+        const auto fileCount = [&source] { return source.boards().value(1).files.size(); };
+
+        createFiles({"Pld/c.lumex"});
+        source.menu()->popup(QPoint(10, 10));
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(fileCount(), 2);
+
+        QVERIFY(QFile::remove(m_config + "/Pld/c.lumex"));
+        source.autoUpdate();
+        QCOMPARE(fileCount(), 2);
+
+        // While the boards are queried the event loop runs, and with it whatever asks for another scan.
+        QString status;
+        bool refreshEnabled = true;
+        int filesDuringScan = -1;
+        QTimer::singleShot(0, &source, [&] {
+            status = source.menu()->actions().first()->text();
+            refreshEnabled = source.refreshAction()->isEnabled();
+            source.update();
+            filesDuringScan = fileCount();
+        });
+        source.refreshAction()->trigger();
+        QCOMPARE(status, QStringLiteral("Querying VFG 0"));
+        QVERIFY(!refreshEnabled);
+        QCOMPARE(filesDuringScan, 2);
+        QCOMPARE(changed.count(), 2);
+        QCOMPARE(fileCount(), 1);
+        QCOMPARE(source.menu()->actions().first(), source.refreshAction());
+        QVERIFY(source.refreshAction()->isEnabled());
+
+        createFiles({"Pld/c.lumex"});
+        source.menu()->hide();
+        source.menu()->popup(QPoint(10, 10));
+        QCOMPARE(changed.count(), 3);
+        QCOMPARE(fileCount(), 2);
+    }
+
+    void populate_data()
+    {
+        QTest::addColumn<int>("filter");
+        QTest::addColumn<int>("storedFor");
+        QTest::addColumn<QStringList>("recent");
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<int>("opened");
+
+        const QString gone = QStringLiteral("Bd (7) - Gone");
+        const QStringList all{g_alpha, g_beta, g_plain};
+        QTest::newRow("filter none") << 0 << 0 << QStringList() << QStringList() << -1;
+        QTest::newRow("Camera Link") << 1 << 1 << QStringList() << QStringList{g_alpha, g_plain} << 0;
+        QTest::newRow("CoaXPress") << 2 << 2 << QStringList() << QStringList{g_beta} << 1;
+        QTest::newRow("any") << 3 << 3 << QStringList() << all << 0;
+        QTest::newRow("gone board, then the next name")
+            << 3 << 3 << QStringList{gone, g_plain, g_beta} << all << 2;
+        QTest::newRow("gone board, then board 0") << 3 << 3 << QStringList{gone} << all << 0;
+        QTest::newRow("another filter's names") << 3 << 1 << QStringList{g_plain} << all << 0;
+        QTest::newRow("name the filter leaves out")
+            << 2 << 2 << QStringList{g_alpha} << QStringList{g_beta} << 1;
+    }
+
+    void populate()
+    {
+        QFETCH(int, filter);
+        QFETCH(int, storedFor);
+        QFETCH(QStringList, recent);
+        QFETCH(QStringList, names);
+        QFETCH(int, opened);
+
+        loadMachine(threeBoards());
+        QSettings().setValue(QNBrdDataSource::recentBoardsKey(BoardTypes(storedFor)), recent);
+        QNBrdDataSource source{BoardTypes(filter)};
+        QStringList texts;
+        for (int index = 1; index < source.count(); ++index) {
+            texts << source.itemText(index);
+            QCOMPARE(source.itemData(index).toInt(), source.itemText(index).mid(4, 1).toInt());
+        }
+        QCOMPARE(source.itemText(0), QStringLiteral("No Source"));
+        QCOMPARE(source.itemData(0).toInt(), -1);
+        QCOMPARE(texts, names);
+        QCOMPARE(source.property("board").value<quint32>(), quint32(opened));
+        QCOMPARE(source.currentData().toInt(), opened);
+        QCOMPARE(handleOpen(source.boardHandle()), opened >= 0);
+        QCOMPARE(source.recentBoards(), storedFor == filter ? recent : QStringList());
+    }
+
+    void userChoice_data()
+    {
+        QTest::addColumn<int>("pick");
+        QTest::addColumn<bool>("boardsRemoved");
+        QTest::addColumn<int>("opened");
+        QTest::addColumn<QStringList>("recent");
+        QTest::addColumn<int>("changes");
+
+        QTest::newRow("another board") << 3 << false << 2 << QStringList{g_plain, g_beta} << 1;
+        QTest::newRow("the open board") << 2 << false << 1 << QStringList{g_beta} << 0;
+        QTest::newRow("No Source") << 0 << false << -1 << QStringList{g_beta} << 1;
+        QTest::newRow("board gone since") << 3 << true << -1 << QStringList{g_beta} << 1;
+    }
+
+    void userChoice()
+    {
+        QFETCH(int, pick);
+        QFETCH(bool, boardsRemoved);
+        QFETCH(int, opened);
+        QFETCH(QStringList, recent);
+        QFETCH(int, changes);
+
+        loadMachine(threeBoards());
+        QSettings().setValue(QStringLiteral("data_source/recent_boards_any"), QStringList{g_beta});
+        auto source = std::make_unique<QNBrdDataSource>();
+        QCOMPARE(source->board(), 1u);
+        const HwBrdHandle first = source->boardHandle();
+        QSignalSpy changed(source.get(), &QNBrdDataSource::sourceChanged);
+        if (boardsRemoved)
+            loadMachine({threeBoards()[0]});
+
+        source->setCurrentIndex(pick);
+        emit source->activated(pick);
+
+        QCOMPARE(source->board(), quint32(opened));
+        QCOMPARE(source->currentIndex(), opened < 0 ? 0 : pick);
+        QCOMPARE(QSettings().value("data_source/recent_boards_any").toStringList(), recent);
+        QCOMPARE(changed.count(), changes);
+        QCOMPARE(handleOpen(first), changes == 0);
+        const HwBrdHandle current = source->boardHandle();
+        QCOMPARE(handleOpen(current), opened >= 0);
+        source.reset();
+        QVERIFY(!handleOpen(current));
+    }
+};
+
+QTEST_MAIN(TestBoardSources)
+#include "tst_boardsources.moc"
