@@ -1,0 +1,304 @@
+#include "Dec2HexValueObserver.h"
+#include "FeatureListFeature.h"
+#include "QNBrdDataSource.h"
+#include "QNBrdRegsAddressItemModel.h"
+#include "QNBrdRegsDataItemModel.h"
+#include "QNBrdRegsValueObserver.h"
+#include "QNCxpRegsDataItemModel.h"
+#include "QNCxpRegsValueObserver.h"
+#include "QNDriver.h"
+#include "StringFeature.h"
+
+#include <QSettings>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Orvex;
+
+namespace {
+
+// Board 0: Camera Link; board 1: CoaXPress with a camera. Names are listed out of order on purpose.
+const char* const g_machine = R"({"boards": [
+    {"kind": "CameraLink", "registers": {"Gain": {"id": 10, "value": 31},
+                                         "Exposure": {"id": 3676, "value": 4294967295},
+                                         "Blank": {"id": 0, "value": 0}}},
+    {"kind": "CoaXPress", "registers": {"Width": {"id": 5, "value": 2048}},
+     "cameraRegisters": {"0x2000": 3735928559, "0x6000 Height": 1024}}
+]})";
+
+constexpr int g_noBoard = -1;
+const QString g_hexTip =
+    QStringLiteral("Input value in hexadecimal. Decimal input is automatically converted to hexadecimal.");
+const QString g_currentTip = QStringLiteral("Current value on the camera at the address.");
+
+class HolderElement : public WidgetElementBase
+{
+public:
+    using WidgetElementBase::WidgetElementBase;
+    void highlight(size_t) override {}
+};
+
+// A register write list "reg" with two instances of the members "address" and "data".
+struct RegisterWrites
+{
+    HolderElement holder{nullptr, nullptr};
+    FeatureListFeature* list = new FeatureListFeature(&holder);
+
+    explicit RegisterWrites(const QList<ValueFeatureObserverBase*>& a_addressObservers = {})
+    {
+        list->setName("reg");
+        list->setMaxOccurs(2);
+        list->setMinOccurs(2);
+        auto* address = new StringFeature(list);
+        address->setName("address");
+        for (ValueFeatureObserverBase* observer : a_addressObservers)
+            address->addObserver(observer);
+        auto* data = new StringFeature(list);
+        data->setName("data");
+        data->setValue(QStringLiteral("keep"));
+        list->addMember(address);
+        list->addMember(data);
+    }
+    StringFeature* member(size_t a_instance, const char* a_name) const
+    {
+        return qobject_cast<StringFeature*>(
+            list->member(a_instance, qstrcmp(a_name, "address") == 0 ? 0 : 1));
+    }
+};
+
+} // namespace
+
+class TestRegisterViews : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QCoreApplication::setOrganizationName(QStringLiteral("Quarnel"));
+        QCoreApplication::setApplicationName(QStringLiteral("OrvexRegisterViewsTest"));
+        QSettings().clear();
+        QVERIFY(m_dir.isValid());
+        const QString path = m_dir.filePath("boards.json");
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(g_machine);
+        file.close();
+        qputenv("QN_SIM_BOARDS", QFile::encodeName(path));
+        QNSimReload();
+    }
+
+    void dec2hex_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("stored");
+        const struct
+        {
+            const char* name;
+            const char* typed;
+            const char* stored;
+        } rows[] = {{"decimal", "31", "0x1F"},
+                    {"largest 32-bit", "4294967295", "0xFFFFFFFF"},
+                    {"beyond 32 bits stands", "4294967296", "4294967296"},
+                    {"lower-case hex stands", "0x1f", "0x1f"},
+                    {"upper-case prefix stands", "0X10", "0X10"},
+                    {"text stands", "abc", "abc"},
+                    {"negative stands", "-5", "-5"},
+                    {"padded stands", " 31", " 31"},
+                    {"empty stands", "", ""}};
+        for (const auto& row : rows)
+            QTest::newRow(row.name) << QString(row.typed) << QString(row.stored);
+    }
+
+    void dec2hex()
+    {
+        QFETCH(QString, typed);
+        QFETCH(QString, stored);
+        Dec2HexValueObserver observer;
+        HolderElement holder(nullptr, nullptr);
+        StringFeature feature(&holder);
+        feature.addObserver(&observer);
+        QSignalSpy changes(&feature, &ValueFeatureElementBase::valueChanged);
+        feature.userSetValue(0, typed);
+        QCOMPARE(feature.stringValue(), stored);
+        QCOMPARE(changes.count(), typed.isEmpty() ? 0 : 1);
+    }
+
+    void addressTable_data()
+    {
+        QTest::addColumn<int>("board");
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<QString>("lookup");
+        QTest::addColumn<uint>("id");
+        const QStringList cl{"Blank", "Exposure", "Gain"};
+        QTest::newRow("Camera Link, first id") << 0 << cl << "Blank" << 0u;
+        QTest::newRow("Camera Link, last id") << 0 << cl << "Exposure" << 3676u;
+        QTest::newRow("case matters") << 0 << cl << "gain" << QNRegIdCount;
+        QTest::newRow("empty name") << 0 << cl << "" << QNRegIdCount;
+        QTest::newRow("CoaXPress") << 1 << QStringList{"Width"} << "Width" << 5u;
+        QTest::newRow("other board's name") << 1 << QStringList{"Width"} << "Gain" << QNRegIdCount;
+        QTest::newRow("no board") << g_noBoard << QStringList() << "Gain" << QNRegIdCount;
+    }
+
+    void addressTable()
+    {
+        QFETCH(int, board);
+        QFETCH(QStringList, names);
+        QFETCH(QString, lookup);
+        QFETCH(uint, id);
+        QNBrdDataSource source;
+        source.setBoard(1);
+        QNBrdRegsAddressItemModel model(&source);
+        QCOMPARE(model.rowCount(), 1);
+        QSignalSpy resets(&model, &QAbstractItemModel::modelReset);
+
+        source.setBoard(board == g_noBoard ? QNBrdDataSource::noBoard : quint32(board));
+        QCOMPARE(resets.count(), board == 1 ? 0 : 1);
+        QStringList listed;
+        for (int row = 0; row < model.rowCount(); ++row) {
+            QCOMPARE(model.data(model.index(row, 0), Qt::EditRole), model.data(model.index(row, 0)));
+            listed << model.data(model.index(row, 0)).toString();
+        }
+        QCOMPARE(listed, names);
+        QCOMPARE(model.columnCount(), 1);
+        QCOMPARE(model.registerId(lookup), id);
+    }
+
+    void dataRows_data()
+    {
+        QTest::addColumn<bool>("camera");
+        QTest::addColumn<int>("board");
+        QTest::addColumn<QString>("address");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("hexRow");
+        QTest::addColumn<QString>("currentRow");
+        const struct
+        {
+            const char* name;
+            bool camera;
+            int board;
+            const char* address;
+            const char* typed;
+            const char* hexRow;
+            const char* currentRow;
+        } rows[] = {
+            {"board register", false, 0, "Gain", "31", "Hex: 0x1F", "Reg: 0x0000001F"},
+            {"all bits", false, 0, "Exposure", "0xab", "Hex: 0xab", "Reg: 0xFFFFFFFF"},
+            {"unknown register", false, 0, "Width", "", "Hex: ", "Reg: 0x00000000"},
+            {"no board", false, g_noBoard, "Gain", "x", "Hex: x", "Reg: 0x00000000"},
+            {"camera, hex address", true, 1, "0x2000", "7", "Hex: 0x7", "Cam: 0xDEADBEEF"},
+            {"camera, decimal address", true, 1, "24576", "", "Hex: ", "Cam: 0x00000400"},
+            {"camera lacks address", true, 1, "0x2008", "", "Hex: ", "Cam: 0x00000000"},
+            {"camera, bad address", true, 1, "0x20g0", "", "Hex: ", "Cam: 0x00000000"},
+            {"camera on Camera Link", true, 0, "0x2000", "", "Hex: ", "Cam: 0x00000000"},
+        };
+        for (const auto& row : rows) {
+            QTest::newRow(row.name) << row.camera << row.board << QString(row.address) << QString(row.typed)
+                                    << QString(row.hexRow) << QString(row.currentRow);
+        }
+    }
+
+    void dataRows()
+    {
+        QFETCH(bool, camera);
+        QFETCH(int, board);
+        QFETCH(QString, address);
+        QFETCH(QString, typed);
+        QFETCH(QString, hexRow);
+        QFETCH(QString, currentRow);
+        QNBrdDataSource source;
+        QNBrdRegsAddressItemModel addressModel(&source);
+        QScopedPointer<StringFeatureCompleterItemModel> model;
+        if (camera)
+            model.reset(new QNCxpRegsDataItemModel(&source));
+        else
+            model.reset(new QNBrdRegsDataItemModel(&addressModel));
+        RegisterWrites writes;
+        // Instance 0 names a register too, so that reading the wrong instance shows.
+        writes.member(0, "address")->setValue(camera ? "0x6000" : "Blank");
+        writes.member(1, "address")->setValue(address);
+
+        // Board 0 is open until the row's board replaces it, which must be read anew.
+        model->setSource(writes.member(1, "data"), 0);
+        source.setBoard(board == g_noBoard ? QNBrdDataSource::noBoard : quint32(board));
+        model->setLatestValue(typed);
+        QCOMPARE(model->rowCount(), 2);
+        const QModelIndex hex = model->index(0, 0);
+        const QModelIndex current = model->index(1, 0);
+        QCOMPARE(model->data(hex).toString(), hexRow);
+        QCOMPARE(model->data(current).toString(), currentRow);
+        QCOMPARE(model->data(hex, Qt::EditRole).toString(), hexRow.mid(5));
+        QCOMPARE(model->data(current, Qt::EditRole).toString(), currentRow.mid(5));
+        QCOMPARE(model->data(hex, Qt::ToolTipRole).toString(), g_hexTip);
+        QCOMPARE(model->data(current, Qt::ToolTipRole).toString(), g_currentTip);
+        QVERIFY(!model->data(current, Qt::DecorationRole).isValid());
+        QVERIFY(!model->data(model->index(2, 0)).isValid());
+
+        model->clearSource();
+        QCOMPARE(model->data(current).toString(), currentRow.left(5) + "0x00000000");
+    }
+
+    void observers_data()
+    {
+        QTest::addColumn<bool>("camera");
+        QTest::addColumn<int>("board");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("address");
+        QTest::addColumn<QString>("data");
+        const struct
+        {
+            const char* name;
+            bool camera;
+            int board;
+            const char* typed;
+            const char* address;
+            const char* data;
+        } rows[] = {
+            {"board register", false, 0, "Gain", "Gain", "0x0000001F"},
+            {"unknown register", false, 0, "Width", "Width", "keep"},
+            {"no board", false, g_noBoard, "Gain", "Gain", "keep"},
+            {"camera, decimal address", true, 1, "8192", "0x2000", "0xDEADBEEF"},
+            {"camera, hex address", true, 1, "0X6000", "0X6000", "0x00000400"},
+            {"camera lacks address", true, 1, "0x2008", "0x2008", "keep"},
+            {"camera, text address", true, 1, "Width", "Width", "keep"},
+            {"camera on Camera Link", true, 0, "0x2000", "0x2000", "keep"},
+            {"camera, no board", true, g_noBoard, "0x2000", "0x2000", "keep"},
+        };
+        for (const auto& row : rows) {
+            QTest::newRow(row.name) << row.camera << row.board << QString(row.typed) << QString(row.address)
+                                    << QString(row.data);
+        }
+    }
+
+    void observers()
+    {
+        QFETCH(bool, camera);
+        QFETCH(int, board);
+        QFETCH(QString, typed);
+        QFETCH(QString, address);
+        QFETCH(QString, data);
+        QNBrdDataSource source;
+        QNBrdRegsAddressItemModel addressModel(&source);
+        Dec2HexValueObserver dec2hex;
+        QNBrdRegsValueObserver boardObserver(&addressModel);
+        QNCxpRegsValueObserver cameraObserver(&source);
+        source.setBoard(board == g_noBoard ? QNBrdDataSource::noBoard : quint32(board));
+        RegisterWrites writes(camera ? QList<ValueFeatureObserverBase*>{&dec2hex, &cameraObserver}
+                                     : QList<ValueFeatureObserverBase*>{&boardObserver});
+        QSignalSpy dataChanges(writes.member(1, "data"), &ValueFeatureElementBase::valueChanged);
+
+        writes.member(1, "address")->userSetValue(0, typed);
+        QCOMPARE(writes.member(1, "address")->stringValue(), address);
+        QCOMPARE(writes.member(1, "data")->stringValue(), data);
+        QCOMPARE(dataChanges.count(), data == "keep" ? 0 : 1);
+        QCOMPARE(writes.member(0, "data")->stringValue(), QStringLiteral("keep"));
+    }
+};
+
+QTEST_MAIN(TestRegisterViews)
+#include "tst_registerviews.moc"
