@@ -6,6 +6,11 @@
 
 namespace Orvex {
 
+ValueFeatureElementBase* StringFeatureCompleterItemModel::sourceElement() const
+{
+    return m_sourceElement;
+}
+
 StringFeatureCompleterItemModel::StringFeatureCompleterItemModel(int a_completionColumn, QObject* a_parent)
     : QAbstractItemModel(a_parent), m_completionColumn(std::max(0, a_completionColumn))
 {

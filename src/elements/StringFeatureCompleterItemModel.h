@@ -29,7 +29,7 @@ public:
     void setLatestValue(const QString& a_value);
 
     // Null and -1 while no popup is open (or once the element is gone, for the element).
-    ValueFeatureElementBase* sourceElement() const { return m_sourceElement; }
+    ValueFeatureElementBase* sourceElement() const;
     int sourceIndex() const { return m_sourceIndex; }
     // Nothing happens when both equal the current source; otherwise sourceChanged() follows.
     void setSource(ValueFeatureElementBase* a_element, int a_index);
