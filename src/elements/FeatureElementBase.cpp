@@ -1,7 +1,15 @@
 #include "FeatureElementBase.h"
 
+#include "ElementLocator.h"
+#include "UndoRedoAddInstance.h"
+#include "UndoRedoReinsertInstance.h"
+#include "UndoRedoRemoveInstance.h"
+#include "UndoRedoStack.h"
+#include "WindowElement.h"
+
 #include <QBoxLayout>
 #include <QMetaType>
+#include <QSharedPointer>
 
 #include <algorithm>
 
@@ -250,8 +258,41 @@ QWidget* FeatureElementBase::createInstanceValueWidget(size_t)
     return nullptr;
 }
 
-void FeatureElementBase::requestInstanceChanges(const QVector<InstanceChange>&)
+void FeatureElementBase::requestInstanceChanges(const QVector<InstanceChange>& a_changes)
 {
+    WindowElement* window = windowElement();
+    UndoRedoStack* stack = window ? window->undoRedoStack() : nullptr;
+    if (!stack || stack->isBusy() || a_changes.isEmpty() || !ElementLocator::locate(window, this).isValid())
+        return;
+
+    const bool batch = a_changes.size() > 1;
+    if (batch)
+        stack->openBatch();
+    for (const InstanceChange& change : a_changes) {
+        switch (change.kind) {
+        case InstanceChange::Insert: {
+            const size_t index = std::min(change.index, m_instanceCount);
+            if (insertInstance(index))
+                stack->push(QSharedPointer<UndoRedoAddInstance>::create(window, this, index));
+            break;
+        }
+        case InstanceChange::Remove: {
+            // Made before the removal, which takes the values it has to keep.
+            auto command = QSharedPointer<UndoRedoRemoveInstance>::create(window, this, change.index);
+            if (command->isValid() && removeInstance(change.index))
+                stack->push(command);
+            break;
+        }
+        case InstanceChange::Reinsert:
+            if (change.index != change.newIndex && moveInstance(change.index, change.newIndex)) {
+                stack->push(QSharedPointer<UndoRedoReinsertInstance>::create(window, this, change.index,
+                                                                             change.newIndex));
+            }
+            break;
+        }
+    }
+    if (batch)
+        stack->closeBatch();
 }
 
 FeatureInstanceRecord* FeatureElementBase::instanceRecord(size_t a_index) const

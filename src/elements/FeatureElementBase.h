@@ -122,8 +122,9 @@ protected:
     virtual QWidget* createInstanceValueWidget(size_t a_index);
     virtual void removeInstanceValue(size_t a_index) = 0;
     virtual void moveInstanceValue(size_t a_from, size_t a_to) = 0;
-    // Where the user's changes, in the order to apply, become undo/redo commands on the window's stack.
-    // This base has no stack to push to and drops them, so by itself a user action changes nothing.
+    // Where the user's changes, in the order to apply, are made and become undo/redo commands on the
+    // window's stack: one command for one change, one batch for several. Without a window element, or
+    // while its stack is busy undoing or redoing, a change could not be undone and is not made at all.
     virtual void requestInstanceChanges(const QVector<InstanceChange>& a_changes);
 
     // The position a user action from a_sender applies to: that of the instance whose widgets include

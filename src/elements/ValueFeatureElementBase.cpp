@@ -1,6 +1,11 @@
 #include "ValueFeatureElementBase.h"
 
+#include "UndoRedoStack.h"
+#include "UndoRedoValueFeatureChange.h"
 #include "ValueFeatureObserverBase.h"
+#include "WindowElement.h"
+
+#include <QSharedPointer>
 
 #include <QtDebug>
 
@@ -272,8 +277,15 @@ QVariant ValueFeatureElementBase::newInstanceValue() const
     return QVariant();
 }
 
-void ValueFeatureElementBase::pushValueChange(size_t, const QVariant&, const QVariant&)
+void ValueFeatureElementBase::pushValueChange(size_t a_index, const QVariant& a_old, const QVariant& a_new)
 {
+    WindowElement* window = windowElement();
+    UndoRedoStack* stack = window ? window->undoRedoStack() : nullptr;
+    if (!stack)
+        return;
+    auto command = QSharedPointer<UndoRedoValueFeatureChange>::create(window, this, a_index, a_old, a_new);
+    if (command->isValid())
+        stack->push(command);
 }
 
 void ValueFeatureElementBase::writeWidgetValue(QWidget* a_widget, const QVariant& a_value)

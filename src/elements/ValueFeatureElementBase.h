@@ -115,7 +115,8 @@ protected:
     // The starting value of a new instance when there is neither a fixed nor a default value.
     virtual QVariant newInstanceValue() const;
     // Called once per stored user change, old and new value, after the new value is stored, so that the
-    // undo command made from it starts applied.
+    // undo command made from it starts applied. Pushes that command onto the window's undo/redo stack;
+    // without a window element the change stays, but cannot be undone.
     virtual void pushValueChange(size_t a_index, const QVariant& a_old, const QVariant& a_new);
     // Shows a value in a value widget; by default through the property named by valueProperty.
     virtual void writeWidgetValue(QWidget* a_widget, const QVariant& a_value);
