@@ -1,0 +1,174 @@
+#include "Startup.h"
+
+#include "CommandLine.h"
+#include "DialogSeam.h"
+#include "QNDriver.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QIcon>
+#include <QSettings>
+
+#include <cstdio>
+
+// Q_INIT_RESOURCE must be used outside any namespace.
+static void initAppResources()
+{
+    Q_INIT_RESOURCE(app);
+}
+
+namespace Orvex {
+
+namespace {
+
+constexpr int FailureStatus = 1;
+
+QString nativeAbsolute(const QString& a_path)
+{
+    if (a_path.isEmpty())
+        return a_path;
+    return QDir::toNativeSeparators(QDir::cleanPath(QFileInfo(a_path).absoluteFilePath()));
+}
+
+QString configOverride()
+{
+#ifdef Q_OS_WIN
+    QSettings key(QStringLiteral("HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Services\\Quarnel"),
+                  QSettings::NativeFormat);
+    const QVariant value = key.value(QLatin1String(Startup::configDirVariable));
+    return value.userType() == QMetaType::QString ? value.toString() : QString();
+#else
+    return qEnvironmentVariable(Startup::configDirVariable);
+#endif
+}
+
+void print(std::FILE* a_stream, const QString& a_text)
+{
+    std::fputs(a_text.toLocal8Bit().constData(), a_stream);
+    std::fflush(a_stream);
+}
+
+} // namespace
+
+Startup::Startup(const QStringList& a_arguments) : m_arguments(a_arguments)
+{
+}
+
+bool Startup::run()
+{
+    initResources();
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/OrvexLogo.ico")));
+
+    const CommandLine commandLine = CommandLine::parse(m_arguments);
+    if (commandLine.outcome() != CommandLine::Outcome::Proceed) {
+        if (commandLine.outcome() == CommandLine::Outcome::Error)
+            print(stderr, commandLine.errorText());
+        print(stdout, CommandLine::helpText());
+        m_exitStatus = FailureStatus;
+        return false;
+    }
+    m_filePath = commandLine.filePath();
+    m_configPath = commandLine.configDir().isEmpty() ? defaultConfigPath() : commandLine.configDir();
+    m_cxpXsdPath = commandLine.cxpXsdPath();
+    m_clXsdPath = commandLine.clXsdPath();
+
+    if (!settleConfigPath())
+        return false;
+    QNSimSetConfigDir(QFile::encodeName(m_configPath).constData());
+
+    const QDir configDir(m_configPath);
+    if (m_cxpXsdPath.isEmpty())
+        m_cxpXsdPath = configDir.filePath(QStringLiteral("Pld/LUMEX-CXP.xsd"));
+    if (m_clXsdPath.isEmpty())
+        m_clXsdPath = configDir.filePath(QStringLiteral("Vrm/LUMEX-CL.xsd"));
+    m_cxpXsdPath = nativeAbsolute(m_cxpXsdPath);
+    m_clXsdPath = nativeAbsolute(m_clXsdPath);
+    if (!settleSchemaPath(m_cxpXsdPath, QStringLiteral("CoaXPress Schema")) ||
+        !settleSchemaPath(m_clXsdPath, QStringLiteral("CameraLink Schema")))
+        return false;
+
+    QApplication::setOrganizationName(QLatin1String(organizationName));
+    QApplication::setOrganizationDomain(QLatin1String(organizationDomain));
+    QApplication::setApplicationName(QLatin1String(applicationName));
+    m_exitStatus = 0;
+    return true;
+}
+
+QString Startup::defaultConfigPath()
+{
+    const QString given = configOverride();
+    if (!given.isEmpty())
+        return nativeAbsolute(given);
+
+    const QDir executableDir(QCoreApplication::applicationDirPath());
+    // The source tree's folder serves builds run where they were built, before anything is installed.
+    const QString candidates[] = {
+        executableDir.filePath(QStringLiteral("../Config")),
+        executableDir.filePath(QStringLiteral("../config")),
+        QFileInfo(QStringLiteral(__FILE__)).dir().filePath(QStringLiteral("../../config")),
+    };
+    for (const QString& candidate : candidates) {
+        if (QFileInfo(candidate).isDir())
+            return nativeAbsolute(candidate);
+    }
+    return nativeAbsolute(candidates[0]);
+}
+
+bool Startup::isUsableSchema(const QString& a_path)
+{
+    const QFileInfo info(a_path);
+    return !a_path.isEmpty() && info.exists() && info.isFile() && info.suffix() == QLatin1String("xsd");
+}
+
+void Startup::initResources()
+{
+    static const bool registered = (initAppResources(), true);
+    Q_UNUSED(registered)
+}
+
+bool Startup::settleConfigPath()
+{
+    while (m_configPath.isEmpty() || !QFileInfo(m_configPath).isDir()) {
+        const QMessageBox::StandardButton answer =
+            DialogSeam::question(nullptr, QStringLiteral("CFGDIR Path Missing"),
+                                 QStringLiteral("<html>The CFGDIR path is missing or invalid. Orvex cannot "
+                                                "proceed without a valid path. Open a new path?</html>"),
+                                 QMessageBox::Open | QMessageBox::Close, QMessageBox::Close);
+        if (answer != QMessageBox::Open) {
+            m_exitStatus = FailureStatus;
+            return false;
+        }
+        const QString chosen = DialogSeam::existingDirectory(
+            nullptr, QStringLiteral("Select temporary CFGDIR"), QDir::homePath());
+        if (!chosen.isEmpty()) {
+            // The user's own choice is taken as it is.
+            m_configPath = nativeAbsolute(chosen);
+            return true;
+        }
+    }
+    m_configPath = nativeAbsolute(m_configPath);
+    return true;
+}
+
+bool Startup::settleSchemaPath(QString& a_path, const QString& a_name)
+{
+    while (!isUsableSchema(a_path)) {
+        const QMessageBox::StandardButton answer = DialogSeam::question(
+            nullptr, a_name + QStringLiteral(" File Missing"),
+            QStringLiteral("<html>The %1 file is missing or invalid. Orvex cannot proceed without a valid "
+                           "file. Open a new file?</html>")
+                .arg(a_name),
+            QMessageBox::Open | QMessageBox::Close, QMessageBox::Close);
+        if (answer != QMessageBox::Open) {
+            m_exitStatus = FailureStatus;
+            return false;
+        }
+        a_path =
+            nativeAbsolute(DialogSeam::openFileName(nullptr, QStringLiteral("Select temporary ") + a_name,
+                                                    a_path, a_name + QStringLiteral(" File (*.xsd)")));
+    }
+    return true;
+}
+
+} // namespace Orvex

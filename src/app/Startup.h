@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+class QWidget;
+
+namespace Orvex {
+
+// Everything the editor settles before its window appears: the command line, the configuration
+// folder and the two schema files (asking the user through DialogSeam when any of them is missing),
+// the application's identity for the settings store, and the simulated boards' folder.
+class Startup
+{
+public:
+    static constexpr const char* organizationName = "Quarnel";
+    static constexpr const char* organizationDomain = "quarnel.example";
+    static constexpr const char* applicationName = "Orvex";
+    static constexpr const char* configDirVariable = "QNConfigDir";
+
+    // a_arguments without the program name. Needs the application object.
+    explicit Startup(const QStringList& a_arguments);
+
+    // False when the program must end now with exitStatus(): after an argument error or help (both
+    // printed on the console) or when the user closed a question about a missing folder or file.
+    bool run();
+    int exitStatus() const { return m_exitStatus; }
+
+    // Absolute paths with native separators; filePath() is as given, empty when none was.
+    QString filePath() const { return m_filePath; }
+    QString configPath() const { return m_configPath; }
+    QString cxpXsdPath() const { return m_cxpXsdPath; }
+    QString clXsdPath() const { return m_clXsdPath; }
+
+    // The configuration folder when the command line names none. On Windows the registry value
+    // QNConfigDir of the Quarnel service, on other systems the environment variable of that name,
+    // wins when set; otherwise the first existing of "../Config" and "../config" beside the
+    // executable and the source tree's "config" folder, else "../Config" (which start-up then reports
+    // as missing).
+    static QString defaultConfigPath();
+
+    static bool isUsableSchema(const QString& a_path);
+
+    // The application's icons and licence texts live in the static GUI library, whose resources
+    // register only when asked to; safe to call any number of times.
+    static void initResources();
+
+private:
+    bool settleConfigPath();
+    bool settleSchemaPath(QString& a_path, const QString& a_name);
+
+    QStringList m_arguments;
+    QString m_filePath;
+    QString m_configPath;
+    QString m_cxpXsdPath;
+    QString m_clXsdPath;
+    int m_exitStatus = 0;
+};
+
+} // namespace Orvex

@@ -1,0 +1,269 @@
+#include "AboutOrvexDialog.h"
+#include "DialogSeam.h"
+#include "LumexExtraDataDialog.h"
+#include "LumexTree.h"
+#include "LumexTreeElement.h"
+#include "LumexTreeMode.h"
+#include "QNDriver.h"
+#include "QNQtLgplDialog.h"
+
+#include <QCheckBox>
+#include <QDialogButtonBox>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QTabWidget>
+#include <QTest>
+#include <QTreeWidget>
+
+using namespace Orvex;
+
+namespace {
+
+class FakeMode : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(quint64 id READ id)
+    Q_PROPERTY(QString name READ name)
+
+public:
+    quint64 id() const { return 41; }
+    QString name() const { return QStringLiteral("Fast"); }
+};
+
+// One line per item, indented by depth: name, value and "*" for extra data.
+void describe(const QTreeWidgetItem* a_item, int a_depth, QStringList& a_lines)
+{
+    if (a_depth >= 0)
+        a_lines << QString(a_depth * 2, QLatin1Char(' ')) + a_item->text(0) + " = " + a_item->text(1) +
+                       (a_item->data(0, LumexExtraDataDialog::ExtraDataRole).toBool() ? " *" : "");
+    for (int index = 0; index < a_item->childCount(); ++index)
+        describe(a_item->child(index), a_depth + 1, a_lines);
+}
+
+QStringList describe(const QTreeWidget* a_tree)
+{
+    QStringList lines;
+    describe(a_tree->invisibleRootItem(), -1, lines);
+    return lines;
+}
+
+// a_kind names the node's flag property.
+LumexTreeElement* add(LumexTreeElement* a_parent, const QString& a_name, const QByteArray& a_value,
+                      const char* a_kind = nullptr)
+{
+    LumexTreeElement* node = a_parent->addChild(a_name);
+    node->setValue(a_value);
+    if (a_kind)
+        node->setProperty(a_kind, true);
+    return node;
+}
+
+// A compliant camera with features, a mode template and one attached mode; a_extras adds what the
+// schema does not know.
+void buildTree(LumexTree& a_tree, FakeMode& a_mode, const QStringList& a_extras)
+{
+    const QStringList features{"quarnel_config", "camera", "features"};
+    LumexTreeElement* model = a_tree.elementByPath(features + QStringList{"Model"}, true);
+    model->setValue("QC-4M180");
+    a_tree.elementByPath(features + QStringList{"SerialNumber"}, true)->setValue("QC24");
+    a_tree.elementByPath({"quarnel_config", "camera", "modes", "mode", "Sensor", "Width"}, true);
+    LumexTreeMode* mode = a_tree.attachMode(&a_mode);
+    QVERIFY(mode);
+
+    if (a_extras.contains("comment"))
+        add(a_tree.elementByPath({"quarnel_config"}, true), "", " Quarnel Imaging QC-4M180 ", "isComment");
+    if (a_extras.contains("attribute"))
+        add(model, "revision", "B", "isAttribute");
+    if (a_extras.contains("element")) {
+        LumexTreeElement* vendor = add(a_tree.elementByPath(features, true), "Vendor", "");
+        add(vendor, "id", "7", "isAttribute");
+        add(vendor, "", "\n   Quarnel\n   Imaging ", "isText");
+    }
+    if (a_extras.contains("in mode"))
+        add(mode->childByName("Sensor"), "Binning", "2");
+}
+
+} // namespace
+
+class TestDialogs : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void seamFallbacks_data();
+    void seamFallbacks();
+    void aboutDialog();
+    void licensingDialog();
+    void extraDataTree_data();
+    void extraDataTree();
+    void extraDataDialog();
+};
+
+void TestDialogs::seamFallbacks_data()
+{
+    QTest::addColumn<int>("buttons");
+    QTest::addColumn<int>("defaultButton");
+    QTest::addColumn<int>("queued");
+    QTest::addColumn<int>("answer");
+    QTest::addColumn<bool>("fromQueue");
+
+    using Box = QMessageBox;
+    QTest::newRow("default") << int(Box::Save | Box::Discard | Box::Cancel) << int(Box::Cancel) << -1
+                             << int(Box::Cancel) << false;
+    QTest::newRow("no default: cancelling button")
+        << int(Box::Yes | Box::No) << int(Box::NoButton) << -1 << int(Box::No) << false;
+    QTest::newRow("no default: only button")
+        << int(Box::Ok) << int(Box::NoButton) << -1 << int(Box::Ok) << false;
+    QTest::newRow("queued") << int(Box::Open | Box::Close) << int(Box::Close) << int(Box::Open)
+                            << int(Box::Open) << true;
+    QTest::newRow("queued answer not offered")
+        << int(Box::Yes | Box::No) << int(Box::No) << int(Box::Save) << int(Box::No) << false;
+}
+
+void TestDialogs::seamFallbacks()
+{
+    QFETCH(int, buttons);
+    QFETCH(int, defaultButton);
+    QFETCH(int, queued);
+    QFETCH(int, answer);
+    QFETCH(bool, fromQueue);
+
+    DialogSeam::reset();
+    DialogSeam::setTestMode(true);
+    if (queued >= 0)
+        DialogSeam::queueAnswer(QMessageBox::StandardButton(queued));
+    if (queued >= 0 && !fromQueue)
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("not a button of Title"));
+    const QMessageBox::StandardButton given =
+        DialogSeam::warning(nullptr, "Title", "<p>Text</p>", QMessageBox::StandardButtons(buttons),
+                            QMessageBox::StandardButton(defaultButton));
+    QCOMPARE(int(given), answer);
+    QCOMPARE(DialogSeam::pendingAnswers(), 0);
+    const QList<DialogSeam::Record> log = DialogSeam::log();
+    QCOMPARE(log.size(), 1);
+    QCOMPARE(log[0].m_kind, DialogSeam::Kind::Warning);
+    QCOMPARE(log[0].m_text, QStringLiteral("<p>Text</p>"));
+    QCOMPARE(int(log[0].m_answer), answer);
+    QCOMPARE(log[0].m_fromQueue, fromQueue);
+
+    // Choosers answer from their own queue, not from the message boxes' one.
+    DialogSeam::queueAnswer(QMessageBox::Ok);
+    QCOMPARE(DialogSeam::openFileName(nullptr, "Open", "/tmp", "Any (*)"), QString());
+    DialogSeam::queueFileName("/tmp/a.lumex");
+    QCOMPARE(DialogSeam::saveFileName(nullptr, "Save", "/tmp", "Any (*)"), QStringLiteral("/tmp/a.lumex"));
+    QCOMPARE(DialogSeam::pendingAnswers(), 1);
+    DialogSeam::reset();
+    QVERIFY(!DialogSeam::testMode());
+    QVERIFY(DialogSeam::log().isEmpty());
+}
+
+void TestDialogs::aboutDialog()
+{
+    AboutOrvexDialog dialog;
+    QCOMPARE(dialog.objectName(), QStringLiteral("aboutOrvexDialog"));
+    QCOMPARE(dialog.windowTitle(), QStringLiteral("About Orvex"));
+    auto* buttons = dialog.findChild<QDialogButtonBox*>();
+    QVERIFY(buttons && buttons->button(QDialogButtonBox::Ok));
+
+    const QString text = dialog.text();
+    for (const char* row : {"Orvex Version", "SDK Version", "Driver Version"})
+        QCOMPARE(text.count(QLatin1String(row)), 2);
+    QVERIFY(text.contains(QString::fromUtf8(QNDriverVersion()).toHtmlEscaped()));
+    QVERIFY(text.contains(AboutOrvexDialog::orvexVersion().toHtmlEscaped()));
+    QVERIFY(AboutOrvexDialog::orvexVersion().contains(QRegularExpression(", Build \\d+$")));
+
+    buttons->button(QDialogButtonBox::Ok)->click();
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+}
+
+void TestDialogs::licensingDialog()
+{
+    QNQtLgplDialog dialog;
+    QCOMPARE(dialog.windowTitle(), QStringLiteral("Qt Licensing"));
+    QTabWidget* tabs = dialog.tabs();
+    QCOMPARE(tabs->count(), 3);
+    const QStringList labels{"LGPL v2.1", "LGPL v3.0", "Qt LGPL Exception"};
+    const QStringList openings{"GNU LESSER GENERAL PUBLIC LICENSE\n                       Version 2.1",
+                               "GNU LESSER GENERAL PUBLIC LICENSE\n                       Version 3",
+                               "Qt LGPL Exception version 1.1"};
+    for (int index = 0; index < tabs->count(); ++index) {
+        QCOMPARE(tabs->tabText(index), labels[index]);
+        auto* view = qobject_cast<QPlainTextEdit*>(tabs->widget(index));
+        QVERIFY(view);
+        QVERIFY(view->isReadOnly());
+        QVERIFY2(view->toPlainText().left(200).contains(openings[index]), qPrintable(labels[index]));
+    }
+}
+
+void TestDialogs::extraDataTree_data()
+{
+    QTest::addColumn<QStringList>("extras");
+    QTest::addColumn<QStringList>("lines");
+
+    QTest::newRow("all compliant") << QStringList{} << QStringList{};
+    QTest::newRow("comment") << QStringList{"comment"}
+                             << QStringList{"quarnel_config = ", "  #comment = Quarnel Imaging QC-4M180 *"};
+    QTest::newRow("attribute of a feature")
+        << QStringList{"attribute"}
+        << QStringList{"quarnel_config = ", "  camera = ", "    features = ", "      Model = QC-4M180",
+                       "        @revision = B *"};
+    QTest::newRow("unknown element shown whole")
+        << QStringList{"element"}
+        << QStringList{"quarnel_config = ", "  camera = ",       "    features = ",
+                       "      Vendor =  *", "        @id = 7 *", "        #text = Quarnel Imaging *"};
+    QTest::newRow("inside a mode") << QStringList{"in mode"}
+                                   << QStringList{"quarnel_config = ", "  camera = ",
+                                                  "    modes = ",      "      mode = Fast",
+                                                  "        Sensor = ", "          Binning = 2 *"};
+}
+
+void TestDialogs::extraDataTree()
+{
+    QFETCH(QStringList, extras);
+    QFETCH(QStringList, lines);
+
+    LumexTree tree("camera.lumex");
+    FakeMode mode;
+    buildTree(tree, mode, extras);
+    LumexExtraDataDialog dialog;
+    dialog.fill(&tree);
+    QCOMPARE(describe(dialog.tree()), lines);
+    QCOMPARE(dialog.hasExtraData(), !lines.isEmpty());
+
+    // A refill replaces the contents; no document empties the tree.
+    dialog.fill(&tree);
+    QCOMPARE(describe(dialog.tree()), lines);
+    dialog.fill(nullptr);
+    QCOMPARE(dialog.tree()->topLevelItemCount(), 0);
+    QVERIFY(!dialog.hasExtraData());
+}
+
+void TestDialogs::extraDataDialog()
+{
+    LumexExtraDataDialog dialog;
+    QCOMPARE(dialog.objectName(), QStringLiteral("LumexExtraDataDialog"));
+    QCOMPARE(dialog.windowTitle(), QStringLiteral("LUMEX Extra Data"));
+    QTreeWidget* tree = dialog.tree();
+    QCOMPARE(tree->headerItem()->text(0), QStringLiteral("Name"));
+    QCOMPARE(tree->headerItem()->text(1), QStringLiteral("Value"));
+    QVERIFY(tree->toolTip().contains("Schema compliant features are included to provide context."));
+
+    auto* preserve = dialog.findChild<QCheckBox*>();
+    QVERIFY(preserve);
+    QCOMPARE(preserve->text(), QStringLiteral("Preserve Extra Data"));
+    QVERIFY(dialog.preserveExtraData());
+    preserve->click();
+    QVERIFY(!dialog.preserveExtraData());
+    dialog.reset();
+    QVERIFY(dialog.preserveExtraData());
+    QVERIFY(preserve->isChecked());
+
+    auto* buttons = dialog.findChild<QDialogButtonBox*>();
+    QVERIFY(buttons && buttons->button(QDialogButtonBox::Close));
+    buttons->button(QDialogButtonBox::Close)->click();
+    QCOMPARE(dialog.result(), int(QDialog::Rejected));
+}
+
+QTEST_MAIN(TestDialogs)
+#include "tst_dialogs.moc"
