@@ -1,0 +1,240 @@
+#pragma once
+
+#include <QByteArray>
+#include <QMainWindow>
+#include <QPointer>
+#include <QString>
+#include <QVector>
+
+class QAction;
+class QFileSystemWatcher;
+class QLabel;
+class QMenu;
+class QProgressDialog;
+class QPushButton;
+class QStackedWidget;
+class QTabWidget;
+class QToolButton;
+class QTreeView;
+
+namespace Orvex {
+
+class AboutOrvexDialog;
+class CameraElement;
+class CameraTreeModel;
+class CategoryElementBase;
+class DragMenu;
+class LumexExtraDataDialog;
+class LumexTree;
+class ModeElement;
+class QNBrdAttachedFilesSource;
+class QNBrdDataSource;
+class QNQtLgplDialog;
+class RecentlyOpenedFilesSource;
+class WindowDocumentsPage;
+class WindowElement;
+
+// The editor's one main window. It holds at most one camera file: with none it shows the Documents
+// page and every document action is disabled; with one it shows the camera-and-modes tree beside the
+// category tabs of the page chosen there. The document's window element reaches this window only
+// through the signal and slot names below, so they must not change. Further documents are edited in
+// further processes of the editor.
+class Window : public QMainWindow
+{
+    Q_OBJECT
+    Q_PROPERTY(QString configPath READ configPath WRITE setConfigPath)
+    Q_PROPERTY(QString cxpXsdPath READ cxpXsdPath WRITE setCxpXsdPath)
+    Q_PROPERTY(QString clXsdPath READ clXsdPath WRITE setClXsdPath)
+
+public:
+    static constexpr const char* geometryKey = "geometry";
+    static constexpr const char* windowStateKey = "window_state";
+
+    explicit Window(QWidget* a_parent = nullptr);
+    ~Window() override;
+
+    QString configPath() const { return m_configPath; }
+    void setConfigPath(const QString& a_path);
+    QString cxpXsdPath() const { return m_cxpXsdPath; }
+    void setCxpXsdPath(const QString& a_path) { m_cxpXsdPath = a_path; }
+    QString clXsdPath() const { return m_clXsdPath; }
+    void setClXsdPath(const QString& a_path) { m_clXsdPath = a_path; }
+
+    bool hasDocument() const;
+    // Modified exactly when the undo/redo stack is away from the saved state.
+    bool isDocumentModified() const;
+    WindowElement* windowElement() const;
+    LumexTree* documentTree() const;
+    // Native separators; empty without a document.
+    QString documentPath() const { return m_documentPath; }
+    // The board a file was opened from, -1 for none.
+    int boardNumber() const { return m_boardNumber; }
+
+    CameraTreeModel* cameraTreeModel() const;
+    QTreeView* cameraTreeView() const;
+    QTabWidget* categoryTabs() const;
+    QLabel* nameLabel() const;
+    WindowDocumentsPage* documentsPage() const;
+    bool isDocumentsPageShown() const;
+    LumexExtraDataDialog* extraDataDialog() const;
+    QNBrdDataSource* boardDataSource() const;
+    // The category whose page the tab at a_index shows; null without one.
+    CategoryElementBase* tabCategory(int a_index) const;
+
+    // "Orvex (" + folder + separator + file name + ")", the folder cut to 32 characters and "...".
+    static QString titleFor(const QString& a_documentPath);
+
+signals:
+    void undo();
+    void redo();
+    void back();
+    void forward();
+    void cameraSelected();
+    void modeSelected(int a_index);
+    void cameraGlobalSelected();
+    void categorySelected(int a_index);
+
+public slots:
+    void setUndoRedoEnabled(bool a_undoEnabled, bool a_redoEnabled);
+    void setBackForwardEnabled(bool a_backEnabled, bool a_forwardEnabled);
+    void setCameraMode();
+    void setMode(int a_modeIndex);
+    void setModeCategory(int a_catIndex);
+    void selectNextMode();
+    void selectPrevMode();
+    void selectNextCategory();
+    void selectPrevCategory();
+    void updateModesAndCategories();
+    void updateModeCategories();
+    void updateModeCategoryTabs();
+    void updateModeLabels();
+    void updateModeTabLabel();
+    void updateModeActions();
+    void updateDocumentState();
+    void updateExtraDataDialog();
+    void setDocumentPath(const QString& a_docPath);
+    void open();
+    bool closeDocument();
+    bool saveTo(const QString& a_savePath);
+    bool save();
+    bool saveAs();
+    void openPreview();
+    void openNewWindow();
+    void onFileChanged(const QString& a_path);
+    bool openFile(const QString& a_filePath, const QString& a_fileMode = QString(), int a_boardNum = -1);
+    void onModeChanged(int a_oldIndex);
+    void onCategoryChanged(int a_index);
+    void onNameLabelLink(const QString& a_text);
+    void onDocumentsPageInvalidate();
+    void doUndo();
+    void doRedo();
+
+protected:
+    void closeEvent(QCloseEvent* a_event) override;
+    void dragEnterEvent(QDragEnterEvent* a_event) override;
+    void dragMoveEvent(QDragMoveEvent* a_event) override;
+    void dropEvent(QDropEvent* a_event) override;
+    bool eventFilter(QObject* a_watched, QEvent* a_event) override;
+
+private slots:
+    void showQueuedMessages();
+
+private:
+    void createActions();
+    void createMenus();
+    void createToolBar();
+    void createDock();
+    void createCentralPages();
+    void createShortcuts();
+    void connectSources();
+
+    // The save-state question; true when the caller may go on, the document then being closed.
+    bool settleDocumentState();
+    bool loadDocument(const QString& a_filePath);
+    void discardDocument();
+    void showDocumentsPage();
+    void showEditorPage();
+    // Puts the page of the tab's category into the tab, building it the first time it is shown.
+    void fillTab(int a_index);
+    void parkTabPages();
+    // Lets the tree, the tabs and the breadcrumb show the page the camera element holds current.
+    void followCurrentPage();
+    void fillHistoryButton(QToolButton* a_button, QMenu* a_menu, QAction* a_placeholder);
+    QProgressDialog* createProgressDialog(const QString& a_label);
+    // A local ".lumex" file when the drag carries exactly one URL from outside the program.
+    QString droppableFile(const QDropEvent* a_event) const;
+    void watchDocument();
+    void completeCategoryFeatures(CameraElement* a_camera);
+    QByteArray documentDigest() const;
+    void storeGeometry();
+
+    QString m_configPath;
+    QString m_cxpXsdPath;
+    QString m_clXsdPath;
+
+    QPointer<WindowElement> m_document;
+    QPointer<LumexTree> m_tree;
+    QString m_documentPath;
+    // Contents of the file as last read or written, so that our own saves are not taken for changes.
+    QByteArray m_documentDigest;
+    int m_boardNumber = -1;
+    QFileSystemWatcher* m_watcher = nullptr;
+
+    RecentlyOpenedFilesSource* m_recentSource = nullptr;
+    QNBrdAttachedFilesSource* m_attachedSource = nullptr;
+    QPointer<QNBrdDataSource> m_dataSource;
+
+    QPointer<CameraTreeModel> m_treeModel;
+    QPointer<QTreeView> m_treeView;
+    QPointer<QStackedWidget> m_centralStack;
+    QPointer<WindowDocumentsPage> m_documentsPage;
+    QPointer<QWidget> m_editorPage;
+    QPointer<QLabel> m_nameLabel;
+    QPointer<QTabWidget> m_tabs;
+    // Keeps the category pages that are not in a tab; the categories own them.
+    QPointer<QWidget> m_pageStore;
+    QVector<QPointer<CategoryElementBase>> m_tabCategories;
+    QPointer<ModeElement> m_shownMode;
+    bool m_showingGlobalPage = false;
+    // Set while the window itself moves the tree selection or the tabs, so that it does not announce
+    // them as the user's choice.
+    bool m_following = false;
+    bool m_showingMessages = false;
+
+    QPointer<LumexExtraDataDialog> m_extraDataDialog;
+    QPointer<AboutOrvexDialog> m_aboutDialog;
+    QPointer<QNQtLgplDialog> m_lgplDialog;
+
+    QAction* m_openAction = nullptr;
+    QAction* m_saveAction = nullptr;
+    QAction* m_saveAsAction = nullptr;
+    QAction* m_closeAction = nullptr;
+    QAction* m_newWindowAction = nullptr;
+    QAction* m_extraDataAction = nullptr;
+    QAction* m_quitAction = nullptr;
+    QAction* m_aboutQtAction = nullptr;
+    QAction* m_lgplAction = nullptr;
+    QAction* m_aboutAction = nullptr;
+    QAction* m_undoAction = nullptr;
+    QAction* m_redoAction = nullptr;
+    QAction* m_backAction = nullptr;
+    QAction* m_forwardAction = nullptr;
+    QAction* m_previewAction = nullptr;
+    QAction* m_cloneAction = nullptr;
+    QAction* m_deleteAction = nullptr;
+    QAction* m_moveUpAction = nullptr;
+    QAction* m_moveDownAction = nullptr;
+    QAction* m_renameAction = nullptr;
+    QAction* m_noHistoryAction = nullptr;
+    QAction* m_noChangesAction = nullptr;
+
+    QPointer<QMenu> m_changesMenu;
+    QPointer<QMenu> m_historyMenu;
+    QPointer<DragMenu> m_recentMenu;
+    QPointer<DragMenu> m_boardMenu;
+    QPointer<QToolButton> m_historyButton;
+    QPointer<QToolButton> m_changesButton;
+    QVector<QPointer<QPushButton>> m_modeButtons;
+};
+
+} // namespace Orvex
