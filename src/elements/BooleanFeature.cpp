@@ -47,6 +47,20 @@ ValueFeatureElementBase* BooleanFeature::cloneFeature(ElementBase* a_parentEleme
     return new BooleanFeature(this, a_parentElement);
 }
 
+QVariant BooleanFeature::valueFromText(const QString& a_text, bool* a_ok) const
+{
+    const bool isTrue = a_text == QLatin1String("true") || a_text == QLatin1String("1");
+    const bool isFalse = a_text == QLatin1String("false") || a_text == QLatin1String("0");
+    if (a_ok)
+        *a_ok = isTrue || isFalse;
+    return isTrue || isFalse ? QVariant(isTrue) : QVariant();
+}
+
+QString BooleanFeature::textFromValue(const QVariant& a_value) const
+{
+    return booleanText(a_value.toBool());
+}
+
 void BooleanFeature::updateCheckBoxText()
 {
     if (auto* checkBox = qobject_cast<QCheckBox*>(sender()))

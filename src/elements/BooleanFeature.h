@@ -5,7 +5,8 @@
 namespace Orvex {
 
 // A value feature for "xs:boolean", edited in one check box per instance whose text spells the value.
-// Values read from a file are kept as they came ("1", "true", ...) and read by their boolean meaning.
+// Values are read by their boolean meaning; a file's own spelling ("1", "true", ...) is remembered by
+// the base so that an unchanged value is written back as the file had it.
 class BooleanFeature : public ValueFeatureElementBase
 {
     Q_OBJECT
@@ -26,6 +27,11 @@ public:
     QString displayText(size_t a_index) const override;
     QSize maxSize() const override;
     ValueFeatureElementBase* cloneFeature(ElementBase* a_parentElement) const override;
+
+    // Exactly the four spellings XML Schema allows: "true", "false", "1" and "0".
+    QVariant valueFromText(const QString& a_text, bool* a_ok = nullptr) const override;
+    // "true" or "false".
+    QString textFromValue(const QVariant& a_value) const override;
 
 protected slots:
     void updateCheckBoxText();

@@ -60,6 +60,14 @@ ValueFeatureElementBase* EnumerationFeature::cloneFeature(ElementBase* a_parentE
     return new EnumerationFeature(this, a_parentElement);
 }
 
+QVariant EnumerationFeature::valueFromText(const QString& a_text, bool* a_ok) const
+{
+    const bool isEntry = entryIndex(a_text) >= 0;
+    if (a_ok)
+        *a_ok = isEntry;
+    return isEntry ? QVariant(a_text) : QVariant();
+}
+
 QWidget* EnumerationFeature::createInstanceValueWidget(size_t a_index)
 {
     auto* comboBox = instanceCount() == 1 ? qobject_cast<QComboBox*>(takeKeptValueWidget()) : nullptr;

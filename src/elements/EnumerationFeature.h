@@ -47,6 +47,9 @@ public:
     QSize maxSize() const override;
     ValueFeatureElementBase* cloneFeature(ElementBase* a_parentElement) const override;
 
+    // Only an entry value, matched exactly: a file cannot bring in values the schema does not offer.
+    QVariant valueFromText(const QString& a_text, bool* a_ok = nullptr) const override;
+
 protected:
     QWidget* createInstanceValueWidget(size_t a_index) override;
     QVariant newInstanceValue() const override;

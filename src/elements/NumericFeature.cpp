@@ -3,6 +3,7 @@
 #include <QDoubleSpinBox>
 #include <QFontMetrics>
 #include <QLocale>
+#include <QRegularExpression>
 #include <QSignalBlocker>
 
 #include <array>
@@ -347,6 +348,42 @@ QVariant NumericFeature::parseText(const QString& a_text, bool* a_ok) const
 QString NumericFeature::fileText(size_t a_index) const
 {
     return a_index < instanceCount() ? formatValue(value(a_index), m_representationType) : QString();
+}
+
+QVariant NumericFeature::valueFromText(const QString& a_text, bool* a_ok) const
+{
+    static const QRegularExpression hexadecimal(QStringLiteral("^([+-]?)0[xX]([0-9A-Fa-f]+)$"));
+    const QRegularExpressionMatch match = hexadecimal.match(a_text.trimmed());
+    if (!match.hasMatch())
+        return parseText(a_text, a_ok);
+    bool ok = false;
+    const qulonglong magnitude = match.captured(2).toULongLong(&ok, 16);
+    QVariant result;
+    if (ok && match.captured(1) != QLatin1String("-")) {
+        result = fromUnsigned(magnitude, m_representationType);
+    } else if (ok && magnitude <= quint64(std::numeric_limits<qint64>::max()) + 1) {
+        // Negated in unsigned arithmetic, which also reaches the smallest qint64.
+        result = fromSigned(qint64(0 - magnitude), m_representationType);
+    }
+    if (a_ok)
+        *a_ok = result.isValid();
+    return result;
+}
+
+QString NumericFeature::textFromValue(const QVariant& a_value) const
+{
+    return formatValue(a_value, m_representationType);
+}
+
+bool NumericFeature::isWithinRange(const QVariant& a_value) const
+{
+    const QVariant number = normalizedValue(a_value, m_representationType);
+    const std::optional<Limits> limits = this->limits();
+    if (!number.isValid() || !limits)
+        return true;
+    if (isExactInteger(number))
+        return compareExact(number, limits->minimum) >= 0 && compareExact(number, limits->maximum) <= 0;
+    return number.toDouble() >= limits->minimum && number.toDouble() <= limits->maximum;
 }
 
 QString NumericFeature::displayText(size_t a_index) const

@@ -122,6 +122,15 @@ public:
     // Empty for an instance that does not exist.
     QString fileText(size_t a_index) const;
 
+    // A camera file's number as parseValue reads it, and besides that an integer in "0x" hexadecimal
+    // notation with an optional sign.
+    QVariant valueFromText(const QString& a_text, bool* a_ok = nullptr) const override;
+    // As formatValue writes it.
+    QString textFromValue(const QVariant& a_value) const override;
+    // Within the limits of the type and the schema's explicit bounds, compared exactly for 64-bit
+    // integers; a value with more fraction digits than allowed is no range problem.
+    bool isWithinRange(const QVariant& a_value) const override;
+
     using ValueFeatureElementBase::displayText;
     // The text the instance's spin box shows, made from the stored value, so it is there without a
     // widget: integer types exactly, decimal types with the configured decimals, both in the default

@@ -19,6 +19,17 @@ namespace {
 // endless loop; no sensible chain of corrections comes near this.
 constexpr int s_maxUserValueSteps = 16;
 
+// Same type and same value. QVariant's own comparison converts between types and compares doubles
+// fuzzily, which would take 250.5 read from "250.50" for 250.50000000001 and write the old text back.
+bool identical(const QVariant& a_left, const QVariant& a_right)
+{
+    if (a_left.userType() != a_right.userType())
+        return false;
+    if (a_left.userType() == QMetaType::Double)
+        return a_left.toDouble() == a_right.toDouble();
+    return a_left == a_right;
+}
+
 } // namespace
 
 ValueFeatureElementBase::ValueFeatureElementBase(ElementBase* a_parentElement)
@@ -106,6 +117,54 @@ QList<ValueFeatureObserverBase*> ValueFeatureElementBase::observers() const
             living.append(observer);
     }
     return living;
+}
+
+QVariant ValueFeatureElementBase::valueFromText(const QString& a_text, bool* a_ok) const
+{
+    if (a_ok)
+        *a_ok = true;
+    return a_text;
+}
+
+QString ValueFeatureElementBase::textFromValue(const QVariant& a_value) const
+{
+    return a_value.toString();
+}
+
+bool ValueFeatureElementBase::isWithinRange(const QVariant&) const
+{
+    return true;
+}
+
+bool ValueFeatureElementBase::setValueFromText(size_t a_index, const QString& a_text)
+{
+    if (a_index >= m_values.size())
+        return false;
+    const QString text = a_text.trimmed();
+    bool ok = false;
+    const QVariant read = valueFromText(text, &ok);
+    if (!ok)
+        return false;
+    setValue(a_index, read);
+    m_readTexts[a_index] = {text, read};
+    return true;
+}
+
+QString ValueFeatureElementBase::valueText(size_t a_index) const
+{
+    if (a_index >= m_values.size())
+        return QString();
+    const QVariant& held = m_values[a_index];
+    const ReadText& read = m_readTexts[a_index];
+    if (read.value.isValid()) {
+        // What the instance holds may have come back in another form (a fixed value given as text, an
+        // edit through a widget), so it is compared as it would be read from its own text.
+        bool ok = false;
+        const QVariant normalized = valueFromText(textFromValue(held), &ok);
+        if (identical(ok ? normalized : held, read.value))
+            return read.text;
+    }
+    return textFromValue(held);
 }
 
 QVariant ValueFeatureElementBase::dataSet() const
@@ -229,13 +288,17 @@ void ValueFeatureElementBase::insertInstanceValue(size_t a_index)
     QVariant start = m_fixedValue;
     if (!start.isValid())
         start = m_defaultValue.isValid() ? m_defaultValue : newInstanceValue();
-    m_values.insert(m_values.begin() + std::ptrdiff_t(std::min(a_index, m_values.size())), start);
+    const auto at = std::ptrdiff_t(std::min(a_index, m_values.size()));
+    m_values.insert(m_values.begin() + at, start);
+    m_readTexts.insert(m_readTexts.begin() + at, ReadText());
 }
 
 void ValueFeatureElementBase::removeInstanceValue(size_t a_index)
 {
-    if (a_index < m_values.size())
+    if (a_index < m_values.size()) {
         m_values.erase(m_values.begin() + std::ptrdiff_t(a_index));
+        m_readTexts.erase(m_readTexts.begin() + std::ptrdiff_t(a_index));
+    }
 }
 
 void ValueFeatureElementBase::moveInstanceValue(size_t a_from, size_t a_to)
@@ -245,6 +308,9 @@ void ValueFeatureElementBase::moveInstanceValue(size_t a_from, size_t a_to)
     QVariant moved = std::move(m_values[a_from]);
     m_values.erase(m_values.begin() + std::ptrdiff_t(a_from));
     m_values.insert(m_values.begin() + std::ptrdiff_t(a_to), std::move(moved));
+    ReadText movedText = std::move(m_readTexts[a_from]);
+    m_readTexts.erase(m_readTexts.begin() + std::ptrdiff_t(a_from));
+    m_readTexts.insert(m_readTexts.begin() + std::ptrdiff_t(a_to), std::move(movedText));
 }
 
 void ValueFeatureElementBase::setInstanceValueWidget(FeatureInstanceRecord& a_record, QWidget* a_widget)

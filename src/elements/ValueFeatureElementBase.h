@@ -68,6 +68,23 @@ public:
     // this one: how a feature read from the schema is copied to every place where it is used.
     virtual ValueFeatureElementBase* cloneFeature(ElementBase* a_parentElement) const = 0;
 
+    // The value a camera file's text stands for, in the form this feature stores; null with a_ok false
+    // for a text that is no value of this feature. Every text is a value here.
+    virtual QVariant valueFromText(const QString& a_text, bool* a_ok = nullptr) const;
+    // The text a camera file gets for a_value.
+    virtual QString textFromValue(const QVariant& a_value) const;
+    // Whether a_value lies within what the schema allows this feature; a value outside is still held.
+    virtual bool isWithinRange(const QVariant& a_value) const;
+
+    // Stores the value of a file's text, trimmed, in instance a_index without undo, and remembers the
+    // text, so that a value nobody changed is written back exactly as it was read ("0x1F", "250.50").
+    // False, changing nothing, for an instance that does not exist and for a text valueFromText refuses.
+    bool setValueFromText(size_t a_index, const QString& a_text);
+    // The text of instance a_index for a camera file: the remembered text while the instance still
+    // holds exactly the value read from it, otherwise textFromValue of what it holds. Empty for an
+    // instance that does not exist.
+    QString valueText(size_t a_index) const;
+
     // Observers are not owned; one that is destroyed drops out of the list by itself. Adding an observer
     // twice keeps it once.
     void addObserver(ValueFeatureObserverBase* a_observer);
@@ -140,6 +157,14 @@ private:
     QVariant m_fixedValue;
     QVariant m_defaultValue;
     std::vector<QVariant> m_values;
+    // Per instance, the file text its value was read from and that value; null values for instances
+    // that were not read from a file.
+    struct ReadText
+    {
+        QString text;
+        QVariant value;
+    };
+    std::vector<ReadText> m_readTexts;
     QList<QPointer<ValueFeatureObserverBase>> m_observers;
     QPointer<QWidget> m_keptValueWidget;
     bool m_writingWidget = false;
