@@ -89,17 +89,6 @@ bool isExactInteger(const QVariant& a_value)
     return a_value.userType() == QMetaType::LongLong || a_value.userType() == QMetaType::ULongLong;
 }
 
-// Same type and same value: QVariant's own comparison converts between number types and compares
-// doubles fuzzily, which would hide exactly the differences that matter here.
-bool identical(const QVariant& a_left, const QVariant& a_right)
-{
-    if (a_left.userType() != a_right.userType())
-        return false;
-    if (a_left.userType() == QMetaType::Double)
-        return a_left.toDouble() == a_right.toDouble();
-    return a_left == a_right;
-}
-
 // -1, 0 or 1 as the exact integer a_integer is below, equal to or above a_bound, without the rounding
 // that converting either side would bring.
 int compareExact(const QVariant& a_integer, double a_bound)
@@ -457,7 +446,7 @@ void NumericFeature::insertInstanceValue(size_t a_index)
         return;
     const QVariant start = value(a_index);
     const QVariant bounded = boundedValue(start);
-    if (bounded.isValid() && !identical(bounded, start)) {
+    if (bounded.isValid() && !isIdentical(bounded, start)) {
         // A new instance is announced by instanceInserted alone; its first value is no change.
         const QSignalBlocker blocker(this);
         setValue(a_index, bounded);
@@ -485,7 +474,7 @@ void NumericFeature::fixedValueChanged()
 {
     const QVariant fixed = fixedValue();
     const QVariant number = normalizedValue(fixed, m_representationType);
-    if (number.isValid() && !identical(number, fixed)) {
+    if (number.isValid() && !isIdentical(number, fixed)) {
         // Comes back here once more, with nothing left to convert.
         setFixedValue(number);
         return;
@@ -499,7 +488,7 @@ void NumericFeature::reconfigure()
     for (size_t index = 0; index < instanceCount(); ++index) {
         if (!fixed) {
             const QVariant bounded = boundedValue(value(index));
-            if (bounded.isValid() && !identical(bounded, value(index)))
+            if (bounded.isValid() && !isIdentical(bounded, value(index)))
                 setValue(index, bounded);
         }
         if (auto* spinBox = qobject_cast<QDoubleSpinBox*>(valueWidget(index))) {

@@ -19,17 +19,6 @@ namespace {
 // endless loop; no sensible chain of corrections comes near this.
 constexpr int s_maxUserValueSteps = 16;
 
-// Same type and same value. QVariant's own comparison converts between types and compares doubles
-// fuzzily, which would take 250.5 read from "250.50" for 250.50000000001 and write the old text back.
-bool identical(const QVariant& a_left, const QVariant& a_right)
-{
-    if (a_left.userType() != a_right.userType())
-        return false;
-    if (a_left.userType() == QMetaType::Double)
-        return a_left.toDouble() == a_right.toDouble();
-    return a_left == a_right;
-}
-
 } // namespace
 
 ValueFeatureElementBase::ValueFeatureElementBase(ElementBase* a_parentElement)
@@ -119,6 +108,15 @@ QList<ValueFeatureObserverBase*> ValueFeatureElementBase::observers() const
     return living;
 }
 
+bool ValueFeatureElementBase::isIdentical(const QVariant& a_left, const QVariant& a_right)
+{
+    if (a_left.userType() != a_right.userType())
+        return false;
+    if (a_left.userType() == QMetaType::Double)
+        return a_left.toDouble() == a_right.toDouble();
+    return a_left == a_right;
+}
+
 QVariant ValueFeatureElementBase::valueFromText(const QString& a_text, bool* a_ok) const
 {
     if (a_ok)
@@ -161,7 +159,7 @@ QString ValueFeatureElementBase::valueText(size_t a_index) const
         // edit through a widget), so it is compared as it would be read from its own text.
         bool ok = false;
         const QVariant normalized = valueFromText(textFromValue(held), &ok);
-        if (identical(ok ? normalized : held, read.value))
+        if (isIdentical(ok ? normalized : held, read.value))
             return read.text;
     }
     return textFromValue(held);
