@@ -15,14 +15,19 @@
 #include "ModeElement.h"
 #include "NavigationStack.h"
 #include "OperationCanceledException.h"
+#include "PreviewAcqIf.h"
 #include "ProgressStepper.h"
 #include "QNBrdAttachedFilesSource.h"
 #include "QNBrdDataSource.h"
+#include "QNBrdModeOpenDialog.h"
+#include "QNExceptionBase.h"
 #include "QNQtLgplDialog.h"
 #include "RecentlyOpenedFilesSource.h"
 #include "SchemaParser.h"
 #include "Startup.h"
 #include "UndoRedoStack.h"
+#include "ViewportWindowQt.h"
+#include "WindowActions.h"
 #include "WindowDocumentsPage.h"
 #include "WindowElement.h"
 
@@ -87,19 +92,6 @@ const QString s_defaultModeName = QStringLiteral("Default");
 const QString s_globalTabText = QStringLiteral("Global Features");
 const QString s_linkStyle = QStringLiteral("style=\"color:black;text-decoration:none\"");
 
-// The given key first, then the platform's own keys for the same command, each once.
-QList<QKeySequence> shortcutsOf(const QKeySequence& a_first, QKeySequence::StandardKey a_standard)
-{
-    QList<QKeySequence> keys;
-    if (!a_first.isEmpty())
-        keys << a_first;
-    for (const QKeySequence& key : QKeySequence::keyBindings(a_standard)) {
-        if (!keys.contains(key))
-            keys << key;
-    }
-    return keys;
-}
-
 // The exception text for a rich-text message: HTML as it comes (the markup library's diagnostics
 // are an HTML list), anything else escaped.
 QString messageHtml(const std::exception& a_exception)
@@ -132,10 +124,8 @@ Window::Window(QWidget* a_parent) : QMainWindow(a_parent)
     m_treeModel = new CameraTreeModel(this, this);
 
     createActions();
-    createMenus();
     createCentralPages();
     createDock();
-    createToolBar();
     createShortcuts();
     connectSources();
     qApp->installEventFilter(this);
@@ -256,151 +246,36 @@ QString Window::titleFor(const QString& a_documentPath)
 
 void Window::createActions()
 {
-    const auto make = [this](const QString& a_text, const QString& a_toolTip,
-                             const QList<QKeySequence>& a_keys, const QIcon& a_icon = QIcon()) {
-        auto* action = new QAction(a_icon, a_text, this);
-        if (!a_toolTip.isEmpty())
-            action->setToolTip(a_toolTip);
-        action->setShortcuts(a_keys);
-        // The window's shortcuts must work wherever the focus is, docks included.
-        action->setShortcutContext(Qt::WindowShortcut);
-        return action;
-    };
-    QStyle* appStyle = style();
+    m_actions = WindowActions::create(this, m_boardMenu, m_recentMenu);
 
-    m_openAction = make(QStringLiteral("&Open..."), QStringLiteral("File Open"),
-                        shortcutsOf(QKeySequence(QStringLiteral("Ctrl+O")), QKeySequence::Open),
-                        appStyle->standardIcon(QStyle::SP_DialogOpenButton));
-    connect(m_openAction, &QAction::triggered, this, &Window::open);
-    m_saveAction = make(QStringLiteral("&Save"), QStringLiteral("File Save"),
-                        shortcutsOf(QKeySequence(QStringLiteral("Ctrl+S")), QKeySequence::Save),
-                        appStyle->standardIcon(QStyle::SP_DialogSaveButton));
-    connect(m_saveAction, &QAction::triggered, this, &Window::save);
-    m_saveAsAction = make(QStringLiteral("Save &As..."), QStringLiteral("File Save As"),
-                          shortcutsOf(QKeySequence(QStringLiteral("Ctrl+Alt+S")), QKeySequence::SaveAs));
-    connect(m_saveAsAction, &QAction::triggered, this, &Window::saveAs);
-    m_closeAction = make(QStringLiteral("&Close"), QStringLiteral("File Close"),
-                         shortcutsOf(QKeySequence(QStringLiteral("Ctrl+W")), QKeySequence::Close),
-                         appStyle->standardIcon(QStyle::SP_DialogCloseButton));
-    connect(m_closeAction, &QAction::triggered, this, &Window::closeDocument);
-    m_newWindowAction = make(QStringLiteral("&New Window..."), QString(), shortcutsOf({}, QKeySequence::New));
-    connect(m_newWindowAction, &QAction::triggered, this, &Window::openNewWindow);
-    m_extraDataAction = make(QStringLiteral("&Extra Data..."),
-                             QStringLiteral("View extra data found in the input LUMEX file."), {});
-    connect(m_extraDataAction, &QAction::triggered, this, [this] {
+    connect(m_actions.m_openAction, &QAction::triggered, this, &Window::open);
+    connect(m_actions.m_saveAction, &QAction::triggered, this, &Window::save);
+    connect(m_actions.m_saveAsAction, &QAction::triggered, this, &Window::saveAs);
+    connect(m_actions.m_closeAction, &QAction::triggered, this, &Window::closeDocument);
+    connect(m_actions.m_newWindowAction, &QAction::triggered, this, &Window::openNewWindow);
+    connect(m_actions.m_extraDataAction, &QAction::triggered, this, [this] {
         updateExtraDataDialog();
         m_extraDataDialog->exec();
     });
-    m_quitAction = make(QStringLiteral("&Quit"), QString(), {QKeySequence(QStringLiteral("Ctrl+Q"))});
-    m_quitAction->setMenuRole(QAction::QuitRole);
-    connect(m_quitAction, &QAction::triggered, this, &QWidget::close);
-    m_aboutQtAction = make(QStringLiteral("&About Qt..."), QString(), {});
-    m_aboutQtAction->setMenuRole(QAction::AboutQtRole);
-    connect(m_aboutQtAction, &QAction::triggered, this, [this] { QMessageBox::aboutQt(this); });
-    m_lgplAction = make(QStringLiteral("Qt &LGPL Licensing..."), QString(), {});
-    connect(m_lgplAction, &QAction::triggered, m_lgplDialog.data(), &QDialog::exec);
-    m_aboutAction = make(QStringLiteral("About &Orvex..."), QString(), {}, windowIcon());
-    m_aboutAction->setMenuRole(QAction::AboutRole);
-    connect(m_aboutAction, &QAction::triggered, m_aboutDialog.data(), &QDialog::exec);
-
-    m_undoAction = make(QStringLiteral("&Undo"), QString(),
-                        shortcutsOf(QKeySequence(QStringLiteral("Ctrl+Z")), QKeySequence::Undo),
-                        QIcon(QStringLiteral(":/icons/Undo.png")));
-    connect(m_undoAction, &QAction::triggered, this, &Window::doUndo);
-    m_redoAction = make(QStringLiteral("&Redo"), QString(),
-                        shortcutsOf(QKeySequence(QStringLiteral("Ctrl+Y")), QKeySequence::Redo),
-                        QIcon(QStringLiteral(":/icons/Redo.png")));
-    connect(m_redoAction, &QAction::triggered, this, &Window::doRedo);
-    m_backAction = make(QStringLiteral("Go &Back"), QString(),
-                        shortcutsOf(QKeySequence(QStringLiteral("Alt+Left")), QKeySequence::Back),
-                        appStyle->standardIcon(QStyle::SP_ArrowBack));
-    connect(m_backAction, &QAction::triggered, this, &Window::back);
-    m_forwardAction = make(QStringLiteral("Go &Forward"), QString(),
-                           shortcutsOf(QKeySequence(QStringLiteral("Alt+Right")), QKeySequence::Forward),
-                           appStyle->standardIcon(QStyle::SP_ArrowForward));
-    connect(m_forwardAction, &QAction::triggered, this, &Window::forward);
-    m_previewAction =
-        make(QStringLiteral("Acquisition &Preview"),
-             QStringLiteral("Open an acquisition preview for the current camera file and mode."),
-             {QKeySequence(QStringLiteral("F5"))}, appStyle->standardIcon(QStyle::SP_MediaPlay));
-    connect(m_previewAction, &QAction::triggered, this, &Window::openPreview);
-
-    m_cloneAction = make(QStringLiteral("&Clone"), QString(), {QKeySequence(QStringLiteral("Ctrl++"))});
-    connect(m_cloneAction, &QAction::triggered, m_treeModel.data(), &CameraTreeModel::cloneMode);
-    m_deleteAction = make(QStringLiteral("&Delete"), QString(), {QKeySequence(QStringLiteral("Ctrl+-"))});
-    connect(m_deleteAction, &QAction::triggered, m_treeModel.data(), &CameraTreeModel::deleteMode);
-    m_moveUpAction = make(QStringLiteral("Move &Up"), QString(), {QKeySequence(QStringLiteral("Ctrl+Up"))});
-    connect(m_moveUpAction, &QAction::triggered, m_treeModel.data(), &CameraTreeModel::moveModeUp);
-    m_moveDownAction =
-        make(QStringLiteral("Move &Down"), QString(), {QKeySequence(QStringLiteral("Ctrl+Down"))});
-    connect(m_moveDownAction, &QAction::triggered, m_treeModel.data(), &CameraTreeModel::moveModeDown);
-    m_renameAction = make(QStringLiteral("&Rename..."), QString(), {QKeySequence(QStringLiteral("F2"))});
-    connect(m_renameAction, &QAction::triggered, m_treeModel.data(), &CameraTreeModel::editModeName);
-
-    m_noHistoryAction = make(QStringLiteral("No Recent History"), QString(), {});
-    m_noHistoryAction->setEnabled(false);
-    m_noChangesAction = make(QStringLiteral("No Recent Changes"), QString(), {});
-    m_noChangesAction->setEnabled(false);
-
-    for (QAction* action :
-         {m_openAction, m_saveAction, m_saveAsAction, m_closeAction, m_newWindowAction, m_quitAction,
-          m_undoAction, m_redoAction, m_backAction, m_forwardAction, m_previewAction, m_cloneAction,
-          m_deleteAction, m_moveUpAction, m_moveDownAction, m_renameAction})
-        addAction(action);
-}
-
-void Window::createMenus()
-{
-    QMenuBar* bar = menuBar();
-
-    QMenu* orvexMenu = bar->addMenu(QStringLiteral("&Orvex"));
-    orvexMenu->addAction(m_aboutAction);
-    orvexMenu->addAction(m_newWindowAction);
-    orvexMenu->addSeparator();
-    orvexMenu->addAction(m_aboutQtAction);
-    orvexMenu->addAction(m_lgplAction);
-    orvexMenu->addSeparator();
-    orvexMenu->addAction(m_quitAction);
-
-    QMenu* fileMenu = bar->addMenu(QStringLiteral("&File"));
-    fileMenu->setToolTipsVisible(true);
-    fileMenu->addAction(m_openAction);
-    fileMenu->addMenu(m_boardMenu);
-    fileMenu->addMenu(m_recentMenu);
-    fileMenu->addSeparator();
-    fileMenu->addAction(m_saveAction);
-    fileMenu->addAction(m_saveAsAction);
-    fileMenu->addSeparator();
-    fileMenu->addAction(m_extraDataAction);
-    fileMenu->addSeparator();
-    fileMenu->addAction(m_closeAction);
-
-    QMenu* actionsMenu = bar->addMenu(QStringLiteral("&Actions"));
-    actionsMenu->setToolTipsVisible(true);
-    m_changesMenu = new QMenu(QStringLiteral("Recent Changes"), this);
-    m_changesMenu->setIcon(QIcon(QStringLiteral(":/icons/Undo.png")));
-    m_historyMenu = new QMenu(QStringLiteral("Recent &History"), this);
-    m_historyMenu->setIcon(style()->standardIcon(QStyle::SP_ArrowBack));
-    actionsMenu->addAction(m_undoAction);
-    actionsMenu->addAction(m_redoAction);
-    actionsMenu->addMenu(m_changesMenu);
-    actionsMenu->addSeparator();
-    actionsMenu->addAction(m_backAction);
-    actionsMenu->addAction(m_forwardAction);
-    actionsMenu->addMenu(m_historyMenu);
-    actionsMenu->addSeparator();
-    actionsMenu->addAction(m_previewAction);
-
-    QMenu* modeMenu = bar->addMenu(QStringLiteral("&Mode"));
-    modeMenu->addAction(m_cloneAction);
-    modeMenu->addAction(m_deleteAction);
-    modeMenu->addSeparator();
-    modeMenu->addAction(m_moveUpAction);
-    modeMenu->addAction(m_moveDownAction);
-    modeMenu->addSeparator();
-    modeMenu->addAction(m_renameAction);
+    connect(m_actions.m_quitAction, &QAction::triggered, this, &QWidget::close);
+    connect(m_actions.m_aboutQtAction, &QAction::triggered, this, [this] { QMessageBox::aboutQt(this); });
+    connect(m_actions.m_lgplAction, &QAction::triggered, m_lgplDialog.data(), &QDialog::exec);
+    connect(m_actions.m_aboutAction, &QAction::triggered, m_aboutDialog.data(), &QDialog::exec);
+    connect(m_actions.m_undoAction, &QAction::triggered, this, &Window::doUndo);
+    connect(m_actions.m_redoAction, &QAction::triggered, this, &Window::doRedo);
+    connect(m_actions.m_backAction, &QAction::triggered, this, &Window::back);
+    connect(m_actions.m_forwardAction, &QAction::triggered, this, &Window::forward);
+    connect(m_actions.m_previewAction, &QAction::triggered, this, &Window::openPreview);
+    connect(m_actions.m_cloneAction, &QAction::triggered, m_treeModel.data(), &CameraTreeModel::cloneMode);
+    connect(m_actions.m_deleteAction, &QAction::triggered, m_treeModel.data(), &CameraTreeModel::deleteMode);
+    connect(m_actions.m_moveUpAction, &QAction::triggered, m_treeModel.data(), &CameraTreeModel::moveModeUp);
+    connect(m_actions.m_moveDownAction, &QAction::triggered, m_treeModel.data(),
+            &CameraTreeModel::moveModeDown);
+    connect(m_actions.m_renameAction, &QAction::triggered, m_treeModel.data(),
+            &CameraTreeModel::editModeName);
 
     // The board whose registers the register features offer, and the one a preview opens first.
+    QMenuBar* bar = menuBar();
     auto* corner = new QWidget(bar);
     corner->setObjectName(QStringLiteral("BoardCornerWidget"));
     auto* cornerLayout = new QHBoxLayout(corner);
@@ -413,31 +288,6 @@ void Window::createMenus()
     cornerLayout->addWidget(boardLabel);
     cornerLayout->addWidget(m_dataSource);
     bar->setCornerWidget(corner, Qt::TopRightCorner);
-}
-
-void Window::createToolBar()
-{
-    QToolBar* tools = addToolBar(QStringLiteral("Orvex Tools"));
-    tools->setObjectName(QStringLiteral("OrvexTools"));
-    tools->addAction(m_openAction);
-    tools->addAction(m_saveAction);
-    tools->addSeparator();
-    tools->addAction(m_forwardAction);
-    tools->addSeparator();
-    tools->addAction(m_redoAction);
-    tools->addSeparator();
-    tools->addAction(m_previewAction);
-
-    // The two history menus stand where back and undo would: each button runs its menu's first entry
-    // or opens the menu.
-    m_historyButton = new QToolButton(tools);
-    m_historyButton->setObjectName(QStringLiteral("RecentHistoryButton"));
-    m_historyButton->setMenu(m_historyMenu);
-    tools->insertWidget(m_forwardAction, m_historyButton);
-    m_changesButton = new QToolButton(tools);
-    m_changesButton->setObjectName(QStringLiteral("RecentChangesButton"));
-    m_changesButton->setMenu(m_changesMenu);
-    tools->insertWidget(m_redoAction, m_changesButton);
 }
 
 void Window::createDock()
@@ -467,10 +317,11 @@ void Window::createDock()
     layout->addWidget(m_treeView);
 
     auto* buttons = new QGridLayout;
-    const QList<QPair<QString, QAction*>> buttonActions{{QStringLiteral("Clone"), m_cloneAction},
-                                                        {QStringLiteral("Delete"), m_deleteAction},
-                                                        {QStringLiteral("Move Up"), m_moveUpAction},
-                                                        {QStringLiteral("Move Down"), m_moveDownAction}};
+    const QList<QPair<QString, QAction*>> buttonActions{
+        {QStringLiteral("Clone"), m_actions.m_cloneAction},
+        {QStringLiteral("Delete"), m_actions.m_deleteAction},
+        {QStringLiteral("Move Up"), m_actions.m_moveUpAction},
+        {QStringLiteral("Move Down"), m_actions.m_moveDownAction}};
     for (int i = 0; i < buttonActions.size(); ++i) {
         auto* button = new QPushButton(buttonActions.at(i).first, content);
         button->setToolTip(
@@ -556,22 +407,22 @@ void Window::connectSources()
 
 void Window::setUndoRedoEnabled(bool a_undoEnabled, bool a_redoEnabled)
 {
-    m_undoAction->setEnabled(a_undoEnabled && m_document);
-    m_redoAction->setEnabled(a_redoEnabled && m_document);
-    m_changesMenu->clear();
+    m_actions.m_undoAction->setEnabled(a_undoEnabled && m_document);
+    m_actions.m_redoAction->setEnabled(a_redoEnabled && m_document);
+    m_actions.m_changesMenu->clear();
     if (m_document)
-        m_document->undoRedoStack()->fillHistoryMenu(m_changesMenu);
-    fillHistoryButton(m_changesButton, m_changesMenu, m_noChangesAction);
+        m_document->undoRedoStack()->fillHistoryMenu(m_actions.m_changesMenu);
+    fillHistoryButton(m_actions.m_changesButton, m_actions.m_changesMenu, m_actions.m_noChangesAction);
 }
 
 void Window::setBackForwardEnabled(bool a_backEnabled, bool a_forwardEnabled)
 {
-    m_backAction->setEnabled(a_backEnabled && m_document);
-    m_forwardAction->setEnabled(a_forwardEnabled && m_document);
-    m_historyMenu->clear();
+    m_actions.m_backAction->setEnabled(a_backEnabled && m_document);
+    m_actions.m_forwardAction->setEnabled(a_forwardEnabled && m_document);
+    m_actions.m_historyMenu->clear();
     if (m_document)
-        m_document->navigationStack()->fillHistoryMenu(m_historyMenu);
-    fillHistoryButton(m_historyButton, m_historyMenu, m_noHistoryAction);
+        m_document->navigationStack()->fillHistoryMenu(m_actions.m_historyMenu);
+    fillHistoryButton(m_actions.m_historyButton, m_actions.m_historyMenu, m_actions.m_noHistoryAction);
 }
 
 void Window::fillHistoryButton(QToolButton* a_button, QMenu* a_menu, QAction* a_placeholder)
@@ -586,6 +437,9 @@ void Window::fillHistoryButton(QToolButton* a_button, QMenu* a_menu, QAction* a_
         a_button->setDefaultAction(first);
         a_button->setMenu(a_menu);
         a_button->setPopupMode(QToolButton::MenuButtonPopup);
+        // Entries without an icon would turn the button into a long text in the tool bar.
+        if (first->icon().isNull())
+            a_button->setIcon(a_menu->icon());
     } else {
         a_button->setDefaultAction(nullptr);
         a_button->setMenu(a_menu);
@@ -787,12 +641,13 @@ void Window::updateModeTabLabel()
 
 void Window::updateModeActions()
 {
-    m_cloneAction->setEnabled(m_treeModel->canCloneMode());
-    m_deleteAction->setEnabled(m_treeModel->canDeleteMode());
-    m_moveUpAction->setEnabled(m_treeModel->canMoveMode());
-    m_moveDownAction->setEnabled(m_treeModel->canMoveMode());
-    m_renameAction->setEnabled(m_treeModel->canEditModeName());
-    const QList<QAction*> buttonActions{m_cloneAction, m_deleteAction, m_moveUpAction, m_moveDownAction};
+    m_actions.m_cloneAction->setEnabled(m_treeModel->canCloneMode());
+    m_actions.m_deleteAction->setEnabled(m_treeModel->canDeleteMode());
+    m_actions.m_moveUpAction->setEnabled(m_treeModel->canMoveMode());
+    m_actions.m_moveDownAction->setEnabled(m_treeModel->canMoveMode());
+    m_actions.m_renameAction->setEnabled(m_treeModel->canEditModeName());
+    const QList<QAction*> buttonActions{m_actions.m_cloneAction, m_actions.m_deleteAction,
+                                        m_actions.m_moveUpAction, m_actions.m_moveDownAction};
     for (int i = 0; i < m_modeButtons.size() && i < buttonActions.size(); ++i) {
         if (m_modeButtons.at(i))
             m_modeButtons.at(i)->setEnabled(buttonActions.at(i)->isEnabled());
@@ -803,13 +658,14 @@ void Window::updateDocumentState()
 {
     const bool open = m_document;
     setWindowTitle(open ? titleFor(m_documentPath) : s_appName);
-    m_saveAction->setEnabled(open);
-    m_saveAsAction->setEnabled(open);
-    m_closeAction->setEnabled(open);
-    m_extraDataAction->setEnabled(open);
-    m_previewAction->setEnabled(open);
+    m_actions.m_saveAction->setEnabled(open);
+    m_actions.m_saveAsAction->setEnabled(open);
+    m_actions.m_closeAction->setEnabled(open);
+    m_actions.m_extraDataAction->setEnabled(open);
+    m_actions.m_previewAction->setEnabled(open);
     if (!open) {
-        for (QAction* action : {m_undoAction, m_redoAction, m_backAction, m_forwardAction})
+        for (QAction* action : {m_actions.m_undoAction, m_actions.m_redoAction, m_actions.m_backAction,
+                                m_actions.m_forwardAction})
             action->setEnabled(false);
     }
 }
@@ -1162,6 +1018,51 @@ void Window::openPreview()
             QMessageBox::Save | QMessageBox::Cancel, QMessageBox::Cancel);
         if (answer != QMessageBox::Save || !save())
             return;
+    }
+
+    CameraElement* camera = m_document->camera();
+    QStringList modes;
+    for (const ModeElement* mode : camera->modes())
+        modes << mode->name();
+    QNBrdModeOpenDialog chooser(this);
+    chooser.setBoardTypeFilter(camera->standard() == CameraElement::StandardCoaXPress
+                                   ? BoardTypes(BoardType::CoaXPress)
+                                   : BoardTypes(BoardType::CameraLink));
+    chooser.setModes(modes);
+    int boardNumber = chooser.boardNumbers().value(0, -1);
+    QString modeName = modes.value(0);
+    if (chooser.boardCount() > 1 || modes.size() > 1) {
+        const int preferredBoard = m_boardNumber >= 0 ? m_boardNumber : int(m_dataSource->board());
+        chooser.setCurrentBoardNumber(preferredBoard);
+        if (ModeElement* current = camera->currentMode())
+            chooser.setCurrentMode(current->name());
+        if (chooser.exec() != QDialog::Accepted)
+            return;
+        boardNumber = chooser.currentBoardNumber();
+        modeName = chooser.currentMode();
+    }
+    const QString boardName = chooser.boardNames().value(chooser.boardNumbers().indexOf(boardNumber));
+
+    try {
+        if (boardNumber < 0)
+            throw QNExceptionBase("No frame grabber board that can run this camera file is installed.", 0);
+        Viewport::WindowQt* preview =
+            PreviewAcqIf::openPreview(unsigned(boardNumber), m_documentPath, modeName);
+        preview->setWindowTitle(QFileInfo(m_documentPath).fileName() + QStringLiteral(" on ") + boardName);
+        preview->show();
+    } catch (const QNExceptionBase& a_exception) {
+        DialogSeam::warning(
+            this, QStringLiteral("Quarnel Error"),
+            QStringLiteral("<p>Caught a Quarnel exception during acquisition preview:</p><p><code>") +
+                QString::fromUtf8(a_exception.what()).toHtmlEscaped() + QStringLiteral("</code></p>"));
+    } catch (const ExceptionBase& a_exception) {
+        DialogSeam::warning(
+            this, QStringLiteral("Application Error"),
+            QStringLiteral("<p>Caught an application exception during acquisition preview:</p><p><code>") +
+                QString::fromUtf8(a_exception.what()).toHtmlEscaped() + QStringLiteral("</code></p>"));
+    } catch (...) {
+        DialogSeam::warning(this, QStringLiteral("Unknown Error"),
+                            QStringLiteral("<p>Caught an unknown exception during acquisition preview.</p>"));
     }
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "WindowActions.h"
+
 #include <QByteArray>
 #include <QMainWindow>
 #include <QPointer>
@@ -141,8 +143,6 @@ private slots:
 
 private:
     void createActions();
-    void createMenus();
-    void createToolBar();
     void createDock();
     void createCentralPages();
     void createShortcuts();
@@ -205,35 +205,9 @@ private:
     QPointer<AboutOrvexDialog> m_aboutDialog;
     QPointer<QNQtLgplDialog> m_lgplDialog;
 
-    QAction* m_openAction = nullptr;
-    QAction* m_saveAction = nullptr;
-    QAction* m_saveAsAction = nullptr;
-    QAction* m_closeAction = nullptr;
-    QAction* m_newWindowAction = nullptr;
-    QAction* m_extraDataAction = nullptr;
-    QAction* m_quitAction = nullptr;
-    QAction* m_aboutQtAction = nullptr;
-    QAction* m_lgplAction = nullptr;
-    QAction* m_aboutAction = nullptr;
-    QAction* m_undoAction = nullptr;
-    QAction* m_redoAction = nullptr;
-    QAction* m_backAction = nullptr;
-    QAction* m_forwardAction = nullptr;
-    QAction* m_previewAction = nullptr;
-    QAction* m_cloneAction = nullptr;
-    QAction* m_deleteAction = nullptr;
-    QAction* m_moveUpAction = nullptr;
-    QAction* m_moveDownAction = nullptr;
-    QAction* m_renameAction = nullptr;
-    QAction* m_noHistoryAction = nullptr;
-    QAction* m_noChangesAction = nullptr;
-
-    QPointer<QMenu> m_changesMenu;
-    QPointer<QMenu> m_historyMenu;
+    WindowActions m_actions;
     QPointer<DragMenu> m_recentMenu;
     QPointer<DragMenu> m_boardMenu;
-    QPointer<QToolButton> m_historyButton;
-    QPointer<QToolButton> m_changesButton;
     QVector<QPointer<QPushButton>> m_modeButtons;
 };
 

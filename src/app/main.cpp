@@ -1,7 +1,7 @@
 #include "Startup.h"
+#include "Window.h"
 
 #include <QApplication>
-#include <QMainWindow>
 
 int main(int argc, char* argv[])
 {
@@ -10,10 +10,12 @@ int main(int argc, char* argv[])
     if (!startup.run())
         return startup.exitStatus();
 
-    QMainWindow window;
-    window.setObjectName(QStringLiteral("OrvexWindow"));
-    window.setWindowTitle(QStringLiteral("Orvex"));
-    window.resize(1024, 720);
+    Orvex::Window window;
+    window.setConfigPath(startup.configPath());
+    window.setCxpXsdPath(startup.cxpXsdPath());
+    window.setClXsdPath(startup.clXsdPath());
+    if (!startup.filePath().isEmpty())
+        window.openFile(startup.filePath());
     window.show();
     return app.exec();
 }

@@ -16,6 +16,7 @@
 #include <QDragEnterEvent>
 #include <QFile>
 #include <QLabel>
+#include <QMenu>
 #include <QMimeData>
 #include <QProgressDialog>
 #include <QPushButton>
@@ -25,6 +26,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
+#include <QToolButton>
 #include <QTreeView>
 
 #include <memory>
@@ -174,15 +176,32 @@ void TestWindow::editSaveAndReopen()
     QCOMPARE(window->categoryTabs()->count(), 1);
     QCOMPARE(window->nameLabel()->text(), QStringLiteral("<h3>&nbsp;Camera</h3>"));
 
+    auto* changesButton = window->findChild<QToolButton*>("RecentChangesButton");
+    QVERIFY(changesButton && changesButton->menu());
+    QVERIFY(!changesButton->isEnabled());
+    QCOMPARE(changesButton->menu()->actions().size(), 1);
+    QCOMPARE(changesButton->menu()->actions().first()->text(), QStringLiteral("No Recent Changes"));
+
+    QVERIFY(numericEditor(*window, "Default", "Timing", "ExposureTime"));
+    QVERIFY(window->nameLabel()->text().contains("<a href=\"mode:Default\""));
+    const auto currentTab = [&window] {
+        return window->categoryTabs()->tabText(window->categoryTabs()->currentIndex());
+    };
+    QTest::mouseClick(window->cameraTreeView()->viewport(), Qt::BackButton);
+    QTRY_COMPARE(currentTab(), QStringLiteral("Sensor"));
+    QTest::mouseClick(window->cameraTreeView()->viewport(), Qt::ForwardButton);
+    QTRY_COMPARE(currentTab(), QStringLiteral("Timing"));
+
     QAbstractSpinBox* exposure = numericEditor(*window, "Default", "Timing", "ExposureTime");
     QVERIFY(exposure);
-    QVERIFY(window->nameLabel()->text().contains("<a href=\"mode:Default\""));
     exposure->setFocus();
     exposure->selectAll();
     QTest::keyClicks(exposure, "7000");
     QTest::keyClick(exposure, Qt::Key_Return);
     QCOMPARE(featureValue(*window, "Default", "Timing", "ExposureTime").toDouble(), 7000.0);
     QVERIFY(window->isDocumentModified());
+    QVERIFY(changesButton->isEnabled());
+    QCOMPARE(changesButton->defaultAction(), changesButton->menu()->actions().first());
 
     action(*window, "&Undo")->trigger();
     QCOMPARE(featureValue(*window, "Default", "Timing", "ExposureTime").toDouble(), 5000.0);

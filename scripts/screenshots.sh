@@ -1,0 +1,121 @@
+#!/usr/bin/env bash
+# Takes the editor's screenshots under docs/ on a virtual X server (Xvfb), driving the real editor
+# with xdotool and capturing it with ImageMagick's import:
+#   docs/documents-page.png   the Documents page, with recent files and the simulated boards' files
+#   docs/category-page.png    a category tab of a mode of examples/Example_CL.lumex
+#   docs/extra-data.png       the extra-data dialog of that file
+#   docs/feature-editors.png  one editor of every kind, from the fixture in scripts/screenshot-fixture
+# The editor is built as scripts/run.sh builds it, unless ORVEX_EDITOR names a built one.
+set -euo pipefail
+top=$(cd "$(dirname "$0")/.." && pwd)
+docs="${1:-$top/docs}"
+number="${ORVEX_SCREENSHOT_DISPLAY:-98}"
+width=1200
+height=800
+
+for tool in Xvfb xdotool import; do
+    command -v "$tool" >/dev/null || { echo "screenshots: $tool is not installed (scripts/setup.sh)" >&2; exit 1; }
+done
+
+editor="${ORVEX_EDITOR:-}"
+if [ -z "$editor" ]; then
+    build="$top/build/release"
+    cmake -S "$top" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DORVEX_BUILD_TESTS=OFF >/dev/null
+    cmake --build "$build" --target orvex -j 2
+    editor="$build/bin/orvex"
+fi
+
+work=$(mktemp -d)
+xvfb_pid=
+editor_pid=
+stop_editor() {
+    if [ -n "$editor_pid" ]; then
+        kill "$editor_pid" 2>/dev/null || true
+        wait "$editor_pid" 2>/dev/null || true
+        editor_pid=
+    fi
+}
+finish() {
+    stop_editor
+    [ -n "$xvfb_pid" ] && kill "$xvfb_pid" 2>/dev/null
+    wait 2>/dev/null || true
+    rm -rf "$work"
+}
+trap finish EXIT
+
+Xvfb ":$number" -screen 0 "${width}x${height}x24" -nolisten tcp >"$work/xvfb.log" 2>&1 &
+xvfb_pid=$!
+for _ in $(seq 100); do
+    [ -S "/tmp/.X11-unix/X$number" ] && break
+    kill -0 "$xvfb_pid" 2>/dev/null || { cat "$work/xvfb.log" >&2; exit 1; }
+    sleep 0.1
+done
+export DISPLAY=":$number"
+export QT_QPA_PLATFORM=xcb
+# Settings of a user of their own: a known window size and a short list of recent files.
+export HOME="$work/home"
+mkdir -p "$HOME/.config/Quarnel"
+cp "$top/examples/Example_CL.lumex" "$top/examples/Example_CXP.lumex" "$work/"
+cat >"$HOME/.config/Quarnel/Orvex.conf" <<EOF
+[General]
+recent_documents=$work/Example_CL.lumex, $work/Example_CXP.lumex
+EOF
+
+# Starts the editor with the given arguments and waits until a window titled as the pattern shows.
+start_editor() {
+    local title="$1"
+    shift
+    "$editor" -CFGDIR "$top/config" "$@" >"$work/editor.log" 2>&1 &
+    editor_pid=$!
+    window=
+    for _ in $(seq 300); do
+        window=$(xdotool search --onlyvisible --name "$title" 2>/dev/null | head -n 1 || true)
+        [ -n "$window" ] && break
+        kill -0 "$editor_pid" 2>/dev/null || { cat "$work/editor.log" >&2; exit 1; }
+        sleep 0.1
+    done
+    [ -n "$window" ] || { echo "screenshots: no window titled $title" >&2; cat "$work/editor.log" >&2; exit 1; }
+    xdotool windowsize "$window" "$width" "$height" windowmove "$window" 0 0
+    xdotool windowfocus --sync "$window"
+    sleep 1
+}
+
+keys() {
+    xdotool key --clearmodifiers --delay 150 "$@"
+    sleep 1
+}
+
+shot() {
+    import -window root "$docs/$1"
+    echo "screenshots: wrote $docs/$1"
+}
+
+wait_for_window() {
+    for _ in $(seq 100); do
+        xdotool search --onlyvisible --name "$1" >/dev/null 2>&1 && { sleep 0.5; return 0; }
+        sleep 0.1
+    done
+    echo "screenshots: no window titled $1" >&2
+    exit 1
+}
+
+mkdir -p "$docs"
+
+start_editor '^Orvex$'
+shot documents-page.png
+stop_editor
+
+# The first mode, then its second category.
+start_editor '^Orvex \(' -F "$work/Example_CL.lumex"
+keys ctrl+Next ctrl+Tab
+shot category-page.png
+keys alt+f e
+wait_for_window '^LUMEX Extra Data$'
+shot extra-data.png
+stop_editor
+
+cp "$top/scripts/screenshot-fixture/FeatureEditors.lumex" "$work/"
+start_editor '^Orvex \(' -CLXSD "$top/scripts/screenshot-fixture/FeatureEditors.xsd" -F "$work/FeatureEditors.lumex"
+keys ctrl+Next
+shot feature-editors.png
+stop_editor

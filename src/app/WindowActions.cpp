@@ -1,0 +1,187 @@
+#include "WindowActions.h"
+
+#include <QAction>
+#include <QIcon>
+#include <QKeySequence>
+#include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
+#include <QStyle>
+#include <QToolBar>
+#include <QToolButton>
+
+namespace Orvex {
+
+namespace {
+
+// The given key first, then the platform's own keys for the same command, each once.
+QList<QKeySequence> shortcutsOf(const QKeySequence& a_first, QKeySequence::StandardKey a_standard)
+{
+    QList<QKeySequence> keys;
+    if (!a_first.isEmpty())
+        keys << a_first;
+    for (const QKeySequence& key : QKeySequence::keyBindings(a_standard)) {
+        if (!keys.contains(key))
+            keys << key;
+    }
+    return keys;
+}
+
+} // namespace
+
+WindowActions WindowActions::create(QMainWindow* a_window, QMenu* a_boardMenu, QMenu* a_recentMenu)
+{
+    WindowActions actions;
+
+    const auto make = [a_window](const QString& a_text, const QString& a_toolTip,
+                                 const QList<QKeySequence>& a_keys, const QIcon& a_icon = QIcon()) {
+        auto* action = new QAction(a_icon, a_text, a_window);
+        if (!a_toolTip.isEmpty())
+            action->setToolTip(a_toolTip);
+        action->setShortcuts(a_keys);
+        // The window's shortcuts must work wherever the focus is, docks included.
+        action->setShortcutContext(Qt::WindowShortcut);
+        return action;
+    };
+    QStyle* appStyle = a_window->style();
+
+    actions.m_openAction = make(QStringLiteral("&Open..."), QStringLiteral("File Open"),
+                                shortcutsOf(QKeySequence(QStringLiteral("Ctrl+O")), QKeySequence::Open),
+                                appStyle->standardIcon(QStyle::SP_DialogOpenButton));
+    actions.m_saveAction = make(QStringLiteral("&Save"), QStringLiteral("File Save"),
+                                shortcutsOf(QKeySequence(QStringLiteral("Ctrl+S")), QKeySequence::Save),
+                                appStyle->standardIcon(QStyle::SP_DialogSaveButton));
+    actions.m_saveAsAction =
+        make(QStringLiteral("Save &As..."), QStringLiteral("File Save As"),
+             shortcutsOf(QKeySequence(QStringLiteral("Ctrl+Alt+S")), QKeySequence::SaveAs));
+    actions.m_closeAction = make(QStringLiteral("&Close"), QStringLiteral("File Close"),
+                                 shortcutsOf(QKeySequence(QStringLiteral("Ctrl+W")), QKeySequence::Close),
+                                 appStyle->standardIcon(QStyle::SP_DialogCloseButton));
+    actions.m_newWindowAction =
+        make(QStringLiteral("&New Window..."), QString(), shortcutsOf({}, QKeySequence::New));
+    actions.m_extraDataAction = make(QStringLiteral("&Extra Data..."),
+                                     QStringLiteral("View extra data found in the input LUMEX file."), {});
+    actions.m_quitAction = make(QStringLiteral("&Quit"), QString(), {QKeySequence(QStringLiteral("Ctrl+Q"))});
+    actions.m_quitAction->setMenuRole(QAction::QuitRole);
+    actions.m_aboutQtAction = make(QStringLiteral("&About Qt..."), QString(), {});
+    actions.m_aboutQtAction->setMenuRole(QAction::AboutQtRole);
+    actions.m_lgplAction = make(QStringLiteral("Qt &LGPL Licensing..."), QString(), {});
+    actions.m_aboutAction = make(QStringLiteral("About &Orvex..."), QString(), {}, a_window->windowIcon());
+    actions.m_aboutAction->setMenuRole(QAction::AboutRole);
+
+    actions.m_undoAction = make(QStringLiteral("&Undo"), QString(),
+                                shortcutsOf(QKeySequence(QStringLiteral("Ctrl+Z")), QKeySequence::Undo),
+                                QIcon(QStringLiteral(":/icons/Undo.png")));
+    actions.m_redoAction = make(QStringLiteral("&Redo"), QString(),
+                                shortcutsOf(QKeySequence(QStringLiteral("Ctrl+Y")), QKeySequence::Redo),
+                                QIcon(QStringLiteral(":/icons/Redo.png")));
+    actions.m_backAction = make(QStringLiteral("Go &Back"), QString(),
+                                shortcutsOf(QKeySequence(QStringLiteral("Alt+Left")), QKeySequence::Back),
+                                appStyle->standardIcon(QStyle::SP_ArrowBack));
+    actions.m_forwardAction =
+        make(QStringLiteral("Go &Forward"), QString(),
+             shortcutsOf(QKeySequence(QStringLiteral("Alt+Right")), QKeySequence::Forward),
+             appStyle->standardIcon(QStyle::SP_ArrowForward));
+    actions.m_previewAction =
+        make(QStringLiteral("Acquisition &Preview"),
+             QStringLiteral("Open an acquisition preview for the current camera file and mode."),
+             {QKeySequence(QStringLiteral("F5"))}, appStyle->standardIcon(QStyle::SP_MediaPlay));
+
+    actions.m_cloneAction =
+        make(QStringLiteral("&Clone"), QString(), {QKeySequence(QStringLiteral("Ctrl++"))});
+    actions.m_deleteAction =
+        make(QStringLiteral("&Delete"), QString(), {QKeySequence(QStringLiteral("Ctrl+-"))});
+    actions.m_moveUpAction =
+        make(QStringLiteral("Move &Up"), QString(), {QKeySequence(QStringLiteral("Ctrl+Up"))});
+    actions.m_moveDownAction =
+        make(QStringLiteral("Move &Down"), QString(), {QKeySequence(QStringLiteral("Ctrl+Down"))});
+    actions.m_renameAction =
+        make(QStringLiteral("&Rename..."), QString(), {QKeySequence(QStringLiteral("F2"))});
+
+    actions.m_noHistoryAction = make(QStringLiteral("No Recent History"), QString(), {});
+    actions.m_noHistoryAction->setEnabled(false);
+    actions.m_noChangesAction = make(QStringLiteral("No Recent Changes"), QString(), {});
+    actions.m_noChangesAction->setEnabled(false);
+
+    for (QAction* action :
+         {actions.m_openAction, actions.m_saveAction, actions.m_saveAsAction, actions.m_closeAction,
+          actions.m_newWindowAction, actions.m_quitAction, actions.m_undoAction, actions.m_redoAction,
+          actions.m_backAction, actions.m_forwardAction, actions.m_previewAction, actions.m_cloneAction,
+          actions.m_deleteAction, actions.m_moveUpAction, actions.m_moveDownAction, actions.m_renameAction})
+        a_window->addAction(action);
+
+    QMenuBar* bar = a_window->menuBar();
+
+    QMenu* orvexMenu = bar->addMenu(QStringLiteral("&Orvex"));
+    orvexMenu->addAction(actions.m_aboutAction);
+    orvexMenu->addAction(actions.m_newWindowAction);
+    orvexMenu->addSeparator();
+    orvexMenu->addAction(actions.m_aboutQtAction);
+    orvexMenu->addAction(actions.m_lgplAction);
+    orvexMenu->addSeparator();
+    orvexMenu->addAction(actions.m_quitAction);
+
+    QMenu* fileMenu = bar->addMenu(QStringLiteral("&File"));
+    fileMenu->setToolTipsVisible(true);
+    fileMenu->addAction(actions.m_openAction);
+    fileMenu->addMenu(a_boardMenu);
+    fileMenu->addMenu(a_recentMenu);
+    fileMenu->addSeparator();
+    fileMenu->addAction(actions.m_saveAction);
+    fileMenu->addAction(actions.m_saveAsAction);
+    fileMenu->addSeparator();
+    fileMenu->addAction(actions.m_extraDataAction);
+    fileMenu->addSeparator();
+    fileMenu->addAction(actions.m_closeAction);
+
+    QMenu* actionsMenu = bar->addMenu(QStringLiteral("&Actions"));
+    actionsMenu->setToolTipsVisible(true);
+    actions.m_changesMenu = new QMenu(QStringLiteral("Recent Changes"), a_window);
+    actions.m_changesMenu->setIcon(QIcon(QStringLiteral(":/icons/Undo.png")));
+    actions.m_historyMenu = new QMenu(QStringLiteral("Recent &History"), a_window);
+    actions.m_historyMenu->setIcon(a_window->style()->standardIcon(QStyle::SP_ArrowBack));
+    actionsMenu->addAction(actions.m_undoAction);
+    actionsMenu->addAction(actions.m_redoAction);
+    actionsMenu->addMenu(actions.m_changesMenu);
+    actionsMenu->addSeparator();
+    actionsMenu->addAction(actions.m_backAction);
+    actionsMenu->addAction(actions.m_forwardAction);
+    actionsMenu->addMenu(actions.m_historyMenu);
+    actionsMenu->addSeparator();
+    actionsMenu->addAction(actions.m_previewAction);
+
+    QMenu* modeMenu = bar->addMenu(QStringLiteral("&Mode"));
+    modeMenu->addAction(actions.m_cloneAction);
+    modeMenu->addAction(actions.m_deleteAction);
+    modeMenu->addSeparator();
+    modeMenu->addAction(actions.m_moveUpAction);
+    modeMenu->addAction(actions.m_moveDownAction);
+    modeMenu->addSeparator();
+    modeMenu->addAction(actions.m_renameAction);
+
+    QToolBar* tools = a_window->addToolBar(QStringLiteral("Orvex Tools"));
+    tools->setObjectName(QStringLiteral("OrvexTools"));
+    tools->addAction(actions.m_openAction);
+    tools->addAction(actions.m_saveAction);
+    tools->addSeparator();
+    tools->addAction(actions.m_forwardAction);
+    tools->addSeparator();
+    tools->addAction(actions.m_redoAction);
+    tools->addSeparator();
+    tools->addAction(actions.m_previewAction);
+
+    // The two history menus stand where back and undo would: each button runs its menu's first entry
+    // or opens the menu.
+    actions.m_historyButton = new QToolButton(tools);
+    actions.m_historyButton->setObjectName(QStringLiteral("RecentHistoryButton"));
+    actions.m_historyButton->setMenu(actions.m_historyMenu);
+    tools->insertWidget(actions.m_forwardAction, actions.m_historyButton);
+    actions.m_changesButton = new QToolButton(tools);
+    actions.m_changesButton->setObjectName(QStringLiteral("RecentChangesButton"));
+    actions.m_changesButton->setMenu(actions.m_changesMenu);
+    tools->insertWidget(actions.m_redoAction, actions.m_changesButton);
+    actions.m_toolBar = tools;
+    return actions;
+}
+
+} // namespace Orvex

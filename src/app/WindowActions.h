@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QPointer>
+
+class QAction;
+class QMainWindow;
+class QMenu;
+class QToolBar;
+class QToolButton;
+
+namespace Orvex {
+
+// The main window's actions with their texts, tool tips, shortcuts and icons, its menus and its tool
+// bar. What each action runs is wired by the window.
+struct WindowActions
+{
+    // Creates the actions as children of a_window, the menus of its menu bar (with the two file menus
+    // given as its "Open From &Board" and "Open &Recent" submenus) and the "Orvex Tools" tool bar.
+    static WindowActions create(QMainWindow* a_window, QMenu* a_boardMenu, QMenu* a_recentMenu);
+
+    QAction* m_openAction = nullptr;
+    QAction* m_saveAction = nullptr;
+    QAction* m_saveAsAction = nullptr;
+    QAction* m_closeAction = nullptr;
+    QAction* m_newWindowAction = nullptr;
+    QAction* m_extraDataAction = nullptr;
+    QAction* m_quitAction = nullptr;
+    QAction* m_aboutQtAction = nullptr;
+    QAction* m_lgplAction = nullptr;
+    QAction* m_aboutAction = nullptr;
+    QAction* m_undoAction = nullptr;
+    QAction* m_redoAction = nullptr;
+    QAction* m_backAction = nullptr;
+    QAction* m_forwardAction = nullptr;
+    QAction* m_previewAction = nullptr;
+    QAction* m_cloneAction = nullptr;
+    QAction* m_deleteAction = nullptr;
+    QAction* m_moveUpAction = nullptr;
+    QAction* m_moveDownAction = nullptr;
+    QAction* m_renameAction = nullptr;
+    // Disabled placeholders of the two history menus while they have no entries.
+    QAction* m_noHistoryAction = nullptr;
+    QAction* m_noChangesAction = nullptr;
+
+    QPointer<QMenu> m_changesMenu;
+    QPointer<QMenu> m_historyMenu;
+    QPointer<QToolBar> m_toolBar;
+    // Tool bar buttons that carry the "Recent &History" and "Recent Changes" menus.
+    QPointer<QToolButton> m_historyButton;
+    QPointer<QToolButton> m_changesButton;
+};
+
+} // namespace Orvex
