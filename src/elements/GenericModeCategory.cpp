@@ -57,6 +57,11 @@ GenericModeCategory::GenericModeCategory(ModeElement* a_mode, const GenericModeC
     : ModeCategoryElementBase(a_source, a_mode)
 {
     m_categoryFeature = new CategoryFeature(this, !a_source || a_source->m_categoryFeature->isEnabled());
+    if (a_source) {
+        m_categoryFeature->setName(a_source->m_categoryFeature->name());
+        m_categoryFeature->setAnnotation(a_source->m_categoryFeature->annotation());
+        m_categoryFeature->setElementPath(a_source->m_categoryFeature->elementPath());
+    }
     m_categoryEnabled = m_categoryFeature->isEnabled();
     connect(m_categoryFeature, &FeatureElementBase::instanceCountIsMaxOccurs, this,
             &GenericModeCategory::setCategoryEnabled);

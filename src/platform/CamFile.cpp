@@ -470,8 +470,9 @@ Error CamFile::write(const char* a_path) const
     Error result = makeDeclaration(m_declaration, declaration);
     if (!result)
         return result;
+    // No direct-write fallback: a folder that refuses the temporary file fails the write rather than
+    // overwriting the previous file in place.
     QSaveFile file(QFile::decodeName(a_path));
-    file.setDirectWriteFallback(true);
     const auto failure = [&](const char* a_message) {
         const std::string comment = std::string(a_path) + ": " + utf8(file.errorString());
         return Error("Write error", a_message, comment.c_str());
