@@ -1,0 +1,563 @@
+#include "PreviewAcqIf.h"
+#include "QNDriver.h"
+#include "QNExceptionBase.h"
+#include "SimFrameGenerator.h"
+#include "TestSupport.h"
+#include "ViewportFrameConverter.h"
+#include "ViewportImageView.h"
+#include "ViewportWindowQt.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QPointer>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QScreen>
+#include <QSet>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+#include <cstdio>
+#include <memory>
+
+using namespace Orvex;
+using Viewport::PixelLayout;
+using State = Viewport::ImperativeAcquisitionInterface::State;
+
+Q_DECLARE_METATYPE(Viewport::PixelLayout)
+Q_DECLARE_METATYPE(Viewport::ImperativeAcquisitionInterface::State)
+
+namespace {
+
+constexpr unsigned g_board = 0;
+
+const char* const g_cameraFile = R"(<?xml version="1.0" encoding="UTF-8"?>
+<quarnel_config>
+  <camera standard="CoaXPress">
+    <features><standard>CoaXPress</standard></features>
+    <modes>
+      <mode name="Small">
+        <!-- Grey test mode. -->
+        <Sensor><Width>64</Width><Height>48</Height><PixelFormat>Mono8</PixelFormat></Sensor>
+        <Timing><FrameRate>250</FrameRate></Timing>
+      </mode>
+      <mode name="Colour">
+        <Sensor><Width>64</Width><Height>48</Height><PixelFormat>BayerRG8</PixelFormat></Sensor>
+        <Timing><FrameRate>250</FrameRate></Timing>
+      </mode>
+      <mode name="Filtered">
+        <Sensor><Width>32</Width><Height>16</Height><PixelFormat>Mono8</PixelFormat>
+          <PixelColorFilter>BayerGB</PixelColorFilter></Sensor>
+      </mode>
+      <mode name="Wide"><Sensor><Width>30</Width><Height>20</Height><PixelFormat>BayerGR12</PixelFormat></Sensor></mode>
+      <mode name="Deep"><Sensor><Width>30</Width><Height>20</Height><PixelFormat>Mono12</PixelFormat></Sensor></mode>
+      <mode name="Rgb"><Sensor><Width>30</Width><Height>20</Height><PixelFormat>RGB8</PixelFormat></Sensor></mode>
+      <mode name="Plain"/>
+      <mode name="Triggered">
+        <Sensor><Width>64</Width><Height>48</Height></Sensor>
+        <Trigger><TriggerMode>On</TriggerMode><TriggerSource>Software</TriggerSource></Trigger>
+      </mode>
+    </modes>
+  </camera>
+</quarnel_config>
+)";
+
+const QStringList g_modes{"Small", "Colour", "Filtered", "Wide", "Deep", "Rgb", "Plain", "Triggered"};
+
+QStringList takeEvents()
+{
+    QStringList events;
+    for (const std::string& event : QNSim::SimFrameGenerator::takeEvents(g_board))
+        events << QString::fromStdString(event);
+    return events;
+}
+
+// A handle of the test's own on the preview's board, for the interrupt counters.
+class BoardHandle
+{
+public:
+    BoardHandle()
+    {
+        HwBrdEntry entry;
+        if (HwSysBrdFind(HwSelectorFrameGrabber, g_board, &entry) == 0)
+            HwBrdOpen(&entry, &m_handle, HwOpenDataSource);
+    }
+    ~BoardHandle() { HwBrdClose(m_handle); }
+
+    std::uint64_t frames() const
+    {
+        QNInterruptCounters counters;
+        QNInterruptGetCounters(m_handle, &counters);
+        return counters.m_frames;
+    }
+    void clear() const { QNInterruptClearCounters(m_handle); }
+
+private:
+    HwBrdHandle m_handle = HwNoBoard;
+};
+
+} // namespace
+
+class TestPreview : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    QString m_cameraPath;
+
+    static bool perform(PreviewAcqIf& a_acquisition, const QString& a_action)
+    {
+        if (a_action == "start")
+            return a_acquisition.start();
+        if (a_action == "fixed")
+            return a_acquisition.startFixed(100000);
+        return a_action == "pause" ? a_acquisition.pause() : a_acquisition.stop();
+    }
+
+    std::unique_ptr<PreviewAcqIf> setUp(const QString& a_mode, unsigned a_buffers = 4)
+    {
+        auto acquisition = std::make_unique<PreviewAcqIf>(g_board, m_cameraPath, a_mode, a_buffers);
+        QSignalSpy changes(acquisition.get(), &PreviewAcqIf::acquisitionStateChanged);
+        if (!acquisition->setupMode(a_mode) || !changes.wait())
+            return nullptr;
+        takeEvents();
+        return acquisition;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QCoreApplication::setOrganizationName(QStringLiteral("Quarnel"));
+        QCoreApplication::setApplicationName(QStringLiteral("OrvexPreviewTest"));
+        QSettings().clear();
+        QVERIFY(m_dir.isValid());
+        const QString boards = m_dir.filePath("boards.json");
+        QFile boardFile(boards);
+        QVERIFY(boardFile.open(QIODevice::WriteOnly));
+        const QJsonArray list{QJsonObject{{"kind", "CoaXPress"}, {"mk2", true}, {"model", "Sim CXP"}},
+                              QJsonObject{{"kind", "CameraLink"}, {"mk2", true}}};
+        boardFile.write(QJsonDocument(QJsonObject{{"boards", list}}).toJson());
+        boardFile.close();
+        qputenv("QN_SIM_BOARDS", QFile::encodeName(boards));
+        QNSimReload();
+        m_cameraPath = m_dir.filePath("cam.lumex");
+        QFile camera(m_cameraPath);
+        QVERIFY(camera.open(QIODevice::WriteOnly));
+        camera.write(g_cameraFile);
+    }
+
+    void init() { takeEvents(); }
+
+    void fixedRunStopsByItself_data()
+    {
+        QTest::addColumn<unsigned>("frames");
+        QTest::addColumn<unsigned>("buffers");
+        QTest::newRow("one frame") << 1u << 4u;
+        QTest::newRow("fewer than the buffers") << 3u << 4u;
+        QTest::newRow("buffers reused") << 40u << 3u;
+    }
+
+    void fixedRunStopsByItself()
+    {
+        QFETCH(unsigned, frames);
+        QFETCH(unsigned, buffers);
+        const auto acquisition = setUp("Small", buffers);
+        QVERIFY(acquisition);
+        const BoardHandle board;
+        board.clear();
+        QSignalSpy changes(acquisition.get(), &PreviewAcqIf::acquisitionStateChanged);
+
+        QVERIFY(acquisition->startFixed(frames));
+        QCOMPARE(acquisition->acquisitionState(), State::Running);
+        QTRY_COMPARE(acquisition->acquisitionState(), State::Stopped);
+        QCOMPARE(acquisition->framesDelivered(), quint64(frames));
+        QTRY_COMPARE(changes.count(), 2);
+        QCOMPARE(takeEvents(), QStringList({QString("control 3/256 %1").arg(frames), "control 4/256"}));
+        QTRY_COMPARE(board.frames(), std::uint64_t(frames));
+        QCOMPARE(acquisition->framesDelivered(), quint64(frames));
+    }
+
+    void waitResults_data()
+    {
+        QTest::addColumn<int>("code");
+        QTest::addColumn<bool>("keepsRunning");
+        QTest::newRow("timeout") << 0x10004 << true;
+        QTest::newRow("aborted wait") << 0x10005 << true;
+        QTest::newRow("acquisition failed") << 0x10006 << false;
+        QTest::newRow("driver status") << int(QNStatusBadHandle) << false;
+    }
+
+    void waitResults()
+    {
+        QFETCH(int, code);
+        QFETCH(bool, keepsRunning);
+        const auto acquisition = setUp("Small");
+        QVERIFY(acquisition);
+        QVERIFY(acquisition->start());
+        QTRY_VERIFY(acquisition->framesDelivered() >= 2);
+        QSignalSpy changes(acquisition.get(), &PreviewAcqIf::acquisitionStateChanged);
+
+        const quint64 before = acquisition->framesDelivered();
+        QVERIFY(QNSim::SimFrameGenerator::injectWaitResult(g_board, code));
+        if (keepsRunning) {
+            QTRY_VERIFY(acquisition->framesDelivered() >= before + 3);
+            QCOMPARE(acquisition->acquisitionState(), State::Running);
+            QCOMPARE(changes.count(), 0);
+        } else {
+            QTRY_COMPARE(acquisition->acquisitionState(), State::Stopped);
+            QTRY_COMPARE(changes.count(), 1);
+        }
+    }
+
+    void cleanupAbortsFirst_data()
+    {
+        QTest::addColumn<QStringList>("actions");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("running") << QStringList{"start"} << QStringList{"control 4/256", "release"};
+        QTest::newRow("paused") << QStringList{"start", "pause"} << QStringList{"control 4/256", "release"};
+        QTest::newRow("stopped") << QStringList{"start", "stop"} << QStringList{"release"};
+        QTest::newRow("never started") << QStringList{} << QStringList{"release"};
+    }
+
+    void cleanupAbortsFirst()
+    {
+        QFETCH(QStringList, actions);
+        QFETCH(QStringList, expected);
+        const auto acquisition = setUp("Small");
+        QVERIFY(acquisition);
+        for (const QString& action : actions)
+            QVERIFY(perform(*acquisition, action));
+        takeEvents();
+
+        QVERIFY(acquisition->cleanup());
+        QCOMPARE(takeEvents(), expected);
+        QCOMPARE(acquisition->acquisitionState(), State::NotSetUp);
+        QVERIFY(!acquisition->getFrameLock());
+        QVERIFY(acquisition->canSetup());
+        QVERIFY(acquisition->setupMode(QString()));
+        QCOMPARE(acquisition->acquisitionState(), State::Stopped);
+    }
+
+    void stateChanges_data()
+    {
+        QTest::addColumn<QStringList>("actions");
+        QTest::addColumn<State>("state");
+        QTest::addColumn<QString>("command");
+        QTest::newRow("start") << QStringList{"start"} << State::Running << "control 0/256";
+        QTest::newRow("fixed") << QStringList{"fixed"} << State::Running << "control 3/256 100000";
+        QTest::newRow("pause") << QStringList{"start", "pause"} << State::Paused << "control 2/512";
+        QTest::newRow("stop") << QStringList{"start", "stop"} << State::Stopped << "control 1/256";
+        QTest::newRow("resume") << QStringList{"fixed", "pause", "start"} << State::Running
+                                << "control 0/256";
+        QTest::newRow("stop paused") << QStringList{"start", "pause", "stop"} << State::Stopped
+                                     << "control 1/256";
+    }
+
+    void stateChanges()
+    {
+        QFETCH(QStringList, actions);
+        QFETCH(State, state);
+        QFETCH(QString, command);
+        const auto acquisition = setUp("Small");
+        QVERIFY(acquisition);
+        QSignalSpy changes(acquisition.get(), &PreviewAcqIf::acquisitionStateChanged);
+        for (const QString& action : actions)
+            QVERIFY(perform(*acquisition, action));
+        QCOMPARE(acquisition->acquisitionState(), state);
+        QCOMPARE(takeEvents().constLast(), command);
+        QTRY_COMPARE(changes.count(), actions.size());
+        if (state == State::Running)
+            QTRY_VERIFY(acquisition->frameRate() > 0.0);
+        if (state == State::Paused)
+            QCOMPARE(acquisition->frameRate(), 0.0);
+    }
+
+    void destructionJoinsWorker_data()
+    {
+        QTest::addColumn<QString>("mode");
+        QTest::addColumn<bool>("run");
+        QTest::addColumn<QStringList>("expected");
+        const QStringList teardown{"control 4/256", "release", "close"};
+        QTest::newRow("running") << "Small" << true << teardown;
+        QTest::newRow("waiting for triggers") << "Triggered" << true << teardown;
+        QTest::newRow("set up") << "Small" << false << teardown;
+    }
+
+    void destructionJoinsWorker()
+    {
+        QFETCH(QString, mode);
+        QFETCH(bool, run);
+        QFETCH(QStringList, expected);
+        auto acquisition = setUp(mode);
+        QVERIFY(acquisition);
+        if (run) {
+            QVERIFY(acquisition->start());
+            QTRY_VERIFY(mode == "Triggered" || acquisition->framesDelivered() > 0);
+        }
+        takeEvents();
+        acquisition.reset();
+        QCOMPARE(takeEvents(), expected);
+    }
+
+    void softwareTrigger()
+    {
+        const auto acquisition = setUp("Triggered");
+        QVERIFY(acquisition);
+        QVERIFY(acquisition->start());
+        QCOMPARE(acquisition->framesDelivered(), quint64(0));
+        for (int i = 0; i < 3; ++i)
+            QVERIFY(acquisition->trigger());
+        QTRY_COMPARE(acquisition->framesDelivered(), quint64(3));
+        QCOMPARE(takeEvents().mid(1), QStringList({"trigger 40", "trigger 40", "trigger 40"}));
+    }
+
+    void pixelLayout_data()
+    {
+        QTest::addColumn<QString>("mode");
+        QTest::addColumn<PixelLayout>("layout");
+        QTest::addColumn<QSize>("size");
+        QTest::newRow("grey") << "Small" << PixelLayout::Mono8 << QSize(64, 48);
+        QTest::newRow("Bayer format") << "Colour" << PixelLayout::BayerRG8 << QSize(64, 48);
+        QTest::newRow("filter over format") << "Filtered" << PixelLayout::BayerGB8 << QSize(32, 16);
+        QTest::newRow("wide Bayer") << "Wide" << PixelLayout::BayerGR16 << QSize(30, 20);
+        QTest::newRow("wide grey") << "Deep" << PixelLayout::Mono16 << QSize(30, 20);
+        QTest::newRow("colour") << "Rgb" << PixelLayout::Rgb8 << QSize(30, 20);
+        QTest::newRow("board defaults") << "Plain" << PixelLayout::Mono8 << QSize(640, 480);
+    }
+
+    void pixelLayout()
+    {
+        QFETCH(QString, mode);
+        QFETCH(PixelLayout, layout);
+        QFETCH(QSize, size);
+        const auto acquisition = setUp(mode);
+        QVERIFY(acquisition);
+        QCOMPARE(acquisition->pixelLayout(), layout);
+        QVERIFY(acquisition->startFixed(1));
+        QTRY_COMPARE(acquisition->framesDelivered(), quint64(1));
+        const auto lock = acquisition->getFrameLock();
+        QVERIFY(lock);
+        const Viewport::Frame frame = acquisition->nextFrame();
+        QCOMPARE(QSize(frame.m_width, frame.m_height), size);
+        QCOMPARE(frame.m_layout, layout);
+        QCOMPARE(frame.m_stride % 4, 0);
+    }
+
+    void setupModesFromFile()
+    {
+        PreviewAcqIf acquisition(g_board, m_cameraPath, "Colour");
+        QVERIFY(!acquisition.canSetup());
+        QVERIFY(!acquisition.canSetupMode());
+        QSignalSpy features(&acquisition, &PreviewAcqIf::featureSetChanged);
+        QVERIFY(acquisition.setupMode(QString()));
+        QTRY_COMPARE(features.count(), 1);
+        QStringList names;
+        for (int i = 0; i < acquisition.setupModeCount(); ++i)
+            names << acquisition.setupModeName(i);
+        QCOMPARE(names, g_modes);
+        QVERIFY(acquisition.setupModeDescription(0).contains("Grey test mode."));
+        QCOMPARE(acquisition.currentSetupMode(), QString("Colour"));
+        QCOMPARE(acquisition.pixelLayout(), PixelLayout::BayerRG8);
+        QVERIFY(acquisition.canSetupMode());
+        QVERIFY(!acquisition.canSetup());
+        QVERIFY(acquisition.cleanup());
+        QVERIFY(acquisition.canSetup());
+        QVERIFY(acquisition.setupMode("Deep"));
+        QCOMPARE(acquisition.pixelLayout(), PixelLayout::Mono16);
+    }
+
+    void setupFailures_data()
+    {
+        QTest::addColumn<unsigned>("board");
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("mode");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("no such board") << 7u << "cam.lumex"
+                                       << "Small"
+                                       << "HwSysBrdFind failed";
+        QTest::newRow("unknown mode") << g_board << "cam.lumex"
+                                      << "Huge"
+                                      << "no mode \"Huge\"";
+        QTest::newRow("missing file") << g_board << "gone.lumex"
+                                      << "Small"
+                                      << "cannot read the camera file";
+    }
+
+    void setupFailures()
+    {
+        QFETCH(unsigned, board);
+        QFETCH(QString, file);
+        QFETCH(QString, mode);
+        QFETCH(QString, message);
+        const QRegularExpression line("^QNExceptionBase thrown from Orvex::PreviewAcqIf::setupMode in "
+                                      "PreviewAcqIf_Win\\[\\d+\\]: Caught QNException -> .*" +
+                                      QRegularExpression::escape(message));
+        QTest::ignoreMessage(QtDebugMsg, line);
+        PreviewAcqIf acquisition(board, m_dir.filePath(file), mode);
+        QVERIFY(!acquisition.setupMode(QString()));
+        QVERIFY(!acquisition.isSetup());
+        QTest::ignoreMessage(QtDebugMsg,
+                             QRegularExpression("^QNExceptionBase thrown from Orvex::PreviewAcqIf::start "
+                                                "in PreviewAcqIf_Win\\[\\d+\\]: Caught QNException -> "));
+        QVERIFY(!acquisition.start());
+        QCOMPARE(acquisition.framesQueued(), quint64(0));
+
+        QTest::ignoreMessage(QtDebugMsg, line);
+        try {
+            delete PreviewAcqIf::openPreview(board, m_dir.filePath(file), mode);
+            QFAIL("the preview opened");
+        } catch (const QNExceptionBase& a_error) {
+            QVERIFY2(QString(a_error.what()).contains(message) &&
+                         !QString(a_error.what()).startsWith("Caught"),
+                     a_error.what());
+        }
+    }
+
+    void bayerDemosaic_data()
+    {
+        QTest::addColumn<PixelLayout>("layout");
+        QTest::addColumn<QString>("mosaic");
+        QTest::addColumn<int>("scale");
+        QTest::newRow("RG") << PixelLayout::BayerRG8 << "RGGB" << 1;
+        QTest::newRow("GR") << PixelLayout::BayerGR8 << "GRBG" << 1;
+        QTest::newRow("GB") << PixelLayout::BayerGB8 << "GBRG" << 1;
+        QTest::newRow("BG") << PixelLayout::BayerBG8 << "BGGR" << 1;
+        QTest::newRow("RG 10 bits") << PixelLayout::BayerRG16 << "RGGB" << 4;
+        QTest::newRow("BG 12 bits") << PixelLayout::BayerBG16 << "BGGR" << 16;
+    }
+
+    void bayerDemosaic()
+    {
+        QFETCH(PixelLayout, layout);
+        QFETCH(QString, mosaic);
+        QFETCH(int, scale);
+        const int bytes = scale > 1 ? 2 : 1;
+        Viewport::Frame frame{QByteArray(12 * 4, '\x7f'), 5, 4, layout, 12, 1};
+        const QHash<QChar, int> level{{'R', 200}, {'G', 100}, {'B', 50}};
+        for (int y = 0; y < frame.m_height; ++y) {
+            for (int x = 0; x < frame.m_width; ++x) {
+                const int value = level[mosaic[(y % 2) * 2 + x % 2]] * scale;
+                uchar* sample =
+                    reinterpret_cast<uchar*>(frame.m_data.data()) + y * frame.m_stride + x * bytes;
+                sample[0] = uchar(value & 0xFF);
+                if (bytes == 2)
+                    sample[1] = uchar(value >> 8);
+            }
+        }
+        const QImage image = Viewport::FrameConverter::toImage(frame);
+        QCOMPARE(image.size(), QSize(5, 4));
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x)
+                QCOMPARE(image.pixel(x, y), qRgb(200, 100, 50));
+        }
+        frame.m_stride = frame.m_width * bytes - 1;
+        QVERIFY(Viewport::FrameConverter::toImage(frame).isNull());
+    }
+
+    void windowShowsFrames()
+    {
+        QSettings().remove(Viewport::WindowQt::geometrySettingsKey());
+        const auto acquisition = setUp("Colour");
+        QVERIFY(acquisition);
+        Viewport::WindowQt window(acquisition.get());
+        window.restoreSavedGeometry();
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        auto* const combo = window.findChild<QComboBox*>("setupModeCombo");
+        auto* const start = window.findChild<QPushButton*>("startButton");
+        auto* const pause = window.findChild<QPushButton*>("pauseButton");
+        QCOMPARE(combo->count(), g_modes.size());
+        QCOMPARE(combo->currentText(), QString("Colour"));
+        QVERIFY(!combo->isEnabled());
+        QVERIFY(start->isEnabled());
+        QVERIFY(!pause->isEnabled());
+
+        QTest::mouseClick(start, Qt::LeftButton);
+        QTRY_VERIFY(pause->isEnabled());
+        QTRY_VERIFY(!window.displayedImage().isNull());
+        const QImage shown = window.findChild<Viewport::ImageView*>("imageView")->grab().toImage();
+        QSet<QRgb> colours;
+        bool tinted = false;
+        for (int y = 0; y < shown.height(); y += 3) {
+            for (int x = 0; x < shown.width(); x += 3) {
+                const QRgb pixel = shown.pixel(x, y);
+                colours.insert(pixel);
+                tinted = tinted || qRed(pixel) != qBlue(pixel);
+            }
+        }
+        QVERIFY2(colours.size() > 20, qPrintable(QString::number(colours.size())));
+        QVERIFY(tinted);
+
+        window.findChild<QPushButton*>("cleanupButton")->click();
+        QTRY_VERIFY(window.displayedImage().isNull());
+        QTRY_VERIFY(combo->isEnabled());
+        combo->setCurrentText("Small");
+        window.findChild<QPushButton*>("setupButton")->click();
+        QCOMPARE(acquisition->currentSetupMode(), QString("Small"));
+        QTRY_VERIFY(start->isEnabled());
+
+        window.resize(520, 410);
+        const QRect geometry = window.geometry();
+        window.close();
+        QVERIFY(QSettings().contains(Viewport::WindowQt::geometrySettingsKey()));
+        Viewport::WindowQt reopened(nullptr);
+        reopened.restoreSavedGeometry();
+        QCOMPARE(reopened.size(), geometry.size());
+    }
+};
+
+// Besides the tests, "--demo <seconds>" shows a running preview of the shipped CoaXPress board, and
+// says "preview ready" on standard output once frames are on screen, for screenshots.
+int runDemo(int a_seconds)
+{
+    QNSimSetConfigDir(QFile::encodeName(OrvexTest::sourcePath("config")).constData());
+    QNSimReload();
+    unsigned board = 0;
+    for (HwBrdEntry entry; HwSysBrdFind(HwSelectorFrameGrabber, board, &entry) == 0; ++board) {
+        HwBrdHandle handle = HwNoBoard;
+        const bool coaxpress = HwBrdOpen(&entry, &handle, HwOpenDataSource) == 0 && QNIsCXP(handle);
+        HwBrdClose(handle);
+        if (coaxpress)
+            break;
+    }
+    QPointer<Viewport::WindowQt> window =
+        PreviewAcqIf::openPreview(board, OrvexTest::sourcePath("examples/Example_CXP.lumex"), "Default");
+    window->setWindowTitle("Example_CXP.lumex on Bd (" + QString::number(board) + ")");
+    window->setGeometry(QGuiApplication::primaryScreen()->availableGeometry());
+    window->show();
+    if (!window->acquisition()->start())
+        return 1;
+    QTimer ready;
+    QObject::connect(&ready, &QTimer::timeout, [&] {
+        if (window && !window->displayedImage().isNull() && window->acquisition()->framesDelivered() > 100) {
+            std::printf("preview ready\n");
+            std::fflush(stdout);
+            ready.stop();
+        }
+    });
+    ready.start(200);
+    QTimer::singleShot(a_seconds * 1000, window, &QWidget::close);
+    return QApplication::exec();
+}
+
+int main(int a_argc, char** a_argv)
+{
+    QApplication application(a_argc, a_argv);
+    if (a_argc == 3 && QByteArray(a_argv[1]) == "--demo")
+        return runDemo(QByteArray(a_argv[2]).toInt());
+    TestPreview test;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&test, a_argc, a_argv);
+}
+
+#include "tst_preview.moc"
