@@ -378,7 +378,14 @@ void Window::createCentralPages()
 
 void Window::createShortcuts()
 {
-    const auto add = [this](const QKeySequence& a_key, void (Window::*a_slot)()) {
+    // A key that an action holds already would make both ambiguous, and neither would fire.
+    QList<QKeySequence> taken;
+    for (const QAction* action : actions())
+        taken << action->shortcuts();
+    const auto add = [this, &taken](const QKeySequence& a_key, void (Window::*a_slot)()) {
+        if (taken.contains(a_key))
+            return;
+        taken << a_key;
         auto* shortcut = new QShortcut(a_key, this);
         connect(shortcut, &QShortcut::activated, this, a_slot);
     };
