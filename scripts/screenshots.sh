@@ -85,14 +85,18 @@ keys() {
     sleep 1
 }
 
+# The whole screen, or only the window given as the second argument.
 shot() {
-    import -window root "$docs/$1"
+    import -window "${2:-root}" "$docs/$1"
     echo "screenshots: wrote $docs/$1"
 }
 
+# Prints the id of the first visible window titled as the pattern, once there is one.
 wait_for_window() {
+    local found
     for _ in $(seq 100); do
-        xdotool search --onlyvisible --name "$1" >/dev/null 2>&1 && { sleep 0.5; return 0; }
+        found=$(xdotool search --onlyvisible --name "$1" 2>/dev/null | head -n 1 || true)
+        [ -n "$found" ] && { sleep 0.5; echo "$found"; return 0; }
         sleep 0.1
     done
     echo "screenshots: no window titled $1" >&2
@@ -110,8 +114,8 @@ start_editor '^Orvex \(' -F "$work/Example_CL.lumex"
 keys ctrl+Next ctrl+Tab
 shot category-page.png
 keys alt+f e
-wait_for_window '^LUMEX Extra Data$'
-shot extra-data.png
+dialog=$(wait_for_window '^LUMEX Extra Data$')
+shot extra-data.png "$dialog"
 stop_editor
 
 cp "$top/scripts/screenshot-fixture/FeatureEditors.lumex" "$work/"
