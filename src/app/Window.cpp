@@ -919,8 +919,6 @@ bool Window::saveTo(const QString& a_savePath)
             return false;
     }
 
-    completeCategoryFeatures(camera);
-
     const QString savePath = QFileInfo(a_savePath).absoluteFilePath();
     std::unique_ptr<QProgressDialog> dialog(
         createProgressDialog(QStringLiteral("<html>Preparing for LUMEX file save</html>")));
@@ -971,23 +969,6 @@ bool Window::saveTo(const QString& a_savePath)
         m_document->undoRedoStack()->setOffsetFromInitial(0);
     updateDocumentState();
     return true;
-}
-
-void Window::completeCategoryFeatures(CameraElement* a_camera)
-{
-    // Copies of a mode (clones, and their re-creation by redo) get category features without the
-    // name and path the schema gave the originals, and the printer finds a category's element by them.
-    for (ModeElement* mode : a_camera->modes()) {
-        for (ModeCategoryElementBase* category : mode->categories()) {
-            auto* generic = qobject_cast<GenericModeCategory*>(category);
-            FeatureElementBase* feature = generic ? generic->categoryFeature() : nullptr;
-            if (!feature || !feature->name().isEmpty())
-                continue;
-            feature->setName(category->name());
-            feature->setElementPath(category->elementPath());
-            feature->setAnnotation(category->annotation());
-        }
-    }
 }
 
 bool Window::save()

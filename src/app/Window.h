@@ -164,7 +164,6 @@ private:
     // A local ".lumex" file when the drag carries exactly one URL from outside the program.
     QString droppableFile(const QDropEvent* a_event) const;
     void watchDocument();
-    void completeCategoryFeatures(CameraElement* a_camera);
     QByteArray documentDigest() const;
     void storeGeometry();
 

@@ -19,11 +19,19 @@ constexpr int TextLimit = 64;
 constexpr int TextCut = 61;
 constexpr int CurrentEntryWeight = 75;
 
-// The path tells apart the many categories and features that share a name across modes.
+// The names of the element and of the elements above it ("Default > Timing") tell apart the many
+// categories and features that share a name across modes.
 QString entryText(const ElementBase* a_element)
 {
-    const QStringList path = a_element->elementPath();
-    return path.isEmpty() ? a_element->name() : path.join(QStringLiteral(" > "));
+    QStringList names;
+    for (const QObject* object = a_element; object; object = object->parent()) {
+        const auto* element = qobject_cast<const ElementBase*>(object);
+        if (!element)
+            break;
+        if (!element->name().isEmpty())
+            names.prepend(element->name());
+    }
+    return names.join(QStringLiteral(" > "));
 }
 
 } // namespace

@@ -27,8 +27,7 @@ public:
     {
         QPointer<TestElement>& element = m_elements[a_name];
         if (!element && !m_deleted.contains(a_name)) {
-            element = new TestElement(a_name, &m_log, &m_owner);
-            element->setElementPath({QStringLiteral("Camera"), QStringLiteral("Mode"), a_name});
+            element = new TestElement(a_name, &m_log, m_mode);
         }
         return element;
     }
@@ -43,6 +42,9 @@ public:
 
 private:
     QObject m_owner;
+    // Entries are named after the elements above them as well.
+    TestElement* m_camera = new TestElement(QStringLiteral("Camera"), nullptr, &m_owner);
+    TestElement* m_mode = new TestElement(QStringLiteral("Mode"), nullptr, m_camera);
     QStringList m_log;
     QMap<QString, QPointer<TestElement>> m_elements;
     QStringList m_deleted;
@@ -391,11 +393,11 @@ private slots:
     {
         Elements elements;
         NavigationStack stack;
-        TestElement* plain = elements.get(QStringLiteral("plain"));
-        plain->setElementPath({});
-        TestElement* deep = elements.get(QStringLiteral("deep"));
+        QObject owner;
+        QPointer<TestElement> plain = new TestElement(QStringLiteral("plain"), nullptr, &owner);
+        auto* camera = new TestElement(QStringLiteral("Camera"), nullptr, &owner);
         const QString longName(70, QLatin1Char('n'));
-        deep->setElementPath({QStringLiteral("Camera"), longName});
+        auto* deep = new TestElement(longName, nullptr, camera);
         stack.recordVisit(plain);
         stack.recordVisit(deep);
         stack.recordVisit(elements.get(QStringLiteral("last")));
@@ -415,7 +417,7 @@ private slots:
         QCOMPARE(stack.index(), 1);
 
         // A stale menu entry whose element has gone since the menu was filled selects nothing.
-        elements.remove(QStringLiteral("plain"));
+        delete plain.data();
         actions.at(2)->trigger();
         QCOMPARE(stack.index(), 1);
 
