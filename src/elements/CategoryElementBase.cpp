@@ -1,5 +1,7 @@
 #include "CategoryElementBase.h"
 
+#include "FeatureEnableCheckBox.h"
+
 #include "FeatureElementBase.h"
 #include "FeatureListFeatureBase.h"
 #include "WindowElement.h"
@@ -102,8 +104,15 @@ QVBoxLayout* CategoryElementBase::contentLayout() const
 
 void CategoryElementBase::addFeatureRow(FeatureElementBase* a_feature)
 {
-    auto* label = new QLabel(a_feature->name(), m_formWidget);
-    label->setToolTip(a_feature->annotation());
+    // An optional feature that occurs at most once has no buttons of its own: its label is the box
+    // that switches it on and off.
+    QWidget* label = nullptr;
+    if (a_feature->isToggleFeature()) {
+        label = new FeatureEnableCheckBox(a_feature, m_formWidget);
+    } else {
+        label = new QLabel(a_feature->name(), m_formWidget);
+        label->setToolTip(a_feature->annotation());
+    }
     QWidget* editor = a_feature->createWidget();
     if (editor)
         m_form->addRow(label, editor);

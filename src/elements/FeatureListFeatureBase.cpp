@@ -1,5 +1,6 @@
 #include "FeatureListFeatureBase.h"
 
+#include "FeatureEnableCheckBox.h"
 #include "ValueFeatureElementBase.h"
 
 #include <QCheckBox>
@@ -17,16 +18,6 @@ namespace {
 // Close to the styles' own layout margin, so a framed form reads as a panel; unframed forms sit flush
 // inside whatever editor shows them.
 constexpr int s_framedMargin = 9;
-
-const char* const s_toggleHint = "Check or uncheck to enable or disable this feature.";
-
-QString enableToolTip(const QString& a_annotation)
-{
-    if (a_annotation.isEmpty())
-        return QLatin1String(s_toggleHint);
-    return QStringLiteral("<p>") + a_annotation + QStringLiteral("</p><p>") + QLatin1String(s_toggleHint) +
-           QStringLiteral("</p>");
-}
 
 } // namespace
 
@@ -425,7 +416,7 @@ void FeatureListFeatureBase::addMemberRow(QFormLayout* a_form, FeatureElementBas
         auto* checkBox = new QCheckBox(a_member->name(), frame);
         checkBox->setObjectName(QStringLiteral("EnableDisableCheckBox"));
         checkBox->setChecked(a_member->instanceCount() > 0);
-        checkBox->setToolTip(enableToolTip(a_member->annotation()));
+        checkBox->setToolTip(FeatureEnableCheckBox::toolTipFor(a_member->annotation()));
         // The box follows the member through undo and redo, not only the user's clicks.
         connect(a_member, &FeatureElementBase::instanceCountIsMaxOccurs, checkBox, &QCheckBox::setChecked);
         connect(checkBox, &QCheckBox::clicked, this, &FeatureListFeatureBase::toggleFeature);

@@ -88,6 +88,7 @@ struct Document
         table->setDataSet(QVariantList{QVariantList{QVariantList{"k0"}}, QVariantList{QVariantList{"k1"}},
                                        QVariantList{QVariantList{"k2"}}});
         extra->addFeature(make<BooleanFeature>(extra, "Late"));
+        main->addFeature(make<BooleanFeature>(main, "Strobe", 0));
         showPages();
         stack = element->undoRedoStack();
     }
@@ -239,6 +240,11 @@ void act(Document& a_document, const QString& a_action)
         QVERIFY(model->dropMimeData(payload.data(), Qt::MoveAction, model->instanceRows(), 0, {}));
     } else if (a_action == "note on") {
         d.table->model()->setData(d.table->model()->index(1, 4), Qt::Checked, Qt::CheckStateRole);
+    } else if (a_action == "strobe on") {
+        for (QCheckBox* box : d.main->widget()->findChildren<QCheckBox*>("EnableDisableCheckBox")) {
+            if (box->text() == "Strobe")
+                clickBox(box);
+        }
     } else if (a_action == "extra off") {
         QTest::mouseClick(d.headerBox(d.extra), Qt::LeftButton);
     } else {
@@ -298,6 +304,7 @@ void TestUserEdits::undoRedo_data()
                        "Feature removed (" + table + ", index 1)"};
     QTest::newRow("note on") << QStringList{"Feature enabled (" + table + " > Note)"};
     QTest::newRow("extra off") << QStringList{"Feature disabled (Scan > Extra)"};
+    QTest::newRow("strobe on") << QStringList{"Feature enabled (" + main + "Strobe)"};
 }
 
 // Each user action through its widget, undone and redone: everything comes back exactly, and the
