@@ -1,9 +1,11 @@
 #include "TestSupport.h"
 
+#include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSet>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QXmlStreamReader>
@@ -17,6 +19,8 @@ const char* const kClSchema = "config/Vrm/LUMEX-CL.xsd";
 const char* const kCxpSchema = "config/Pld/LUMEX-CXP.xsd";
 const char* const kClExample = "examples/Example_CL.lumex";
 const char* const kCxpExample = "examples/Example_CXP.lumex";
+// Comments, unknown elements, unknown attributes and stray text: kept by the editor, refused by the schema.
+const char* const kUnknownContentExample = "examples/Example_CL_with_notes.lumex";
 
 QByteArray readAll(const QString& a_path)
 {
@@ -64,6 +68,82 @@ CameraFacts cameraFacts(const QString& a_path)
     return facts;
 }
 
+// The constructs of the schema language that a schema is made of, under the names that schemaCoverage
+// expects. The element names of the camera file's frame tell categories from feature lists and tables.
+QSet<QString> schemaConstructs(const QString& a_path)
+{
+    QSet<QString> found;
+    QFile file(a_path);
+    if (!file.open(QIODevice::ReadOnly))
+        return found;
+    QXmlStreamReader reader(&file);
+    QVector<QPair<QString, QXmlStreamAttributes>> stack;
+    const auto tag = [&stack](int a_up) {
+        return a_up < stack.size() ? stack.at(stack.size() - 1 - a_up).first : QString();
+    };
+    const QStringList facets = {"xs:pattern", "xs:maxLength", "xs:minInclusive", "xs:maxInclusive",
+                                "xs:fractionDigits"};
+    const QStringList frame = {"quarnel_config", "camera", "modes"};
+    while (!reader.atEnd()) {
+        reader.readNext();
+        if (reader.isEndElement())
+            stack.removeLast();
+        if (!reader.isStartElement())
+            continue;
+        const QString name = reader.qualifiedName().toString();
+        const QXmlStreamAttributes attributes = reader.attributes();
+        stack.append({name, attributes});
+        for (const char* type : {"type", "base"}) {
+            if (attributes.value(type).startsWith(QLatin1String("xs:")))
+                found << attributes.value(type).toString();
+        }
+        if (name == "xs:element" || name == "xs:attribute") {
+            if (attributes.hasAttribute("default"))
+                found << "default value";
+            if (attributes.hasAttribute("fixed"))
+                found << "fixed value";
+        }
+        if (name == "xs:element" && attributes.hasAttribute("type") &&
+            !attributes.value("type").startsWith(QLatin1String("xs:")))
+            found << "element of a named type";
+        if (name == "xs:element" && attributes.value("type").startsWith(QLatin1String("xs:")) &&
+            !attributes.value("maxOccurs").isEmpty() && attributes.value("maxOccurs") != QLatin1String("1"))
+            found << "repeated simple feature";
+        if (name == "xs:attribute") {
+            const QString use = attributes.value("use").toString();
+            found << (use.isEmpty() ? QStringLiteral("attribute without use") : "attribute, use " + use);
+            if (tag(1) == "xs:extension" && tag(2) == "xs:simpleContent")
+                found << "simple content with attributes";
+        }
+        if (facets.contains(name))
+            found << name;
+        if (name == "xs:minLength" && attributes.value("value") == QLatin1String("0"))
+            found << "xs:minLength 0";
+        if (name == "xs:documentation" && tag(1) == "xs:annotation")
+            found << "documented " + tag(2);
+        // The content of an element's own complex type: a category below a mode, or a feature list or
+        // table when the element stands below a category.
+        if ((name == "xs:sequence" || name == "xs:all" || name == "xs:attribute") &&
+            tag(1) == "xs:complexType" && tag(2) == "xs:element") {
+            const QXmlStreamAttributes& element = stack.at(stack.size() - 3).second;
+            QString parent;
+            for (int up = 3; up < stack.size() && parent.isEmpty(); ++up) {
+                if (tag(up) == "xs:element")
+                    parent = stack.at(stack.size() - 1 - up).second.value("name").toString();
+            }
+            const QString maxOccurs = element.value("maxOccurs").toString();
+            if (parent == "mode")
+                found << "anonymous category";
+            else if (!parent.isEmpty() && !frame.contains(parent))
+                found << (maxOccurs == "unbounded" || maxOccurs.toUInt() > 1 ? "feature table"
+                                                                             : "feature list");
+        }
+    }
+    if (reader.hasError())
+        found.clear();
+    return found;
+}
+
 } // namespace
 
 class TestShippedFiles : public QObject
@@ -73,6 +153,8 @@ class TestShippedFiles : public QObject
 private slots:
     void validation_data();
     void validation();
+    void schemaCoverage_data();
+    void schemaCoverage();
     void schemaConstraints_data();
     void schemaConstraints();
     void configCopies_data();
@@ -89,8 +171,16 @@ void TestShippedFiles::validation_data()
     QTest::addColumn<QString>("schema");
     QTest::addColumn<int>("status");
 
-    QTest::newRow("Camera Link example, own schema") << kClExample << kClSchema << 0;
-    QTest::newRow("CoaXPress example, own schema") << kCxpExample << kCxpSchema << 0;
+    // Every example against the schema of its standard.
+    const QDir examples(OrvexTest::sourcePath("examples"));
+    const QStringList files = examples.entryList({"*.lumex"}, QDir::Files, QDir::Name);
+    QVERIFY(files.size() >= 4);
+    for (const QString& name : files) {
+        const QString file = "examples/" + name;
+        const bool coaXPress = cameraFacts(OrvexTest::sourcePath(file)).standardFeature == "CoaXPress";
+        QTest::addRow("%s, own schema", qPrintable(name)) << file << (coaXPress ? kCxpSchema : kClSchema)
+                                                          << (file == kUnknownContentExample ? kInvalid : 0);
+    }
     QTest::newRow("Camera Link example, CoaXPress schema") << kClExample << kCxpSchema << kInvalid;
     QTest::newRow("CoaXPress example, Camera Link schema") << kCxpExample << kClSchema << kInvalid;
 }
@@ -106,6 +196,56 @@ void TestShippedFiles::validation()
              status);
     if (status == 0)
         QVERIFY2(output.contains("validates"), qPrintable(output));
+}
+
+void TestShippedFiles::schemaCoverage_data()
+{
+    QTest::addColumn<QString>("schema");
+
+    QTest::newRow("Camera Link") << kClSchema;
+    QTest::newRow("CoaXPress") << kCxpSchema;
+}
+
+// Each shipped schema uses every construct that the editor reads from a schema.
+void TestShippedFiles::schemaCoverage()
+{
+    QFETCH(QString, schema);
+
+    QStringList expected = {"xs:string",
+                            "xs:boolean",
+                            "anonymous category",
+                            "element of a named type",
+                            "attribute, use optional",
+                            "attribute, use required",
+                            "attribute without use",
+                            "simple content with attributes",
+                            "documented xs:enumeration",
+                            "xs:pattern",
+                            "xs:maxLength",
+                            "xs:minLength 0",
+                            "xs:minInclusive",
+                            "xs:maxInclusive",
+                            "xs:fractionDigits",
+                            "default value",
+                            "fixed value",
+                            "repeated simple feature",
+                            "feature list",
+                            "feature table",
+                            "documented xs:element",
+                            "documented xs:attribute"};
+    for (const QString& type :
+         QStringLiteral(
+             "integer positiveInteger negativeInteger nonNegativeInteger nonPositiveInteger long "
+             "unsignedLong int unsignedInt short unsignedShort byte unsignedByte decimal float double")
+             .split(' '))
+        expected << "xs:" + type;
+    const QSet<QString> found = schemaConstructs(OrvexTest::sourcePath(schema));
+    QStringList missing;
+    for (const QString& construct : expected) {
+        if (!found.contains(construct))
+            missing << construct;
+    }
+    QVERIFY2(missing.isEmpty(), qPrintable("missing: " + missing.join(", ")));
 }
 
 // Each row breaks one rule of a schema in a copy of an example, which must then fail to validate.
