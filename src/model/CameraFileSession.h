@@ -1,0 +1,90 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QString>
+
+namespace Orvex {
+
+class CameraElement;
+class LumexTree;
+class ProgressStepper;
+class QNBrdDataSource;
+class WindowElement;
+
+// One camera file as the editor holds it: its document tree, and its window element with the camera
+// built from the schema of the file's standard. Loading and saving run the editor's own sequence, so
+// that the editor and the command-line tools read and write every file alike.
+//
+// The document tree and the window element are Qt children of the host, which stands for the main
+// window: the window element connects to it by signal and slot names (see WindowElement). The session
+// deletes them when it closes the document.
+//
+// Progress: with a stepper, loading runs the stages "Loading LUMEX file" (0 to 9), "Loading Schema file"
+// (10 to 19), "Generating feature template from schema file" (20 to 59) and "Populating editor from file
+// data" (60 to 99); saving runs "Generating file structure" (1 to 89) and "Saving LUMEX file" (90 to 99).
+// Every stage may throw OperationCanceledException. Without a stepper nothing can cancel.
+class CameraFileSession : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum class LoadResult
+    {
+        Loaded,
+        // The file names neither CoaXPress nor Camera Link as its standard; nothing is kept.
+        UnknownStandard
+    };
+
+    explicit CameraFileSession(QObject* a_host, QObject* a_parent = nullptr);
+    ~CameraFileSession() override;
+
+    // What the editor tells the user about a file of unknown standard.
+    static QString unknownStandardText();
+
+    // The board whose registers the register-write features offer (see SchemaParser); not owned. Set it
+    // before load.
+    void setBoardDataSource(QNBrdDataSource* a_dataSource);
+
+    // Closes the current document, then reads a_path: the file, its standard, that standard's schema
+    // into a new camera, and the file into the camera and a new document tree. The schema paths are kept
+    // for save. Failures throw the kinds of the parsers (ExceptionBase) or OperationCanceledException and
+    // leave the session without a document.
+    LoadResult load(const QString& a_path, const QString& a_coaXPressXsdPath,
+                    const QString& a_cameraLinkXsdPath, ProgressStepper* a_progress);
+
+    // Writes the document to a_path, the extra data of the file included when a_preserveExtraData.
+    // Throws the printer's kinds (ExceptionBase) when the document cannot be generated, and
+    // OperationCanceledException; false when the file could not be written, which leaves it as it was.
+    bool save(const QString& a_path, ProgressStepper* a_progress, bool a_preserveExtraData);
+
+    void close();
+
+    bool isLoaded() const;
+    // Absolute; empty without a document.
+    QString filePath() const { return m_filePath; }
+    LumexTree* tree() const;
+    WindowElement* windowElement() const;
+    CameraElement* camera() const;
+    QString coaXPressXsdPath() const { return m_coaXPressXsdPath; }
+    QString cameraLinkXsdPath() const { return m_cameraLinkXsdPath; }
+
+signals:
+    // Once the file's standard is known and before its schema is read; a CameraElement::Standard.
+    void standardDetermined(int a_standard);
+
+private:
+    // Copies of a mode (clones, and their re-creation by redo) get category features without the name
+    // and path the schema gave the originals, and the printer finds a category's element by them.
+    static void completeCategoryFeatures(CameraElement* a_camera);
+
+    QPointer<QObject> m_host;
+    QPointer<QNBrdDataSource> m_dataSource;
+    QPointer<LumexTree> m_tree;
+    QPointer<WindowElement> m_windowElement;
+    QString m_filePath;
+    QString m_coaXPressXsdPath;
+    QString m_cameraLinkXsdPath;
+};
+
+} // namespace Orvex

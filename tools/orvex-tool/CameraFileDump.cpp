@@ -1,0 +1,174 @@
+#include "CameraFileDump.h"
+
+#include "CameraElement.h"
+#include "CameraGlobalCategory.h"
+#include "FeatureListFeatureBase.h"
+#include "GenericModeCategory.h"
+#include "ModeElement.h"
+#include "ValueFeatureElementBase.h"
+
+#include <memory>
+#include <vector>
+
+namespace Orvex {
+
+namespace {
+
+// One element of the written file below a scope, with the values that go into it. The values arrive
+// in the printer's order, which puts an element's attributes wherever the schema lists them; the file
+// has them first.
+struct DumpNode
+{
+    QString segment;
+    QStringList attributeLines;
+    QStringList textLines;
+    std::vector<std::unique_ptr<DumpNode>> children;
+
+    DumpNode* child(const QString& a_segment)
+    {
+        for (const auto& existing : children) {
+            if (existing->segment == a_segment)
+                return existing.get();
+        }
+        children.push_back(std::make_unique<DumpNode>());
+        children.back()->segment = a_segment;
+        return children.back().get();
+    }
+
+    DumpNode* descendant(const QStringList& a_segments)
+    {
+        DumpNode* node = this;
+        for (const QString& segment : a_segments)
+            node = node->child(segment);
+        return node;
+    }
+
+    void collect(const QString& a_scope, const QString& a_path, QStringList& a_lines) const
+    {
+        const QString prefix = a_path.isEmpty() ? QString() : a_path + QLatin1Char('/');
+        for (const QString& line : attributeLines)
+            a_lines << a_scope + QLatin1Char('\t') + prefix + line;
+        for (const QString& line : textLines)
+            a_lines << a_scope + QLatin1Char('\t') + a_path + QLatin1Char('\t') + line;
+        for (const auto& node : children)
+            node->collect(a_scope, prefix + node->segment, a_lines);
+    }
+};
+
+QString indexed(const QString& a_name, bool a_repeated, size_t a_index)
+{
+    return a_repeated ? QStringLiteral("%1[%2]").arg(a_name).arg(a_index) : a_name;
+}
+
+class ScopeWalker
+{
+public:
+    explicit ScopeWalker(const QStringList& a_scopePath) : m_scopePath(a_scopePath) {}
+
+    void addFeature(const FeatureElementBase* a_feature, const QStringList& a_holderPath,
+                    const QStringList& a_segments)
+    {
+        const QStringList path = a_feature->elementPath();
+        const QStringList segments = a_segments + path.mid(qMin(a_holderPath.size(), path.size()));
+        const QString name = a_feature->name();
+        const bool repeated = a_feature->maxOccurs() != 1;
+
+        if (auto* list = qobject_cast<const FeatureListFeatureBase*>(a_feature)) {
+            for (size_t instance = 0; instance < list->instanceCount(); ++instance) {
+                const QStringList instanceSegments =
+                    name.isEmpty() ? segments : segments + QStringList(indexed(name, repeated, instance));
+                const QStringList instancePath = name.isEmpty() ? path : path + QStringList(name);
+                for (const FeatureElementBase* member : list->instanceMembers(instance))
+                    addFeature(member, instancePath, instanceSegments);
+            }
+            return;
+        }
+        auto* value = qobject_cast<const ValueFeatureElementBase*>(a_feature);
+        if (!value)
+            return;
+        const size_t count = value->instanceCount();
+        DumpNode* holder = m_root.descendant(segments);
+        for (size_t instance = 0; instance < count; ++instance) {
+            const QString text = CameraFileDump::escapedValue(value->valueText(instance));
+            if (value->isAttribute()) {
+                holder->attributeLines
+                    << QLatin1Char('@') + indexed(name, repeated, instance) + QLatin1Char('\t') + text;
+            } else if (name.isEmpty()) {
+                if (count == 1)
+                    holder->textLines << text;
+            } else if (repeated || count == 1) {
+                holder->child(indexed(name, repeated, instance))->textLines << text;
+            }
+        }
+    }
+
+    void addCategory(const CategoryElementBase* a_category, const QStringList& a_segments)
+    {
+        for (const FeatureElementBase* feature : a_category->features())
+            addFeature(feature, m_scopePath, a_segments);
+    }
+
+    void collect(const QString& a_scope, QStringList& a_lines) const
+    {
+        m_root.collect(a_scope, QString(), a_lines);
+    }
+
+private:
+    QStringList m_scopePath;
+    DumpNode m_root;
+};
+
+} // namespace
+
+QStringList CameraFileDump::lines(const CameraElement* a_camera)
+{
+    QStringList result;
+    if (!a_camera)
+        return result;
+
+    const CameraGlobalCategory* global = a_camera->globalCategory();
+    ScopeWalker camera(global->elementPath());
+    camera.addCategory(global, QStringList());
+    camera.collect(QStringLiteral("camera"), result);
+
+    for (const ModeElement* mode : a_camera->modes()) {
+        // The scope of a mode is its own "mode" element, below the path that holds the modes.
+        const QStringList modePath = mode->elementPath() << QStringLiteral("mode");
+        ScopeWalker walker(modePath);
+        for (const ModeCategoryElementBase* category : mode->categories()) {
+            auto* generic = qobject_cast<const GenericModeCategory*>(category);
+            if (generic && !generic->categoryFeature()->isEnabled())
+                continue;
+            walker.addCategory(category, QStringList());
+        }
+        walker.collect(QStringLiteral("mode=") + mode->name(), result);
+    }
+    return result;
+}
+
+QString CameraFileDump::escapedValue(const QString& a_value)
+{
+    QString escaped;
+    escaped.reserve(a_value.size());
+    for (const QChar c : a_value) {
+        switch (c.unicode()) {
+        case '\\':
+            escaped += QLatin1String("\\\\");
+            break;
+        case '\t':
+            escaped += QLatin1String("\\t");
+            break;
+        case '\n':
+            escaped += QLatin1String("\\n");
+            break;
+        case '\r':
+            escaped += QLatin1String("\\r");
+            break;
+        default:
+            escaped += c;
+        }
+    }
+    return escaped;
+}
+
+} // namespace Orvex

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <cstdio>
+
+namespace Orvex {
+
+class CameraFileSession;
+
+// The command line of orvex-tool and its three commands, which load camera files exactly as the editor
+// does (standard, schema, file) and save them as its Save does. The editor's folder and schema options
+// may stand anywhere on the line and have the editor's defaults.
+//
+// Exit status: 0 when everything asked for succeeded, 1 when a file could not be loaded or written,
+// 2 for a wrong command line (reported with the usage text on standard error).
+class OrvexToolCommand
+{
+public:
+    enum ExitStatus
+    {
+        Success = 0,
+        Failure = 1,
+        UsageError = 2
+    };
+
+    // a_arguments without the program name.
+    explicit OrvexToolCommand(const QStringList& a_arguments);
+
+    int run();
+
+    static QString usageText();
+
+    // A message of the editor as one line of plain text: tags removed (a paragraph or list item that
+    // follows text is set off by a blank), character entities decoded (a non-breaking space as a blank)
+    // and line breaks with the blanks around them turned into one blank.
+    static QString plainText(const QString& a_html);
+
+private:
+    int check(const QStringList& a_files);
+    int dump(const QString& a_file);
+    int roundtrip(const QString& a_input, const QString& a_output);
+
+    // On failure writes "FILE: " and the reason to a_failures and returns false. The messages that the
+    // editor would show after a successful load go to standard error.
+    bool load(CameraFileSession& a_session, const QString& a_file, std::FILE* a_failures) const;
+    int usageError(const QString& a_problem) const;
+
+    static void writeLine(std::FILE* a_stream, const QString& a_line);
+
+    QStringList m_arguments;
+    QString m_coaXPressXsdPath;
+    QString m_cameraLinkXsdPath;
+};
+
+} // namespace Orvex
