@@ -1,5 +1,7 @@
 #include "RecentlyOpenedFilesSource.h"
 
+#include "DocumentsPageList.h"
+
 #include "DragMenu.h"
 
 #include <QAction>
@@ -156,10 +158,7 @@ void RecentlyOpenedFilesSource::rebuildMenu()
 
 QWidget* RecentlyOpenedFilesSource::documentsPageWidget(QWidget* a_parent)
 {
-    auto* page = new QWidget(a_parent);
-    page->setObjectName(QStringLiteral("TransparentWidget"));
-    auto* layout = new QVBoxLayout(page);
-    layout->setContentsMargins(0, 0, 0, 0);
+    QWidget* page = DocumentsPageList::create(a_parent);
     fillDocumentsPage(page);
 
     m_documentsPages.removeAll(QPointer<QWidget>());
@@ -169,22 +168,7 @@ QWidget* RecentlyOpenedFilesSource::documentsPageWidget(QWidget* a_parent)
 
 void RecentlyOpenedFilesSource::fillDocumentsPage(QWidget* a_page)
 {
-    auto* layout = static_cast<QVBoxLayout*>(a_page->layout());
-    // A click on an entry may be what rebuilds the page, so the old entries go once it returns.
-    while (QLayoutItem* item = layout->takeAt(0)) {
-        if (QWidget* widget = item->widget()) {
-            widget->hide();
-            widget->deleteLater();
-        }
-        delete item;
-    }
-
-    auto* heading = new QLabel(QStringLiteral("Recent Documents"), a_page);
-    QFont headingFont = heading->font();
-    headingFont.setBold(true);
-    heading->setFont(headingFont);
-    layout->addWidget(heading);
-
+    QVBoxLayout* layout = DocumentsPageList::reset(a_page, QStringLiteral("Recent Documents"));
     if (m_paths.isEmpty()) {
         layout->addWidget(new QLabel(QStringLiteral("<i>No recently opened files.</i>"), a_page));
         return;
@@ -192,15 +176,9 @@ void RecentlyOpenedFilesSource::fillDocumentsPage(QWidget* a_page)
 
     const QFileIconProvider iconProvider;
     for (const QString& path : qAsConst(m_paths)) {
-        auto* entry = new QToolButton(a_page);
-        entry->setAutoRaise(true);
-        entry->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-        entry->setIcon(iconProvider.icon(QFileInfo(path)));
-        entry->setText(entryText(path));
-        entry->setToolTip(QDir::toNativeSeparators(path));
-        entry->setCursor(Qt::PointingHandCursor);
+        QToolButton* entry = DocumentsPageList::addEntry(a_page, iconProvider.icon(QFileInfo(path)),
+                                                         entryText(path), QDir::toNativeSeparators(path));
         connect(entry, &QToolButton::clicked, this, [this, path] { emit fileSelected(path); });
-        layout->addWidget(entry, 0, Qt::AlignLeft);
     }
 }
 

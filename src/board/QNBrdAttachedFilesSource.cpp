@@ -1,5 +1,7 @@
 #include "QNBrdAttachedFilesSource.h"
 
+#include "DocumentsPageList.h"
+
 #include "DragMenu.h"
 #include "QNBrdDisplayName.h"
 
@@ -269,10 +271,7 @@ void QNBrdAttachedFilesSource::rebuildMenu()
 
 QWidget* QNBrdAttachedFilesSource::documentsPageWidget(QWidget* a_parent)
 {
-    auto* page = new QWidget(a_parent);
-    page->setObjectName(QStringLiteral("TransparentWidget"));
-    auto* layout = new QVBoxLayout(page);
-    layout->setContentsMargins(0, 0, 0, 0);
+    QWidget* page = DocumentsPageList::create(a_parent);
     fillDocumentsPage(page);
 
     m_documentsPages.removeAll(QPointer<QWidget>());
@@ -282,22 +281,7 @@ QWidget* QNBrdAttachedFilesSource::documentsPageWidget(QWidget* a_parent)
 
 void QNBrdAttachedFilesSource::fillDocumentsPage(QWidget* a_page)
 {
-    auto* layout = static_cast<QVBoxLayout*>(a_page->layout());
-    // A click on an entry may be what rebuilds the page, so the old entries go once it returns.
-    while (QLayoutItem* item = layout->takeAt(0)) {
-        if (QWidget* widget = item->widget()) {
-            widget->hide();
-            widget->deleteLater();
-        }
-        delete item;
-    }
-
-    auto* heading = new QLabel(QStringLiteral("Attached Files"), a_page);
-    QFont headingFont = heading->font();
-    headingFont.setBold(true);
-    heading->setFont(headingFont);
-    layout->addWidget(heading);
-
+    QVBoxLayout* layout = DocumentsPageList::reset(a_page, QStringLiteral("Attached Files"));
     bool anyFile = false;
     const QFileIconProvider iconProvider;
     for (const Board& board : qAsConst(m_boards)) {
@@ -308,16 +292,10 @@ void QNBrdAttachedFilesSource::fillDocumentsPage(QWidget* a_page)
         boardLabel->setTextFormat(Qt::PlainText);
         layout->addWidget(boardLabel);
         for (const AttachedFile& file : board.files) {
-            auto* entry = new QToolButton(a_page);
-            entry->setAutoRaise(true);
-            entry->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-            entry->setIcon(iconProvider.icon(QFileIconProvider::File));
-            entry->setText(entryText(file));
-            entry->setToolTip(file.filePath);
-            entry->setCursor(Qt::PointingHandCursor);
+            QToolButton* entry = DocumentsPageList::addEntry(
+                a_page, iconProvider.icon(QFileIconProvider::File), entryText(file), file.filePath);
             connect(entry, &QToolButton::clicked, this,
                     [this, file] { emit fileSelected(file.filePath, file.fileMode, file.boardNumber); });
-            layout->addWidget(entry, 0, Qt::AlignLeft);
         }
     }
     if (!anyFile)
