@@ -440,6 +440,9 @@ void PreviewAcqIf::handOver(int a_result, const BA::BufferRecord& a_record)
 {
     const ScopedFrameLock lock(frameLock());
     if (a_result != BA::ResultOk) {
+        // The board would go on filling buffers, and the worker handing them over, behind a preview
+        // that shows itself stopped.
+        m_streamer->control(BA::CommandAbort, BA::WaitForCompletion);
         setRunning(false);
         signalAcquisitionStateChanged();
         return;

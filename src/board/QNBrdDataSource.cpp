@@ -106,7 +106,10 @@ bool QNBrdDataSource::switchTo(int a_boardNumber)
         return true;
     }
     const int index = findData(a_boardNumber);
-    if (isBoardOpen() && a_boardNumber == m_boardNumber) {
+    // A reload of the driver's boards leaves the handle dead while its number stays; the board may be
+    // gone, so it is looked up again.
+    const bool alive = QNIsCL(m_handle) || QNIsCXP(m_handle);
+    if (isBoardOpen() && alive && a_boardNumber == m_boardNumber) {
         setCurrentIndex(index);
         return true;
     }

@@ -499,6 +499,12 @@ Error CamFile::write(const char* a_path) const
         file.cancelWriting();
         return failure("The file could not be written.");
     }
+    // Qt 5's commit() ignores a failed flush of what is still buffered (a disk filling up at the end),
+    // and would put the cut-off file in place of the previous one.
+    if (!file.flush()) {
+        file.cancelWriting();
+        return failure("The file could not be written.");
+    }
     if (!file.commit())
         return failure("The file could not be written.");
     return Error();
