@@ -2,6 +2,7 @@
 
 #include "AboutOrvexDialog.h"
 #include "CameraElement.h"
+#include "CameraFileSession.h"
 #include "CameraGlobalCategory.h"
 #include "CameraTreeModel.h"
 #include "DialogSeam.h"
@@ -9,8 +10,6 @@
 #include "ExceptionBase.h"
 #include "GenericModeCategory.h"
 #include "LumexExtraDataDialog.h"
-#include "LumexParser.h"
-#include "LumexPrinter.h"
 #include "LumexTree.h"
 #include "ModeElement.h"
 #include "NavigationStack.h"
@@ -23,7 +22,6 @@
 #include "QNExceptionBase.h"
 #include "QNQtLgplDialog.h"
 #include "RecentlyOpenedFilesSource.h"
-#include "SchemaParser.h"
 #include "Startup.h"
 #include "UndoRedoStack.h"
 #include "ViewportWindowQt.h"
@@ -122,6 +120,8 @@ Window::Window(QWidget* a_parent) : QMainWindow(a_parent)
     m_aboutDialog = new AboutOrvexDialog(this);
     m_lgplDialog = new QNQtLgplDialog(this);
     m_treeModel = new CameraTreeModel(this, this);
+    // The window element of every document wires itself to this window by signal and slot names.
+    m_session = new CameraFileSession(this, this);
 
     createActions();
     createCentralPages();
@@ -152,8 +152,7 @@ Window::~Window()
     storeGeometry();
     m_treeModel->setWindowElement(nullptr);
     parkTabPages();
-    delete m_document;
-    delete m_tree;
+    m_session->close();
 }
 
 void Window::setConfigPath(const QString& a_path)
@@ -164,17 +163,17 @@ void Window::setConfigPath(const QString& a_path)
 
 bool Window::hasDocument() const
 {
-    return m_document;
+    return windowElement();
 }
 
 WindowElement* Window::windowElement() const
 {
-    return m_document;
+    return m_session->windowElement();
 }
 
 LumexTree* Window::documentTree() const
 {
-    return m_tree;
+    return m_session->tree();
 }
 
 CameraTreeModel* Window::cameraTreeModel() const
@@ -214,7 +213,7 @@ QNBrdDataSource* Window::boardDataSource() const
 
 bool Window::isDocumentModified() const
 {
-    return m_document && m_document->undoRedoStack()->isStateChanged();
+    return windowElement() && windowElement()->undoRedoStack()->isStateChanged();
 }
 
 bool Window::isDocumentsPageShown() const
@@ -410,25 +409,32 @@ void Window::connectSources()
     connect(m_recentSource, &RecentlyOpenedFilesSource::fileSelected, this,
             [this](const QString& a_path) { openFile(a_path); });
     connect(m_watcher, &QFileSystemWatcher::fileChanged, this, &Window::onFileChanged);
+    m_session->setBoardDataSource(m_dataSource);
+    // Only boards of the file's standard can run its camera.
+    connect(m_session, &CameraFileSession::standardDetermined, m_dataSource.data(), [this](int a_standard) {
+        m_dataSource->setFilter(a_standard == CameraElement::StandardCoaXPress
+                                    ? BoardTypes(BoardType::CoaXPress)
+                                    : BoardTypes(BoardType::CameraLink));
+    });
 }
 
 void Window::setUndoRedoEnabled(bool a_undoEnabled, bool a_redoEnabled)
 {
-    m_actions.m_undoAction->setEnabled(a_undoEnabled && m_document);
-    m_actions.m_redoAction->setEnabled(a_redoEnabled && m_document);
+    m_actions.m_undoAction->setEnabled(a_undoEnabled && windowElement());
+    m_actions.m_redoAction->setEnabled(a_redoEnabled && windowElement());
     m_actions.m_changesMenu->clear();
-    if (m_document)
-        m_document->undoRedoStack()->fillHistoryMenu(m_actions.m_changesMenu);
+    if (windowElement())
+        windowElement()->undoRedoStack()->fillHistoryMenu(m_actions.m_changesMenu);
     fillHistoryButton(m_actions.m_changesButton, m_actions.m_changesMenu, m_actions.m_noChangesAction);
 }
 
 void Window::setBackForwardEnabled(bool a_backEnabled, bool a_forwardEnabled)
 {
-    m_actions.m_backAction->setEnabled(a_backEnabled && m_document);
-    m_actions.m_forwardAction->setEnabled(a_forwardEnabled && m_document);
+    m_actions.m_backAction->setEnabled(a_backEnabled && windowElement());
+    m_actions.m_forwardAction->setEnabled(a_forwardEnabled && windowElement());
     m_actions.m_historyMenu->clear();
-    if (m_document)
-        m_document->navigationStack()->fillHistoryMenu(m_actions.m_historyMenu);
+    if (windowElement())
+        windowElement()->navigationStack()->fillHistoryMenu(m_actions.m_historyMenu);
     fillHistoryButton(m_actions.m_historyButton, m_actions.m_historyMenu, m_actions.m_noHistoryAction);
 }
 
@@ -460,7 +466,7 @@ void Window::fillHistoryButton(QToolButton* a_button, QMenu* a_menu, QAction* a_
 
 void Window::setCameraMode()
 {
-    if (m_document && !m_following && m_document->camera()->currentMode()) {
+    if (windowElement() && !m_following && windowElement()->camera()->currentMode()) {
         emit cameraSelected();
         return;
     }
@@ -469,8 +475,8 @@ void Window::setCameraMode()
 
 void Window::setMode(int a_modeIndex)
 {
-    if (m_document && !m_following) {
-        CameraElement* camera = m_document->camera();
+    if (windowElement() && !m_following) {
+        CameraElement* camera = windowElement()->camera();
         if (camera->indexOfMode(camera->currentMode()) != a_modeIndex) {
             emit modeSelected(a_modeIndex);
             return;
@@ -481,8 +487,8 @@ void Window::setMode(int a_modeIndex)
 
 void Window::setModeCategory(int a_catIndex)
 {
-    if (m_document && !m_following) {
-        ModeElement* mode = m_document->camera()->currentMode();
+    if (windowElement() && !m_following) {
+        ModeElement* mode = windowElement()->camera()->currentMode();
         if (mode && mode->indexOfCategory(mode->currentCategory()) != a_catIndex) {
             emit categorySelected(a_catIndex);
             return;
@@ -493,34 +499,34 @@ void Window::setModeCategory(int a_catIndex)
 
 void Window::selectNextMode()
 {
-    if (m_document)
-        m_document->camera()->selectNextMode();
+    if (windowElement())
+        windowElement()->camera()->selectNextMode();
 }
 
 void Window::selectPrevMode()
 {
-    if (m_document)
-        m_document->camera()->selectPrevMode();
+    if (windowElement())
+        windowElement()->camera()->selectPrevMode();
 }
 
 void Window::selectNextCategory()
 {
-    if (ModeElement* mode = m_document ? m_document->camera()->currentMode() : nullptr)
+    if (ModeElement* mode = windowElement() ? windowElement()->camera()->currentMode() : nullptr)
         mode->selectNextCategory();
 }
 
 void Window::selectPrevCategory()
 {
-    if (ModeElement* mode = m_document ? m_document->camera()->currentMode() : nullptr)
+    if (ModeElement* mode = windowElement() ? windowElement()->camera()->currentMode() : nullptr)
         mode->selectPrevCategory();
 }
 
 void Window::followCurrentPage()
 {
-    if (!m_document)
+    if (!windowElement())
         return;
     const QScopedValueRollback<bool> following(m_following, true);
-    CameraElement* camera = m_document->camera();
+    CameraElement* camera = windowElement()->camera();
     ModeElement* mode = camera->currentMode();
     if (mode != m_shownMode || m_showingGlobalPage == bool(mode) || m_tabCategories.isEmpty())
         updateModeCategories();
@@ -556,7 +562,7 @@ void Window::updateModeCategories()
     m_tabCategories.clear();
     m_shownMode = nullptr;
     m_showingGlobalPage = false;
-    if (!m_document)
+    if (!windowElement())
         return;
 
     const auto addTab = [this](CategoryElementBase* a_category, const QString& a_text) {
@@ -566,7 +572,7 @@ void Window::updateModeCategories()
         m_tabs->addTab(holder, a_text);
         m_tabCategories << a_category;
     };
-    CameraElement* camera = m_document->camera();
+    CameraElement* camera = windowElement()->camera();
     m_shownMode = camera->currentMode();
     if (m_shownMode) {
         for (ModeCategoryElementBase* category : m_shownMode->categories()) {
@@ -591,7 +597,7 @@ void Window::updateModeCategoryTabs()
         CategoryElementBase* category = tabCategory(tab);
         if (!category)
             continue;
-        if (category != (m_document ? m_document->camera()->globalCategory() : nullptr))
+        if (category != (windowElement() ? windowElement()->camera()->globalCategory() : nullptr))
             m_tabs->setTabText(tab, category->name());
         m_tabs->setTabToolTip(tab, category->annotation());
         const auto* generic = qobject_cast<GenericModeCategory*>(category);
@@ -629,7 +635,7 @@ void Window::parkTabPages()
 
 void Window::updateModeLabels()
 {
-    ModeElement* mode = m_document ? m_document->camera()->currentMode() : nullptr;
+    ModeElement* mode = windowElement() ? windowElement()->camera()->currentMode() : nullptr;
     if (!mode) {
         m_nameLabel->setText(QStringLiteral("<h3>&nbsp;Camera</h3>"));
         return;
@@ -663,7 +669,7 @@ void Window::updateModeActions()
 
 void Window::updateDocumentState()
 {
-    const bool open = m_document;
+    const bool open = windowElement();
     setWindowTitle(open ? titleFor(m_documentPath) : s_appName);
     m_actions.m_saveAction->setEnabled(open);
     m_actions.m_saveAsAction->setEnabled(open);
@@ -679,15 +685,15 @@ void Window::updateDocumentState()
 
 void Window::updateExtraDataDialog()
 {
-    m_extraDataDialog->fill(m_tree);
+    m_extraDataDialog->fill(documentTree());
 }
 
 void Window::setDocumentPath(const QString& a_docPath)
 {
     m_documentPath =
         a_docPath.isEmpty() ? QString() : QDir::toNativeSeparators(QFileInfo(a_docPath).absoluteFilePath());
-    if (m_tree)
-        m_tree->setFile(m_documentPath);
+    if (documentTree())
+        documentTree()->setFile(m_documentPath);
     watchDocument();
     if (!m_documentPath.isEmpty())
         m_recentSource->addPath(m_documentPath);
@@ -733,7 +739,7 @@ bool Window::closeDocument()
 
 bool Window::settleDocumentState()
 {
-    if (!m_document)
+    if (!windowElement())
         return true;
     if (isDocumentModified()) {
         const QMessageBox::StandardButton answer = DialogSeam::question(
@@ -757,8 +763,7 @@ void Window::discardDocument()
 {
     m_treeModel->setWindowElement(nullptr);
     updateModeCategories();
-    delete m_document;
-    delete m_tree;
+    m_session->close();
     m_documentPath.clear();
     m_documentDigest.clear();
     m_boardNumber = -1;
@@ -798,7 +803,7 @@ bool Window::openFile(const QString& a_filePath, const QString& a_fileMode, int 
             m_dataSource->userSetBoard(item);
     }
     if (!a_fileMode.isEmpty()) {
-        CameraElement* camera = m_document->camera();
+        CameraElement* camera = windowElement()->camera();
         if (ModeElement* mode = camera->modeByName(a_fileMode)) {
             emit modeSelected(camera->indexOfMode(mode));
         } else {
@@ -820,32 +825,16 @@ bool Window::loadDocument(const QString& a_filePath)
     connect(&stepper, &ProgressStepper::progress, dialog.get(), &QProgressDialog::setValue);
     connect(dialog.get(), &QProgressDialog::canceled, &stepper, &ProgressStepper::cancel);
 
-    QPointer<LumexTree> tree = new LumexTree(filePath, this);
-    QPointer<WindowElement> element;
     bool loaded = false;
     QString failureTitle;
     QString failureText;
     try {
-        stepper.beginStage(QStringLiteral("Loading LUMEX file"), 0, 9);
-        LumexParser parser(filePath, tree, &stepper);
-        const bool isCoaXPress = parser.isCoaXPress();
-        const bool isCameraLink = !isCoaXPress && parser.isCameraLink();
-        if (!isCoaXPress && !isCameraLink) {
-            failureTitle = QStringLiteral("Parsing Error");
-            failureText =
-                QStringLiteral("<html><p>Could not determine the LUMEX file standard type.</p></html>");
-        } else {
-            stepper.beginStage(QStringLiteral("Loading Schema file"), 10, 19);
-            m_dataSource->setFilter(isCoaXPress ? BoardTypes(BoardType::CoaXPress)
-                                                : BoardTypes(BoardType::CameraLink));
-            SchemaParser schema(nullptr, tree, &stepper, isCoaXPress ? m_cxpXsdPath : m_clXsdPath);
-            stepper.beginStage(QStringLiteral("Generating feature template from schema file"), 20, 59);
-            element = new WindowElement(this);
-            schema.setBoardDataSource(m_dataSource);
-            schema.loadCamera(element->camera());
-            stepper.beginStage(QStringLiteral("Populating editor from file data"), 60, 99);
-            parser.parse(element->camera());
+        if (m_session->load(filePath, m_cxpXsdPath, m_clXsdPath, &stepper) ==
+            CameraFileSession::LoadResult::Loaded) {
             loaded = true;
+        } else {
+            failureTitle = QStringLiteral("Parsing Error");
+            failureText = CameraFileSession::unknownStandardText();
         }
     } catch (const OperationCanceledException&) {
         // The user asked for it: nothing to report.
@@ -860,8 +849,6 @@ bool Window::loadDocument(const QString& a_filePath)
 
     if (!loaded) {
         dialog.reset();
-        delete element;
-        delete tree;
         m_dataSource->setFilter(BoardType::AnyBoardType);
         showDocumentsPage();
         updateDocumentState();
@@ -872,8 +859,7 @@ bool Window::loadDocument(const QString& a_filePath)
 
     dialog->setLabelText(s_wrappingUp);
     dialog->setValue(ProgressMaximum);
-    m_document = element;
-    m_tree = tree;
+    WindowElement* element = m_session->windowElement();
     connect(element, &WindowElement::messageQueued, this, &Window::showQueuedMessages, Qt::QueuedConnection);
     m_extraDataDialog->reset();
     setDocumentPath(filePath);
@@ -905,9 +891,9 @@ void Window::showEditorPage()
 
 bool Window::saveTo(const QString& a_savePath)
 {
-    if (!m_document || a_savePath.isEmpty())
+    if (!windowElement() || a_savePath.isEmpty())
         return false;
-    CameraElement* camera = m_document->camera();
+    CameraElement* camera = windowElement()->camera();
     if (!camera->modeByName(s_defaultModeName)) {
         const QMessageBox::StandardButton answer = DialogSeam::question(
             this, QStringLiteral("\"Default\" Mode Missing"),
@@ -928,13 +914,7 @@ bool Window::saveTo(const QString& a_savePath)
 
     bool written = false;
     try {
-        stepper.beginStage(QStringLiteral("Generating file structure"), 1, 89);
-        LumexPrinter printer(&stepper, m_tree);
-        printer.setSchemaPaths(m_cxpXsdPath, m_clXsdPath);
-        printer.setPreserveExtraData(m_extraDataDialog->preserveExtraData());
-        printer.print(camera);
-        stepper.beginStage(QStringLiteral("Saving LUMEX file"), 90, 99);
-        written = printer.save(savePath);
+        written = m_session->save(savePath, &stepper, m_extraDataDialog->preserveExtraData());
         // Before anything lets the event loop run, so that the watcher does not take our own write
         // for another program's.
         if (written) {
@@ -965,15 +945,15 @@ bool Window::saveTo(const QString& a_savePath)
 
     dialog->setLabelText(s_wrappingUp);
     dialog->setValue(ProgressMaximum);
-    if (m_document)
-        m_document->undoRedoStack()->setOffsetFromInitial(0);
+    if (windowElement())
+        windowElement()->undoRedoStack()->setOffsetFromInitial(0);
     updateDocumentState();
     return true;
 }
 
 bool Window::save()
 {
-    if (!m_document)
+    if (!windowElement())
         return false;
     if (m_documentPath.isEmpty())
         return saveAs();
@@ -982,7 +962,7 @@ bool Window::save()
 
 bool Window::saveAs()
 {
-    if (!m_document)
+    if (!windowElement())
         return false;
     QString path =
         DialogSeam::saveFileName(this, QStringLiteral("LUMEX File Save"), m_documentPath, s_lumexFilter);
@@ -995,7 +975,7 @@ bool Window::saveAs()
 
 void Window::openPreview()
 {
-    if (!m_document)
+    if (!windowElement())
         return;
     if (isDocumentModified() || m_documentPath.isEmpty()) {
         const QMessageBox::StandardButton answer = DialogSeam::question(
@@ -1008,7 +988,7 @@ void Window::openPreview()
             return;
     }
 
-    CameraElement* camera = m_document->camera();
+    CameraElement* camera = windowElement()->camera();
     QStringList modes;
     for (const ModeElement* mode : camera->modes())
         modes << mode->name();
@@ -1088,7 +1068,7 @@ void Window::openNewWindow()
 
 void Window::onFileChanged(const QString& a_path)
 {
-    if (!m_document)
+    if (!windowElement())
         return;
     const QSignalBlocker blocker(m_watcher);
     const QString path = QDir::toNativeSeparators(a_path);
@@ -1116,8 +1096,8 @@ void Window::onFileChanged(const QString& a_path)
             QMessageBox::Save | QMessageBox::Ignore, QMessageBox::Ignore);
         keep = answer == QMessageBox::Save && saveAs();
     }
-    if (!keep && m_document) {
-        m_document->undoRedoStack()->markSavedStateUnreachable();
+    if (!keep && windowElement()) {
+        windowElement()->undoRedoStack()->markSavedStateUnreachable();
         updateDocumentState();
     }
     watchDocument();
@@ -1126,7 +1106,7 @@ void Window::onFileChanged(const QString& a_path)
 void Window::onModeChanged(int a_oldIndex)
 {
     Q_UNUSED(a_oldIndex)
-    if (m_following || !m_document || m_treeModel->isChangingRows())
+    if (m_following || !windowElement() || m_treeModel->isChangingRows())
         return;
     const QModelIndex current = m_treeModel->selectionModel()->currentIndex();
     const int position = m_treeModel->modePosition(current);
@@ -1139,13 +1119,13 @@ void Window::onModeChanged(int a_oldIndex)
 void Window::onCategoryChanged(int a_index)
 {
     fillTab(a_index);
-    if (!m_following && m_document && m_shownMode && a_index >= 0)
+    if (!m_following && windowElement() && m_shownMode && a_index >= 0)
         emit categorySelected(a_index);
 }
 
 void Window::onNameLabelLink(const QString& a_text)
 {
-    if (!m_document)
+    if (!windowElement())
         return;
     if (a_text == QLatin1String("camera")) {
         emit cameraGlobalSelected();
@@ -1153,7 +1133,7 @@ void Window::onNameLabelLink(const QString& a_text)
     }
     const QString modePrefix = QStringLiteral("mode:");
     if (a_text.startsWith(modePrefix)) {
-        CameraElement* camera = m_document->camera();
+        CameraElement* camera = windowElement()->camera();
         if (ModeElement* mode = camera->modeByName(a_text.mid(modePrefix.size())))
             emit modeSelected(camera->indexOfMode(mode));
     }
@@ -1176,12 +1156,12 @@ void Window::doRedo()
 
 void Window::showQueuedMessages()
 {
-    if (m_showingMessages || !m_document)
+    if (m_showingMessages || !windowElement())
         return;
     const QScopedValueRollback<bool> showing(m_showingMessages, true);
     QString title;
     QString text;
-    while (m_document && m_document->popMessage(title, text))
+    while (windowElement() && windowElement()->popMessage(title, text))
         DialogSeam::warning(this, title, text);
 }
 

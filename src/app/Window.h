@@ -23,6 +23,7 @@ namespace Orvex {
 
 class AboutOrvexDialog;
 class CameraElement;
+class CameraFileSession;
 class CameraTreeModel;
 class CategoryElementBase;
 class DragMenu;
@@ -171,8 +172,8 @@ private:
     QString m_cxpXsdPath;
     QString m_clXsdPath;
 
-    QPointer<WindowElement> m_document;
-    QPointer<LumexTree> m_tree;
+    // Shared with the command-line tool, so that both read and write every file alike.
+    CameraFileSession* m_session = nullptr;
     QString m_documentPath;
     // Contents of the file as last read or written, so that our own saves are not taken for changes.
     QByteArray m_documentDigest;

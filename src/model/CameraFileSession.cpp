@@ -1,11 +1,9 @@
 #include "CameraFileSession.h"
 
 #include "CameraElement.h"
-#include "GenericModeCategory.h"
 #include "LumexParser.h"
 #include "LumexPrinter.h"
 #include "LumexTree.h"
-#include "ModeElement.h"
 #include "ProgressStepper.h"
 #include "QNBrdDataSource.h"
 #include "SchemaParser.h"
@@ -88,7 +86,6 @@ bool CameraFileSession::save(const QString& a_path, ProgressStepper* a_progress,
     CameraElement* camera = this->camera();
     if (!camera || a_path.isEmpty())
         return false;
-    completeCategoryFeatures(camera);
 
     beginStage(a_progress, QStringLiteral("Generating file structure"), 1, 89);
     LumexPrinter printer(a_progress, m_tree);
@@ -127,21 +124,6 @@ WindowElement* CameraFileSession::windowElement() const
 CameraElement* CameraFileSession::camera() const
 {
     return m_windowElement ? m_windowElement->camera() : nullptr;
-}
-
-void CameraFileSession::completeCategoryFeatures(CameraElement* a_camera)
-{
-    for (ModeElement* mode : a_camera->modes()) {
-        for (ModeCategoryElementBase* category : mode->categories()) {
-            auto* generic = qobject_cast<GenericModeCategory*>(category);
-            FeatureElementBase* feature = generic ? generic->categoryFeature() : nullptr;
-            if (!feature || !feature->name().isEmpty())
-                continue;
-            feature->setName(category->name());
-            feature->setElementPath(category->elementPath());
-            feature->setAnnotation(category->annotation());
-        }
-    }
 }
 
 } // namespace Orvex

@@ -74,10 +74,6 @@ signals:
     void standardDetermined(int a_standard);
 
 private:
-    // Copies of a mode (clones, and their re-creation by redo) get category features without the name
-    // and path the schema gave the originals, and the printer finds a category's element by them.
-    static void completeCategoryFeatures(CameraElement* a_camera);
-
     QPointer<QObject> m_host;
     QPointer<QNBrdDataSource> m_dataSource;
     QPointer<LumexTree> m_tree;
