@@ -20,11 +20,6 @@ namespace {
 
 QStringList g_messages;
 
-void recordMessage(QtMsgType, const QMessageLogContext&, const QString& a_text)
-{
-    g_messages << a_text;
-}
-
 // Collects every message while it lives, so that a test can count the lines a load printed.
 class MessageRecorder
 {
@@ -32,7 +27,8 @@ public:
     MessageRecorder()
     {
         g_messages.clear();
-        m_previous = qInstallMessageHandler(recordMessage);
+        m_previous = qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext&, const QString& a_text) { g_messages << a_text; });
     }
     ~MessageRecorder() { qInstallMessageHandler(m_previous); }
 
@@ -77,14 +73,6 @@ HwBrdHandle openBoard(unsigned a_index)
     return handle;
 }
 
-QByteArray multiString(const QList<QByteArray>& a_entries)
-{
-    QByteArray bytes;
-    for (const QByteArray& entry : a_entries)
-        bytes += entry + '\0';
-    return bytes + '\0';
-}
-
 } // namespace
 
 class TestSimDriver : public QObject
@@ -94,10 +82,9 @@ class TestSimDriver : public QObject
 private:
     QTemporaryDir m_dir;
 
-    QString machinePath() const { return m_dir.filePath(QStringLiteral("SimBoards.json")); }
     bool loadMachine(const QByteArray& a_json)
     {
-        if (!writeFile(machinePath(), a_json))
+        if (!writeFile(m_dir.filePath(QStringLiteral("SimBoards.json")), a_json))
             return false;
         QNSimReset();
         QNSimSetConfigDir(QFile::encodeName(m_dir.path()).constData());
@@ -110,67 +97,52 @@ private slots:
         qunsetenv("QN_SIM_BOARDS");
         QNSimReset();
         QVERIFY(m_dir.isValid());
-        QFile::remove(machinePath());
+        QFile::remove(m_dir.filePath(QStringLiteral("SimBoards.json")));
     }
 
-    void boards_data()
-    {
-        QTest::addColumn<unsigned>("index");
-        QTest::addColumn<QString>("kinds");
-        QTest::addColumn<QByteArray>("model");
-        QTest::addColumn<quint32>("serial");
-        QTest::newRow("Camera Link Mk2") << 0u << "CL Mk2" << QByteArray("Alpha CL") << quint32(11);
-        QTest::newRow("CoaXPress Mk2") << 1u << "CXP Mk2" << QByteArray("Beta CXP") << quint32(0);
-        QTest::newRow("older Camera Link") << 2u << "CL" << QByteArray() << quint32(0);
-    }
-
+    // The boards come in the order of the description, with their kinds and strings.
     void boards()
     {
-        QFETCH(unsigned, index);
-        QFETCH(QString, kinds);
-        QFETCH(QByteArray, model);
-        QFETCH(quint32, serial);
         QVERIFY(loadMachine(g_machine));
-        QCOMPARE(boardCount(), 3u);
-        HwBrdEntry entry;
-        QVERIFY(HwSysBrdFind(HwSelectorFrameGrabber + 1, index, &entry) != 0);
-        QVERIFY(HwSysBrdFind(HwSelectorFrameGrabber, index, nullptr) != 0);
-
-        const HwBrdHandle handle = openBoard(index);
         QStringList found;
-        found << (QNIsCL(handle) ? "CL" : "") << (QNIsCXP(handle) ? "CXP" : "")
-              << (QNIsMk2(handle) ? "Mk2" : "");
-        QCOMPARE(found.join(QLatin1Char(' ')).simplified(), kinds);
-
-        char text[QNStringBufferSize];
-        std::uint32_t number = 0xFFFF;
-        QCOMPARE(QNGetBoardStrings(handle, text, nullptr, &number, nullptr), 0);
-        QCOMPARE(QByteArray(text), model);
-        QCOMPARE(number, serial);
-        QCOMPARE(HwBrdClose(handle), 0);
+        for (unsigned index = 0; index < boardCount(); ++index) {
+            const HwBrdHandle handle = openBoard(index);
+            char model[QNStringBufferSize];
+            char variant[QNStringBufferSize];
+            std::uint32_t serial = 0xFFFF;
+            std::uint32_t firmware = 0xFFFF;
+            QCOMPARE(QNGetBoardStrings(handle, model, variant, &serial, &firmware), 0);
+            const char* kind =
+                QNIsCL(handle) ? (QNIsCXP(handle) ? "both" : "CL") : (QNIsCXP(handle) ? "CXP" : "none");
+            found << QStringLiteral("%1%2 %3/%4 %5.%6")
+                         .arg(kind, QNIsMk2(handle) ? " Mk2" : "", model, variant)
+                         .arg(serial)
+                         .arg(firmware);
+            QCOMPARE(HwBrdClose(handle), 0);
+        }
+        QCOMPARE(found, QStringList({"CL Mk2 Alpha CL/Full 11.2", "CXP Mk2 Beta CXP/ 0.0", "CL / 0.0"}));
+        HwBrdEntry entry;
+        QVERIFY(HwSysBrdFind(HwSelectorFrameGrabber + 1, 0, &entry) != 0);
+        QVERIFY(HwSysBrdFind(HwSelectorFrameGrabber, 0, nullptr) != 0);
     }
 
+    // Handles are never reused; closed, unknown and reloaded-away handles reach no board.
     void handles()
     {
         QVERIFY(loadMachine(g_machine));
         const HwBrdHandle first = openBoard(0);
         const HwBrdHandle second = openBoard(0);
         QVERIFY(first != HwNoBoard && second != HwNoBoard && first != second);
-
         QCOMPARE(HwBrdClose(first), 0);
         QVERIFY(HwBrdClose(first) != 0);
         QCOMPARE(QNIsCL(second), 1);
 
         char buffer[QNCamListBufferSize];
         std::memset(buffer, 'x', sizeof buffer);
-        const HwBrdHandle stale[] = {first, HwNoBoard, second + 1000};
-        for (HwBrdHandle handle : stale) {
+        for (HwBrdHandle handle : {first, HwNoBoard, second + 1000}) {
             QCOMPARE(QNIsCL(handle), 0);
-            QCOMPARE(QNRegSupported(handle, 0), 0);
             QCOMPARE(QNRegPeek(handle, 0), 0u);
             QVERIFY(QNRegPoke(handle, 0, 1) != 0);
-            QVERIFY(QNRegName(handle, 0, buffer) != 0);
-            QVERIFY(QNGetBoardStrings(handle, buffer, buffer, nullptr, nullptr) != 0);
             QVERIFY(QNRegistryBoardGetMultiString(handle, "QNCamList", buffer, sizeof buffer) != 0);
             QCOMPARE(buffer[0], '\0');
         }
@@ -181,8 +153,6 @@ private slots:
         HwBrdHandle handle = HwNoBoard;
         QVERIFY(HwBrdOpen(&entry, &handle, HwOpenAttachedFileScan) != 0);
         QCOMPARE(QNIsCL(second), 0);
-        QVERIFY(HwBrdClose(second) != 0);
-
         const HwBrdHandle fresh = openBoard(1);
         QCOMPARE(QNIsCXP(fresh), 1);
         QNSimReset();
@@ -196,7 +166,6 @@ private slots:
         QTest::addColumn<bool>("fits");
         QTest::newRow("mode and plain entries")
             << "QNCamList" << QList<QByteArray>{"Fast@cam.lumex", "cam.lumex"} << true;
-        QTest::newRow("empty list") << "QNCamList" << QList<QByteArray>{} << true;
         QTest::newRow("name in other case") << "qncamlist" << QList<QByteArray>{"Ä.lumex"} << true;
         QTest::newRow("exactly 4096 bytes")
             << "QNCamList" << QList<QByteArray>{QByteArray(2000, 'a'), QByteArray(2093, 'b')} << true;
@@ -204,6 +173,7 @@ private slots:
             << "QNCamList" << QList<QByteArray>{QByteArray(2000, 'a'), QByteArray(2094, 'b')} << false;
     }
 
+    // Zero-ended entries and an empty string at the end; a list that does not fit leaves an empty list.
     void camList()
     {
         QFETCH(QString, valueName);
@@ -221,11 +191,10 @@ private slots:
         const int result = QNRegistryBoardGetMultiString(handle, valueName.toUtf8().constData(), buffer,
                                                          QNCamListBufferSize);
         QCOMPARE(result == 0, fits);
-        const QByteArray expected = fits ? multiString(entries) : QByteArray(1, '\0');
+        const QByteArray expected = fits ? entries.join('\0') + QByteArray(2, '\0') : QByteArray(1, '\0');
         QCOMPARE(QByteArray(buffer, expected.size()), expected);
         QVERIFY(std::all_of(buffer + QNCamListBufferSize, buffer + sizeof buffer,
                             [](char a_c) { return a_c == 0x7f; }));
-
         QVERIFY(QNRegistryBoardGetMultiString(handle, "QNOtherList", buffer, sizeof buffer) != 0);
         QCOMPARE(buffer[0], '\0');
     }
@@ -239,11 +208,10 @@ private slots:
         QTest::newRow("explicit last id") << 3676u << QByteArray("Last") << quint32(0xFFFFFFFF);
         QTest::newRow("first free id, by name") << 1u << QByteArray("Alpha") << quint32(9);
         QTest::newRow("next free id") << 2u << QByteArray("Beta") << quint32(7);
-        QTest::newRow("unused id") << 3u << QByteArray() << quint32(0);
         QTest::newRow("id count") << QNRegIdCount << QByteArray() << quint32(0);
-        QTest::newRow("huge id") << 0xFFFFFFFFu << QByteArray() << quint32(0);
     }
 
+    // Names, values and writes; a write is seen through every handle on the board, and no other board.
     void registers()
     {
         QFETCH(unsigned, id);
@@ -251,8 +219,6 @@ private slots:
         QFETCH(quint32, value);
         QVERIFY(loadMachine(g_machine));
         const HwBrdHandle handle = openBoard(0);
-        const HwBrdHandle sameBoard = openBoard(0);
-        const HwBrdHandle otherBoard = openBoard(1);
         const bool supported = !name.isEmpty();
 
         QCOMPARE(QNRegSupported(handle, id) != 0, supported);
@@ -260,12 +226,9 @@ private slots:
         QCOMPARE(QNRegName(handle, id, text) == 0, supported);
         QCOMPARE(QByteArray(text), supported ? name : QByteArray("unchanged"));
         QCOMPARE(QNRegPeek(handle, id), value);
-
         QCOMPARE(QNRegPoke(handle, id, 0x1234) == 0, supported);
-        QCOMPARE(QNRegPeek(sameBoard, id), supported ? 0x1234u : 0u);
-        QCOMPARE(QNRegSupported(handle, id) != 0, supported);
-        if (id == 0)
-            QCOMPARE(QNRegPeek(otherBoard, id), 1u);
+        QCOMPARE(QNRegPeek(openBoard(0), id), supported ? 0x1234u : 0u);
+        QCOMPARE(QNRegPeek(openBoard(1), 0), 1u);
     }
 
     void cameraRegisters_data()
@@ -276,8 +239,7 @@ private slots:
         QTest::newRow("upper-case 0X address") << quint32(0x6000) << qint64(2048);
         QTest::newRow("text, first word") << quint32(0x2000) << qint64(0x51756172); // "Quar"
         QTest::newRow("text, last word") << quint32(0x2004) << qint64(0x6E656C00);  // "nel\0"
-        QTest::newRow("four-byte text") << quint32(0x2010) << qint64(0x41626364);   // "Abcd"
-        QTest::newRow("its terminator") << quint32(0x2014) << qint64(0);
+        QTest::newRow("four-byte text's terminator") << quint32(0x2014) << qint64(0);
         QTest::newRow("beyond the text") << quint32(0x2008) << qint64(-1);
         QTest::newRow("unaligned") << quint32(0x6002) << qint64(-1);
     }
@@ -291,7 +253,6 @@ private slots:
         std::uint32_t read = 0xDEADBEEF;
         QCOMPARE(QNCXPReadReg(handle, address, &read) == 0, value >= 0);
         QCOMPARE(qint64(read), value >= 0 ? value : 0xDEADBEEF);
-        QVERIFY(QNCXPReadReg(handle, address, nullptr) != 0);
         QVERIFY(QNCXPReadReg(openBoard(0), 0, &read) != 0);
 
         QCOMPARE(QNCXPWriteReg(handle, address, 77) == 0, value >= 0);
@@ -299,6 +260,7 @@ private slots:
         QVERIFY(value < 0 || read == 77);
     }
 
+    // QN_SIM_BOARDS wins over the configuration folder; a new folder reloads.
     void descriptionSource()
     {
         QTemporaryDir other;
@@ -310,7 +272,6 @@ private slots:
         QCOMPARE(boardCount(), 0u);
         QVERIFY(loadMachine(g_machine));
         QCOMPARE(boardCount(), 3u);
-
         const HwBrdHandle handle = openBoard(0);
         QNSimSetConfigDir(QFile::encodeName(m_dir.path()).constData());
         QCOMPARE(QNIsCL(handle), 1);
@@ -319,7 +280,6 @@ private slots:
         QNSimReload();
         QCOMPARE(boardCount(), 1u);
         QCOMPARE(QNIsCL(handle), 0);
-
         qunsetenv("QN_SIM_BOARDS");
         QNSimReload();
         QCOMPARE(boardCount(), 3u);
@@ -338,11 +298,7 @@ private slots:
         QTest::newRow("missing file") << QByteArray() << "no such file";
         QTest::newRow("malformed") << QByteArray("{\"boards\": [\n  {\"kind\": }]}") << "line 2, column";
         QTest::newRow("top-level list") << QByteArray("[]") << "top level";
-        QTest::newRow("board not an object") << boards("1") << "boards[0]: not an object";
-        QTest::newRow("unknown kind") << boards(R"({"kind": "GigE"})") << "boards[0].kind";
         QTest::newRow("misspelt member") << boards(R"({"kind": "CoaXPress", "mk": true})") << "boards[0].mk";
-        QTest::newRow("value a text")
-            << boards(R"({"kind": "CameraLink", "registers": {"A": "5"}})") << "boards[0].registers.A";
         QTest::newRow("value fractional")
             << boards(R"({"kind": "CameraLink", "registers": {"A": 1.5}})") << "boards[0].registers.A";
         QTest::newRow("id 3677")
@@ -365,6 +321,7 @@ private slots:
             << "boards[1].serial";
     }
 
+    // A faulty description gives no boards and one debug line naming the file and the fault.
     void badDescriptions()
     {
         QFETCH(QByteArray, content);
@@ -415,6 +372,7 @@ private slots:
         QCOMPARE(QNCXPReadReg(cxp, 0x0000, &standard), 0);
     }
 
+    // Counters are shared by every handle on a board, and counting is safe from several threads.
     void interruptCounters()
     {
         QVERIFY(loadMachine(g_machine));
@@ -428,10 +386,10 @@ private slots:
 
         QNInterruptCounters counters;
         QCOMPARE(QNInterruptGetCounters(viewer, &counters), 0);
-        QCOMPARE(counters.m_frames, 2u);
-        QCOMPARE(counters.m_lastFrameTimeUs, 1040);
-        QCOMPARE(counters.m_previousFrameTimeUs, 1000);
-        QCOMPARE(counters.m_framesDropped + counters.m_triggers + counters.m_errors, 3u);
+        QCOMPARE(QList<qint64>({qint64(counters.m_frames), counters.m_lastFrameTimeUs,
+                                counters.m_previousFrameTimeUs, qint64(counters.m_framesDropped),
+                                qint64(counters.m_triggers), qint64(counters.m_errors)}),
+                 QList<qint64>({2, 1040, 1000, 1, 1, 1}));
         QCOMPARE(QNInterruptGetCounters(openBoard(0), &counters), 0);
         QCOMPARE(counters.m_frames, 0u);
 
@@ -447,11 +405,8 @@ private slots:
         QCOMPARE(counters.m_frames, 10000u);
         QVERIFY(counters.m_lastFrameTimeUs >= counters.m_previousFrameTimeUs &&
                 counters.m_previousFrameTimeUs > 0);
-
-        HwBrdClose(acquisition);
         HwBrdClose(viewer);
         QVERIFY(QNInterruptGetCounters(viewer, &counters) != 0);
-        QVERIFY(QNSimRaiseInterrupt(acquisition, QNInterruptEndOfFrame) != 0);
     }
 
     void exceptions()
@@ -460,13 +415,10 @@ private slots:
         try {
             QNExceptionBase::throwOnFailure(QNStatusBadHandle, "HwBrdClose");
             QFAIL("a failed call did not throw");
-        } catch (const std::exception& a_error) {
-            const auto* qn = dynamic_cast<const QNExceptionBase*>(&a_error);
-            QVERIFY(qn);
-            QCOMPARE(qn->code(), int(QNStatusBadHandle));
+        } catch (const QNExceptionBase& a_error) {
+            QCOMPARE(a_error.code(), int(QNStatusBadHandle));
             QVERIFY(QByteArray(a_error.what()).startsWith("HwBrdClose failed: "));
         }
-
         QTest::ignoreMessage(QtDebugMsg, "Caught an unknown exception.");
         QNDebugString("Caught an unknown exception.\n");
     }
