@@ -43,27 +43,22 @@ public:
         m_undoResult = a_undo;
         m_redoResult = a_redo;
     }
-    void setUndoHook(std::function<void()> a_hook) { m_undoHook = std::move(a_hook); }
-    void setRedoHook(std::function<void()> a_hook) { m_redoHook = std::move(a_hook); }
+    // Runs at the start of every undo and redo body.
+    void setHook(std::function<void()> a_hook) { m_hook = std::move(a_hook); }
+    Result undoResult() const { return m_undoResult; }
+    Result redoResult() const { return m_redoResult; }
     int bodyCalls() const { return m_bodyCalls; }
 
 protected:
-    Result onUnapply() override
-    {
-        return run(m_undoHook, m_undoResult, m_before + QStringList{m_name}, m_before);
-    }
-    Result onReapply() override
-    {
-        return run(m_redoHook, m_redoResult, m_before, m_before + QStringList{m_name});
-    }
+    Result onUnapply() override { return run(m_undoResult, m_before + QStringList{m_name}, m_before); }
+    Result onReapply() override { return run(m_redoResult, m_before, m_before + QStringList{m_name}); }
 
 private:
-    Result run(const std::function<void()>& a_hook, Result a_result, const QStringList& a_from,
-               const QStringList& a_to)
+    Result run(Result a_result, const QStringList& a_from, const QStringList& a_to)
     {
         ++m_bodyCalls;
-        if (a_hook)
-            a_hook();
+        if (m_hook)
+            m_hook();
         if (a_result == Done || a_result == DoneGoOn) {
             if (m_document->applied != a_from)
                 ++m_document->faults;
@@ -77,8 +72,7 @@ private:
     QStringList m_before;
     Result m_undoResult = Done;
     Result m_redoResult = Done;
-    std::function<void()> m_undoHook;
-    std::function<void()> m_redoHook;
+    std::function<void()> m_hook;
     int m_bodyCalls = 0;
 };
 
@@ -95,24 +89,43 @@ QSharedPointer<TestAction> actionAt(const ActionStack& a_stack, int a_position)
     return a_stack.actionAt(a_position).dynamicCast<TestAction>();
 }
 
-// p push, u undo, r redo, s saved, x saved state unreachable, i<n> setIndex(n)
-void run(ActionStack& a_stack, Document& a_document, const QString& a_script)
+// p push, u undo, r redo, s saved, x saved state unreachable, i<n> setIndex(n), d<n> setMaxDepth(n),
+// U<digits> and R<digits> the results of the undo and redo bodies per position, ? note the index,
+// (<description> open a batch, ) close one.
+void run(ActionStack& a_stack, Document& a_document, const QString& a_script, QStringList* a_notes = nullptr)
 {
     for (const QString& step : a_script.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
-        if (step == QLatin1String("p"))
+        const QString rest = step.mid(1);
+        if (step == QLatin1String("p")) {
             pushAction(a_stack, a_document);
-        else if (step == QLatin1String("u"))
+        } else if (step == QLatin1String("u")) {
             a_stack.unapply();
-        else if (step == QLatin1String("r"))
+        } else if (step == QLatin1String("r")) {
             a_stack.reapply();
-        else if (step == QLatin1String("s"))
+        } else if (step == QLatin1String("s")) {
             a_stack.setOffsetFromInitial(0);
-        else if (step == QLatin1String("x"))
+        } else if (step == QLatin1String("x")) {
             a_stack.markSavedStateUnreachable();
-        else if (step.startsWith(QLatin1Char('i')))
-            a_stack.setIndex(step.mid(1).toInt());
-        else
+        } else if (step.startsWith(QLatin1Char('i'))) {
+            a_stack.setIndex(rest.toInt());
+        } else if (step.startsWith(QLatin1Char('d'))) {
+            a_stack.setMaxDepth(rest.toInt());
+        } else if (step.startsWith(QLatin1Char('('))) {
+            a_stack.openBatch(rest);
+        } else if (step == QLatin1String(")")) {
+            a_stack.closeBatch();
+        } else if (step == QLatin1String("?") && a_notes) {
+            *a_notes << QString::number(a_stack.index());
+        } else if (step.startsWith(QLatin1Char('U')) || step.startsWith(QLatin1Char('R'))) {
+            for (int i = 0; i < rest.size(); ++i) {
+                const auto action = actionAt(a_stack, i);
+                const auto result = static_cast<ActionBase::Result>(rest.at(i).digitValue());
+                step.startsWith(QLatin1Char('U')) ? action->setResults(result, action->redoResult())
+                                                  : action->setResults(action->undoResult(), result);
+            }
+        } else {
             QFAIL(qPrintable(QStringLiteral("unknown step ") + step));
+        }
     }
 }
 
@@ -122,17 +135,6 @@ QStringList firstNames(int a_count)
     for (int i = 0; i < a_count; ++i)
         names << QStringLiteral("a%1").arg(i);
     return names;
-}
-
-// Result codes per stack position, one digit each ("1123"); positions left out keep Done.
-void setResults(const ActionStack& a_stack, const QString& a_undo, const QString& a_redo)
-{
-    const auto code = [](const QString& a_codes, int a_position) {
-        return static_cast<ActionBase::Result>(
-            a_position < a_codes.size() ? a_codes.at(a_position).digitValue() : 1);
-    };
-    for (int i = 0; i < a_stack.count(); ++i)
-        actionAt(a_stack, i)->setResults(code(a_undo, i), code(a_redo, i));
 }
 
 QImage iconImage(const QIcon& a_icon)
@@ -157,16 +159,13 @@ private slots:
 
         QTest::newRow("undo done") << true << true << 1 << 1 << false;
         QTest::newRow("undo done, go on") << true << true << 2 << 2 << true;
-        QTest::newRow("undo nothing to do") << true << true << 0 << 0 << true;
-        QTest::newRow("undo failed") << true << true << 3 << 3 << true;
         QTest::newRow("undo when undone") << true << false << 1 << 0 << false;
         QTest::newRow("redo done") << false << false << 1 << 1 << true;
-        QTest::newRow("redo done, go on") << false << false << 2 << 2 << false;
-        QTest::newRow("redo nothing to do") << false << false << 0 << 0 << false;
         QTest::newRow("redo failed") << false << false << 3 << 3 << false;
         QTest::newRow("redo when applied") << false << true << 1 << 0 << true;
     }
 
+    // Only Done flips the applied flag; the body runs only when the action is not already in the asked state.
     void actionResults()
     {
         QFETCH(bool, undo);
@@ -177,7 +176,6 @@ private slots:
 
         Document document;
         TestAction action(&document, QStringLiteral("a"));
-        QVERIFY(action.isApplied());
         if (!startApplied)
             QCOMPARE(action.unapply(), ActionBase::Done);
         const auto result = static_cast<ActionBase::Result>(bodyResult);
@@ -185,98 +183,111 @@ private slots:
         const int callsBefore = action.bodyCalls();
         QSignalSpy spy(&action, &ActionBase::stateChanged);
 
-        ActionBase::Result returned = ActionBase::Nothing;
-        QVERIFY(QMetaObject::invokeMethod(&action, undo ? "unapply" : "reapply", Qt::DirectConnection,
-                                          Q_RETURN_ARG(Orvex::ActionBase::Result, returned)));
-
-        QCOMPARE(int(returned), expectedResult);
+        QCOMPARE(int(undo ? action.unapply() : action.reapply()), expectedResult);
         QCOMPARE(action.isApplied(), expectedApplied);
-        // The body only runs when the action is not already in the asked state.
         QCOMPARE(action.bodyCalls() - callsBefore, startApplied == undo ? 1 : 0);
         QCOMPARE(spy.count(), expectedApplied == startApplied ? 0 : 1);
-        if (!spy.isEmpty())
-            QCOMPARE(spy.at(0).at(0).toBool(), expectedApplied);
+        QVERIFY(spy.isEmpty() || spy.at(0).at(0).toBool() == expectedApplied);
     }
 
-    void savedState_data()
+    void scenario_data()
     {
         QTest::addColumn<QString>("script");
-        QTest::addColumn<int>("expectedIndex");
-        QTest::addColumn<bool>("expectedChanged");
-        QTest::addColumn<bool>("expectedUndo");
-        QTest::addColumn<bool>("expectedRedo");
-
-        QTest::newRow("undo on an empty stack") << "u" << 0 << false << false << false;
-        QTest::newRow("push") << "p" << 1 << true << true << false;
-        QTest::newRow("undo after two pushes and a save") << "p p s u" << 1 << true << true << true;
-        QTest::newRow("redo back to the save") << "p p s u r" << 2 << false << true << false;
-        QTest::newRow("undo back to the save") << "p p s p u" << 2 << false << true << true;
-        QTest::newRow("saved before anything") << "s p p u u" << 0 << false << false << true;
-        QTest::newRow("round trip through setIndex") << "p p p s i0 i3" << 3 << false << true << false;
-        QTest::newRow("setIndex away from the save") << "p p p s i1" << 1 << true << true << true;
-        QTest::newRow("saved in the middle") << "p p p u s i3 i2" << 2 << false << true << true;
-        QTest::newRow("saving again after losing the save")
-            << "p p s u p s u r" << 2 << false << true << false;
-        QTest::newRow("undo past the save and redo to it")
-            << "p p p s u u u r r r" << 3 << false << true << false;
-        QTest::newRow("push from the saved state, undone") << "p s p u u r p u" << 1 << false << true << true;
-        QTest::newRow("push drops the redo tail") << "p p u u p" << 1 << true << true << false;
+        QTest::addColumn<QString>("expected");
+        const auto row = [](const char* a_tag, const QString& a_script, const char* a_expected) {
+            QTest::newRow(a_tag) << a_script << QString(a_expected);
+        };
+        row("undo on an empty stack", "u", "| (saved) ");
+        row("undo after two pushes and a save", "p p s u", "a0 | a1 (changed undo redo) a0");
+        row("redo back to the save", "p p s u r", "a0 a1 | (saved undo) a0 a1");
+        row("saved before anything", "s p p u u", "| a0 a1 (saved redo) ");
+        row("round trip through setIndex", "p p p s i0 i3", "a0 a1 a2 | (saved undo) a0 a1 a2");
+        row("saved in the middle", "p p p u s i3 i2", "a0 a1 | a2 (saved undo redo) a0 a1");
+        row("saving again after losing the save", "p p s u p s u r", "a0 a2 | (saved undo) a0 a2");
+        row("push from the saved state, undone", "p s p u u r p u", "a0 | a2 (saved undo redo) a0");
+        row("push drops the redo tail", "p p u u p", "a2 | (changed undo) a2");
+        // The oldest actions go so that maxDepth remain, even applied ones; what is kept still replays.
+        row("fourth push over depth 3", "d3 p p p p i3 i0 i3", "a1 a2 a3 | (changed undo) a0 a1 a2 a3");
+        row("lowered with the index in the middle", "p p p p p p p p p p u u u u d5 i5 i0 i1",
+            "a5 | a6 a7 a8 a9 (changed undo redo) a0 a1 a2 a3 a4 a5");
+        row("lowered below the applied ones", "p p p p p p p p p p u u u u u u u u d5",
+            "| a5 a6 a7 a8 a9 (changed redo) a0 a1");
+        row("raised", "d3 p p p u d10 i3 i0 i2", "a0 a1 | a2 (changed undo redo) a0 a1");
+        row("lowered to nothing", "p p p u d0", "| (changed) a0 a1");
+        // Only the outermost close pushes: nothing, the single member itself, or one batch named by the
+        // outermost open or after its members.
+        row("empty batch", "p p u ( )", "a0 | a1 (changed undo redo) a0");
+        row("open batch", "p p u (Paste p p", "a0 | a1 (changed undo redo) a0 a2 a3");
+        row("batch of one", "p p u (Paste p ) u r", "a0 a2 | (changed undo) a0 a2");
+        row("batch of two", "p p u ( p p ) u r", "a0 a2; a3 | (changed undo) a0 a2 a3");
+        row("nested batches", "p p u (Paste (inner p p (x p ) ) ) u r",
+            "a0 Paste | (changed undo) a0 a2 a3 a4");
+        // A failing action (3) is passed and stops the stack; go-on results (2) carry undo and redo on.
+        // Go-on actions are markers whose applied flag does not move, so a redo that meets one it
+        // already counts as applied stops there. The state at index 4 is the saved one.
+        const QString saved = QStringLiteral("p p p p s ");
+        row("undo of a failing action", saved + "U1113 u", "a0 a1 a2 | a3 (changed undo redo) a0 a1 a2 a3");
+        row("undo chain into a failing action", saved + "U1132 u",
+            "a0 a1 | a2 a3 (changed undo redo) a0 a1 a2");
+        row("redo of a failing action", saved + "i0 R3111 r", "a0 | a1 a2 a3 (changed undo redo) ");
+        row("redo chain into a failing action", saved + "i0 R2311 r", "a0 a1 | a2 a3 (changed undo redo) a0");
+        row("setIndex back into a failing action", saved + "U1311 i0",
+            "a0 | a1 a2 a3 (changed undo redo) a0 a1");
+        row("setIndex on into a failing action", saved + "i0 R1131 i4",
+            "a0 a1 a2 | a3 (changed undo redo) a0 a1");
+        row("undo of go-on actions to the start", saved + "U2222 u", "| a0 a1 a2 a3 (changed redo) ");
+        row("go-on actions both ways", saved + "U1221 R1221 u ? u ? r ? r ? u ?",
+            "3 0 1 2 0: | a0 a1 a2 a3 (changed redo) ");
     }
 
-    void savedState()
+    // Every step is checked against the states the actions were made for; the outcome reads
+    // "<actions, with | at the index> (<saved or changed> <undo and redo possible>) <applied>".
+    void scenario()
     {
         QFETCH(QString, script);
-        QFETCH(int, expectedIndex);
-        QFETCH(bool, expectedChanged);
-        QFETCH(bool, expectedUndo);
-        QFETCH(bool, expectedRedo);
+        QFETCH(QString, expected);
 
         Document document;
         ActionStack stack;
+        QCOMPARE(stack.maxDepth(), 1000);
         QSignalSpy enabledSpy(&stack, &ActionStack::actionEnabled);
-        run(stack, document, script);
-
-        QCOMPARE(stack.index(), expectedIndex);
-        QCOMPARE(stack.property("isStateChanged").toBool(), expectedChanged);
-        QCOMPARE(document.applied.size(), expectedIndex);
-        QCOMPARE(document.faults, 0);
+        QStringList notes;
+        run(stack, document, script, &notes);
+        QStringList actions;
+        for (int i = 0; i < stack.count(); ++i)
+            actions << stack.actionAt(i)->description();
+        actions.insert(stack.index(), QStringLiteral("|"));
         QVERIFY(!enabledSpy.isEmpty());
-        QCOMPARE(enabledSpy.last().at(0).toBool(), expectedUndo);
-        QCOMPARE(enabledSpy.last().at(1).toBool(), expectedRedo);
+        const QString outcome =
+            QStringLiteral("%1 (%2%3%4) %5")
+                .arg(actions.join(' '), stack.isStateChanged() ? "changed" : "saved",
+                     enabledSpy.last().at(0).toBool() ? " undo" : "",
+                     enabledSpy.last().at(1).toBool() ? " redo" : "", document.applied.join(' '));
+        QCOMPARE((notes.isEmpty() ? QString() : notes.join(' ') + ": ") + outcome, expected);
+        // Go-on markers keep their applied flag, so the states they replay on are not tracked.
+        if (!script.contains(QRegularExpression(QStringLiteral("[UR]\\d*2"))))
+            QCOMPARE(document.faults, 0);
     }
 
-    void savedStateUnreachable_data()
-    {
-        QTest::addColumn<QString>("script");
-
-        QTest::newRow("undo past the save, then push") << "p p s u p";
-        QTest::newRow("two undos past the save, then two pushes") << "p p p s u u p p";
-        QTest::newRow("undo to the start past the save, then push") << "p p s u u p";
-        QTest::newRow("three undos past the save, then push") << "p p p p s u u u p";
-        QTest::newRow("push after the loss, then more undos") << "p p s u p u u p";
-        QTest::newRow("marked unreachable") << "p p s x";
-        QTest::newRow("marked unreachable in the middle") << "p p p s u x";
-    }
-
+    // No sequence of undos, redos, jumps or further pushes reaches the saved state again.
     void savedStateUnreachable()
     {
-        QFETCH(QString, script);
-
-        Document document;
-        ActionStack stack;
-        run(stack, document, script);
-        for (int index = 0; index <= stack.count(); ++index) {
-            stack.setIndex(index);
-            QVERIFY2(stack.isStateChanged(), qPrintable(QStringLiteral("at index %1").arg(index)));
+        for (const char* script : {"p p s u p", "p p p s u u p p", "p p s u p u u p", "p p p s u x"}) {
+            Document document;
+            ActionStack stack;
+            run(stack, document, script);
+            for (int index = 0; index <= stack.count(); ++index) {
+                stack.setIndex(index);
+                QVERIFY2(stack.isStateChanged(), qPrintable(QStringLiteral("at index %1").arg(index)));
+            }
+            while (stack.index() > 0) {
+                stack.unapply();
+                QVERIFY(stack.isStateChanged());
+            }
+            run(stack, document, QStringLiteral("p u"));
+            QVERIFY2(stack.isStateChanged(), script);
+            QCOMPARE(document.faults, 0);
         }
-        while (stack.index() > 0) {
-            stack.unapply();
-            QVERIFY(stack.isStateChanged());
-        }
-        pushAction(stack, document);
-        stack.unapply();
-        QVERIFY(stack.isStateChanged());
-        QCOMPARE(document.faults, 0);
     }
 
     void offsetSetterReturnsOldValue()
@@ -291,132 +302,8 @@ private slots:
         QCOMPARE(stateSpy.count(), 2);
         run(stack, document, QStringLiteral("u p"));
         QCOMPARE(stack.offsetFromInitial(), INT_MIN);
-        QVERIFY(stack.setProperty("offsetFromInitial", 0));
+        stack.setOffsetFromInitial(0);
         QVERIFY(!stack.isStateChanged());
-    }
-
-    void maxDepth_data()
-    {
-        QTest::addColumn<int>("depthBefore");
-        QTest::addColumn<int>("pushes");
-        QTest::addColumn<int>("undos");
-        QTest::addColumn<int>("depthAfter");
-        QTest::addColumn<int>("expectedCount");
-        QTest::addColumn<int>("expectedIndex");
-        QTest::addColumn<QString>("expectedOldest");
-        QTest::addColumn<bool>("replays");
-
-        QTest::newRow("fourth push over depth 3") << 3 << 4 << 0 << -1 << 3 << 3 << "a1" << true;
-        QTest::newRow("many pushes over depth 3") << 3 << 10 << 0 << -1 << 3 << 3 << "a7" << true;
-        QTest::newRow("lowered with the index in the middle")
-            << 1000 << 10 << 4 << 5 << 5 << 1 << "a5" << true;
-        QTest::newRow("lowered with the index at the end") << 1000 << 10 << 0 << 4 << 4 << 4 << "a6" << true;
-        // The oldest go even when they are the applied ones; the index cannot fall below the start.
-        QTest::newRow("lowered below the applied ones") << 1000 << 10 << 8 << 5 << 5 << 0 << "a5" << false;
-        QTest::newRow("lowered with nothing applied") << 1000 << 6 << 6 << 2 << 2 << 0 << "a4" << false;
-        QTest::newRow("raised") << 3 << 3 << 1 << 10 << 3 << 2 << "a0" << true;
-        QTest::newRow("lowered to nothing") << 1000 << 3 << 1 << 0 << 0 << 0 << "" << true;
-    }
-
-    void maxDepth()
-    {
-        QFETCH(int, depthBefore);
-        QFETCH(int, pushes);
-        QFETCH(int, undos);
-        QFETCH(int, depthAfter);
-        QFETCH(int, expectedCount);
-        QFETCH(int, expectedIndex);
-        QFETCH(QString, expectedOldest);
-        QFETCH(bool, replays);
-
-        Document document;
-        ActionStack stack;
-        QCOMPARE(stack.maxDepth(), 1000);
-        stack.setMaxDepth(depthBefore);
-        run(stack, document, QStringLiteral("p ").repeated(pushes) + QStringLiteral("u ").repeated(undos));
-        QSignalSpy enabledSpy(&stack, &ActionStack::actionEnabled);
-        if (depthAfter >= 0) {
-            QVERIFY(stack.setProperty("maxDepth", depthAfter));
-            QCOMPARE(enabledSpy.count(), 1);
-            QCOMPARE(enabledSpy.at(0).at(0).toBool(), expectedIndex >= 1);
-            QCOMPARE(enabledSpy.at(0).at(1).toBool(), expectedCount > expectedIndex);
-        }
-
-        QCOMPARE(stack.count(), expectedCount);
-        QCOMPARE(stack.index(), expectedIndex);
-        QCOMPARE(stack.actionAt(0) ? stack.actionAt(0)->description() : QString(), expectedOldest);
-        if (!replays)
-            return;
-        // What is kept must still replay on the states it was made for.
-        const QStringList current = document.applied;
-        run(stack, document, QStringLiteral("i%1 i0 i%2").arg(stack.count()).arg(expectedIndex));
-        QCOMPARE(document.applied, current);
-        QCOMPARE(document.faults, 0);
-    }
-
-    void batches_data()
-    {
-        QTest::addColumn<int>("members");
-        QTest::addColumn<int>("nesting");
-        QTest::addColumn<QString>("batchDescription");
-        QTest::addColumn<QString>("expectedDescription");
-
-        QTest::newRow("empty") << 0 << 1 << QString() << QString();
-        QTest::newRow("one") << 1 << 1 << "Paste"
-                             << "a2";
-        QTest::newRow("two") << 2 << 1 << QString() << "a2; a3";
-        QTest::newRow("three, named") << 3 << 1 << "Paste"
-                                      << "Paste";
-        QTest::newRow("nested") << 3 << 3 << "Paste"
-                                << "Paste";
-        QTest::newRow("nested, empty") << 0 << 2 << "Paste" << QString();
-    }
-
-    void batches()
-    {
-        QFETCH(int, members);
-        QFETCH(int, nesting);
-        QFETCH(QString, batchDescription);
-        QFETCH(QString, expectedDescription);
-
-        Document document;
-        ActionStack stack;
-        run(stack, document, QStringLiteral("p p u"));
-        const QStringList before = document.applied;
-        QSignalSpy stateSpy(&stack, &ActionStack::stateChanged);
-        QSignalSpy enabledSpy(&stack, &ActionStack::actionEnabled);
-
-        for (int i = 0; i < nesting; ++i)
-            stack.openBatch(i == 0 ? batchDescription : QStringLiteral("inner"));
-        QList<QSharedPointer<TestAction>> pushed;
-        for (int i = 0; i < members; ++i)
-            pushed << pushAction(stack, document);
-        for (int i = 0; i < nesting; ++i) {
-            QVERIFY(stack.isBatchOpen());
-            QCOMPARE(stack.count(), 2);
-            QCOMPARE(stack.index(), 1);
-            QCOMPARE(stateSpy.count() + enabledSpy.count(), 0);
-            stack.closeBatch();
-        }
-        QVERIFY(!stack.isBatchOpen());
-
-        QCOMPARE(stack.count(), 2);
-        QCOMPARE(stack.index(), members == 0 ? 1 : 2);
-        QCOMPARE(stateSpy.count(), members == 0 ? 0 : 1);
-        if (members == 0)
-            return;
-        const QSharedPointer<ActionBase> top = stack.actionAt(1);
-        QCOMPARE(top->description(), expectedDescription);
-        if (members == 1)
-            QVERIFY(top == pushed.first());
-        else
-            QCOMPARE(top.dynamicCast<ActionBatch>()->count(), members);
-
-        stack.unapply();
-        QCOMPARE(document.applied, before);
-        stack.reapply();
-        QCOMPARE(document.applied.size(), before.size() + members);
-        QCOMPARE(document.faults, 0);
     }
 
     void batchReportsDoneWhateverItsMembersDo()
@@ -425,119 +312,34 @@ private slots:
         ActionBatch batch;
         for (int i = 0; i < 3; ++i)
             batch.append(QSharedPointer<TestAction>::create(&document, QStringLiteral("a%1").arg(i)));
-        const auto failing = batch.actions().at(1).staticCast<TestAction>();
-        failing->setResults(ActionBase::Failed, ActionBase::Failed);
-
+        batch.actions().at(1).staticCast<TestAction>()->setResults(ActionBase::Failed, ActionBase::Failed);
+        const auto applied = [&batch] {
+            QList<bool> flags;
+            for (const auto& action : batch.actions())
+                flags << action->isApplied();
+            return flags;
+        };
         QCOMPARE(batch.unapply(), ActionBase::Done);
-        QCOMPARE(batch.actions().at(0)->isApplied(), false);
-        QCOMPARE(failing->isApplied(), true);
-        QCOMPARE(batch.actions().at(2)->isApplied(), false);
+        QCOMPARE(applied(), (QList<bool>{false, true, false}));
         QCOMPARE(batch.reapply(), ActionBase::Done);
-        QCOMPARE(batch.actions().at(0)->isApplied(), true);
+        QCOMPARE(applied(), (QList<bool>{true, true, true}));
     }
 
-    void setIndexIgnored_data()
-    {
-        QTest::addColumn<int>("target");
-
-        QTest::newRow("current index") << 2;
-        QTest::newRow("negative") << -1;
-        QTest::newRow("above the count") << 4;
-    }
-
+    // The current index, one below 0 and one above the count change nothing and run nothing.
     void setIndexIgnored()
     {
-        QFETCH(int, target);
-
-        Document document;
-        ActionStack stack;
-        run(stack, document, QStringLiteral("p p p u"));
-        QSignalSpy stateSpy(&stack, &ActionStack::stateChanged);
-        QSignalSpy enabledSpy(&stack, &ActionStack::actionEnabled);
-        stack.setIndex(target);
-
-        QCOMPARE(stack.index(), 2);
-        QCOMPARE(stateSpy.count() + enabledSpy.count(), 0);
-        QCOMPARE(actionAt(stack, 0)->bodyCalls() + actionAt(stack, 1)->bodyCalls() +
-                     actionAt(stack, 2)->bodyCalls(),
-                 1);
-    }
-
-    // A failing action (3) is passed and stops the stack; go-on results (2) carry undo and redo on.
-    // Go-on actions are markers whose applied flag does not move, so a redo that meets one it already
-    // counts as applied stops there.
-    void resultsSteerTheStack_data()
-    {
-        QTest::addColumn<QString>("setup");
-        QTest::addColumn<QString>("undoResults");
-        QTest::addColumn<QString>("redoResults");
-        QTest::addColumn<QString>("steps");
-        QTest::addColumn<QList<int>>("expectedIndexes");
-
-        QTest::newRow("undo of a failing action") << ""
-                                                  << "1113"
-                                                  << ""
-                                                  << "u" << QList<int>{3};
-        QTest::newRow("undo chain into a failing action") << ""
-                                                          << "1132"
-                                                          << ""
-                                                          << "u" << QList<int>{2};
-        QTest::newRow("redo of a failing action") << "i0"
-                                                  << ""
-                                                  << "3111"
-                                                  << "r" << QList<int>{1};
-        QTest::newRow("redo chain into a failing action") << "i0"
-                                                          << ""
-                                                          << "2311"
-                                                          << "r" << QList<int>{2};
-        QTest::newRow("setIndex back into a failing action") << ""
-                                                             << "1311"
-                                                             << ""
-                                                             << "i0" << QList<int>{1};
-        QTest::newRow("setIndex on into a failing action") << "i0"
-                                                           << ""
-                                                           << "1131"
-                                                           << "i4" << QList<int>{3};
-        QTest::newRow("undo through go-on actions") << ""
-                                                    << "1221"
-                                                    << ""
-                                                    << "u u" << QList<int>{3, 0};
-        QTest::newRow("undo of go-on actions to the start") << ""
-                                                            << "2222"
-                                                            << ""
-                                                            << "u" << QList<int>{0};
-        QTest::newRow("redo through go-on actions") << "i0"
-                                                    << ""
-                                                    << "1221"
-                                                    << "r r" << QList<int>{1, 4};
-        QTest::newRow("redo of go-on actions to the end") << "i0"
-                                                          << ""
-                                                          << "2222"
-                                                          << "r" << QList<int>{4};
-        QTest::newRow("go-on actions both ways") << ""
-                                                 << "1221"
-                                                 << "1221"
-                                                 << "u u r r u" << QList<int>{3, 0, 1, 2, 0};
-    }
-
-    void resultsSteerTheStack()
-    {
-        QFETCH(QString, setup);
-        QFETCH(QString, undoResults);
-        QFETCH(QString, redoResults);
-        QFETCH(QString, steps);
-        QFETCH(QList<int>, expectedIndexes);
-
-        Document document;
-        ActionStack stack;
-        run(stack, document, QStringLiteral("p p p p s ") + setup);
-        setResults(stack, undoResults, redoResults);
-        const QStringList stepList = steps.split(QLatin1Char(' '));
-        for (int i = 0; i < stepList.size(); ++i) {
-            run(stack, document, stepList.at(i));
-            QCOMPARE(stack.index(), expectedIndexes.at(i));
-            QCOMPARE(stack.offsetFromInitial(), expectedIndexes.at(i) - 4);
-            QCOMPARE(stack.isStateChanged(), expectedIndexes.at(i) != 4);
+        for (int target : {2, -1, 4}) {
+            Document document;
+            ActionStack stack;
+            run(stack, document, QStringLiteral("p p p u"));
+            QSignalSpy stateSpy(&stack, &ActionStack::stateChanged);
+            QSignalSpy enabledSpy(&stack, &ActionStack::actionEnabled);
+            stack.setIndex(target);
+            QCOMPARE(stack.index(), 2);
+            QCOMPARE(stateSpy.count() + enabledSpy.count(), 0);
+            QCOMPARE(actionAt(stack, 0)->bodyCalls() + actionAt(stack, 1)->bodyCalls() +
+                         actionAt(stack, 2)->bodyCalls(),
+                     1);
         }
     }
 
@@ -559,6 +361,7 @@ private slots:
                                                            << "u" << 2;
     }
 
+    // While actions run, pushes, undos, redos and jumps from within them are dropped.
     void busyDropsReentry()
     {
         QFETCH(QString, reentry);
@@ -570,15 +373,13 @@ private slots:
         run(stack, document, QStringLiteral("p p p"));
         const auto top = actionAt(stack, 2);
         Document other;
-        const std::function<void()> hook = [&]() {
-            QVERIFY(stack.isBusy());
-            run(stack, other, reentry);
-        };
         if (reentry == QLatin1String("signal")) {
             connect(top.data(), &ActionBase::stateChanged, this, [&]() { pushAction(stack, other); });
         } else {
-            top->setUndoHook(hook);
-            top->setRedoHook(hook);
+            top->setHook([&]() {
+                QVERIFY(stack.isBusy());
+                run(stack, other, reentry);
+            });
         }
         run(stack, document, trigger);
 
@@ -597,13 +398,12 @@ private slots:
         TestElement second(QStringLiteral("second"));
         run(stack, document, QStringLiteral("p p i0"));
         bool firstRaisedBeforeSecondAction = false;
-        actionAt(stack, 0)->setRedoHook([&]() { first.raiseLater(); });
-        actionAt(stack, 1)->setRedoHook([&]() {
+        actionAt(stack, 0)->setHook([&]() { first.raiseLater(); });
+        actionAt(stack, 1)->setHook([&]() {
             firstRaisedBeforeSecondAction = first.isRaised();
             second.raiseLater();
         });
         stack.setIndex(2);
-
         QVERIFY(firstRaisedBeforeSecondAction);
         QVERIFY(second.isRaised());
     }
@@ -616,19 +416,16 @@ private slots:
         QTest::addColumn<int>("expectedLast");
 
         QTest::newRow("empty") << 0 << 0 << -1 << 0;
-        QTest::newRow("one applied") << 1 << 1 << 0 << 0;
         QTest::newRow("one undone") << 1 << 0 << 0 << 0;
         QTest::newRow("three, index 1") << 3 << 1 << 2 << 0;
         QTest::newRow("fifteen, index 2") << 15 << 2 << 11 << 0;
-        QTest::newRow("fifteen, all applied") << 15 << 15 << 14 << 0;
         QTest::newRow("twenty, nothing applied") << 20 << 0 << 19 << 0;
-        QTest::newRow("twenty-five, nothing applied") << 25 << 0 << 19 << 0;
         QTest::newRow("twenty-five, all applied") << 25 << 25 << 24 << 5;
-        QTest::newRow("forty, index 3") << 40 << 3 << 19 << 0;
-        QTest::newRow("forty, index 20") << 40 << 20 << 29 << 10;
         QTest::newRow("forty, index 35") << 40 << 35 << 39 << 20;
     }
 
+    // Newest first, at most twenty entries around the index; the current state goes right after the
+    // last redo entry. Entries carry the index they lead to, their icon and one exclusive group.
     void historyMenu()
     {
         QFETCH(int, count);
@@ -642,48 +439,33 @@ private slots:
         QMenu menu;
         stack.fillHistoryMenu(&menu);
 
-        // Newest first; the current state goes right after the last redo entry.
         const QString current = QStringLiteral("Current State");
-        QStringList expectedTexts;
-        QVariantList expectedData;
+        QStringList expected;
         for (int position = expectedFirst; position >= expectedLast; --position) {
-            if (position == index - 1) {
-                expectedTexts << current;
-                expectedData << QVariant();
-            }
-            const bool redo = position >= index;
-            expectedTexts << (redo ? QStringLiteral("Redo: a%1") : QStringLiteral("Undo: a%1")).arg(position);
-            expectedData << QVariant(redo ? position + 1 : position);
+            if (position == index - 1)
+                expected << current;
+            expected << QString(position >= index ? "Redo: a%1 > %2" : "Undo: a%1 > %2")
+                            .arg(position)
+                            .arg(position >= index ? position + 1 : position);
         }
-        if (index == 0 && count > 0) {
-            expectedTexts << current;
-            expectedData << QVariant();
-        }
-        const QList<QAction*> entries = menu.actions();
-        QCOMPARE(entries.size(), expectedTexts.size());
-        if (entries.isEmpty())
-            return;
+        if (index == 0 && count > 0)
+            expected << current;
 
         const QImage undoImage = iconImage(QIcon(QStringLiteral(":/icons/Undo.png")));
         const QImage redoImage = iconImage(QIcon(QStringLiteral(":/icons/Redo.png")));
-        QVERIFY(!undoImage.isNull());
-        QVERIFY(undoImage != redoImage);
-        QActionGroup* group = entries.first()->actionGroup();
-        QVERIFY(group && group->isExclusive());
-        for (int row = 0; row < entries.size(); ++row) {
-            const QAction* entry = entries.at(row);
+        QVERIFY(!undoImage.isNull() && undoImage != redoImage);
+        QStringList entries;
+        for (const QAction* entry : menu.actions()) {
             const bool isCurrent = entry->text() == current;
-            QCOMPARE(entry->text(), expectedTexts.at(row));
-            QCOMPARE(entry->actionGroup(), group);
-            QVERIFY(entry->isCheckable());
+            entries << (isCurrent ? current : entry->text() + " > " + entry->data().toString());
+            QVERIFY(entry->actionGroup() && entry->actionGroup() == menu.actions().first()->actionGroup());
+            QVERIFY(entry->isCheckable() && entry->actionGroup()->isExclusive());
             QCOMPARE(entry->isChecked(), isCurrent);
             QCOMPARE(entry->font().weight() == 75, isCurrent);
-            if (isCurrent)
-                continue;
-            QCOMPARE(entry->data(), expectedData.at(row));
-            QCOMPARE(iconImage(entry->icon()),
-                     entry->text().startsWith(QLatin1String("Redo")) ? redoImage : undoImage);
+            QVERIFY(isCurrent ||
+                    iconImage(entry->icon()) == (entry->text().startsWith("Redo") ? redoImage : undoImage));
         }
+        QCOMPARE(entries, expected);
     }
 
     void historyMenuText_data()
@@ -693,9 +475,6 @@ private slots:
         QTest::addColumn<QString>("expectedToolTip");
 
         const QString x61 = QString(61, QLatin1Char('x'));
-        QTest::newRow("short") << "Mode deleted (M1)"
-                               << "Mode deleted (M1)"
-                               << "<dl><dt><b>Undo: </b></dt><dd>Mode deleted (M1)</dd></dl>";
         QTest::newRow("64 characters") << x61 + "abc" << x61 + "abc"
                                        << "<dl><dt><b>Undo: </b></dt><dd>" + x61 + "abc</dd></dl>";
         QTest::newRow("65 characters") << x61 + "abcd" << x61 + "..."
@@ -704,11 +483,9 @@ private slots:
             << "Value set (\"<&>\")"
             << "Value set (\"<&>\")"
             << "<dl><dt><b>Undo: </b></dt><dd>Value set (&quot;&lt;&amp;&gt;&quot;)</dd></dl>";
-        QTest::newRow("long markup") << x61 + "<&><&>" << x61 + "..."
-                                     << "<dl><dt><b>Undo: </b></dt><dd>" + x61 +
-                                            "&lt;&amp;&gt;&lt;&amp;&gt;</dd></dl>";
     }
 
+    // Texts are cut after 64 characters; tool tips hold the whole description, escaped.
     void historyMenuText()
     {
         QFETCH(QString, description);
@@ -724,11 +501,11 @@ private slots:
         stack.fillHistoryMenu(&menu);
         const QList<QAction*> entries = menu.actions();
         QCOMPARE(entries.size(), 3);
-        QCOMPARE(entries.at(2)->text(), QStringLiteral("Undo: ") + expectedText);
-        QCOMPARE(entries.at(2)->toolTip(), expectedToolTip);
-        QCOMPARE(entries.at(0)->text(), QStringLiteral("Redo: ") + expectedText);
-        QCOMPARE(entries.at(0)->toolTip(),
-                 QString(expectedToolTip).replace(QStringLiteral("<b>Undo: "), QStringLiteral("<b>Redo: ")));
+        QCOMPARE(
+            QStringList({entries.at(0)->text(), entries.at(0)->toolTip(), entries.at(2)->text(),
+                         entries.at(2)->toolTip()}),
+            QStringList({"Redo: " + expectedText, QString(expectedToolTip).replace("<b>Undo: ", "<b>Redo: "),
+                         "Undo: " + expectedText, expectedToolTip}));
     }
 
     void historyMenuSelection()
@@ -754,7 +531,6 @@ private slots:
         stack.fillHistoryMenu(&menu);
         QCOMPARE(menu.findChildren<QActionGroup*>().size(), 1);
         entry(QStringLiteral("Redo: a4"))->trigger();
-        QCOMPARE(stack.index(), 5);
         QCOMPARE(document.applied, firstNames(5));
 
         // Only integer data selects a position.
