@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <QLayout>
 #include <QLineEdit>
-#include <QSignalSpy>
 #include <QTest>
 
 using namespace Orvex;
@@ -133,256 +132,234 @@ class TestFeatureElement : public QObject
     Q_OBJECT
 
 private slots:
-    void instanceChanges_data();
-    void instanceChanges();
-    void userActions_data();
-    void userActions();
-    void widgetStructure_data();
-    void widgetStructure();
-    void widgetOwnership_data();
-    void widgetOwnership();
-};
+    void instanceChanges_data()
+    {
+        QTest::addColumn<QString>("widget");
+        QTest::addColumn<QString>("before");
+        QTest::addColumn<size_t>("count");
+        QTest::addColumn<QString>("operation");
+        QTest::addColumn<QString>("after");
+        QTest::addColumn<QString>("values");
+        QTest::addColumn<QString>("signalLog");
 
-void TestFeatureElement::instanceChanges_data()
-{
-    QTest::addColumn<QString>("widget");
-    QTest::addColumn<QString>("before");
-    QTest::addColumn<size_t>("count");
-    QTest::addColumn<QString>("operation");
-    QTest::addColumn<QString>("after");
-    QTest::addColumn<QString>("values");
-    QTest::addColumn<QString>("signalLog");
-
-    for (const char* widget : {"none", "before", "after"}) {
-        const auto row = [widget](const char* a_name, const char* a_before, size_t a_count,
-                                  const char* a_operation, const char* a_after, const char* a_values,
-                                  const char* a_signalLog) {
-            QTest::addRow("%s, widget %s", a_name, widget)
-                << QString(widget) << QString(a_before) << a_count << QString(a_operation) << QString(a_after)
-                << QString(a_values) << QString(a_signalLog);
-        };
-        row("enabling a toggle", "0..1", 0, "enabled 1", "0..1", "v0", "inserted 0,min 0,max 1");
-        row("enabling with instances", "0..5", 2, "enabled 1", "0..5", "v0 v1", "");
-        row("disabling keeps minOccurs", "2..*", 5, "enabled 0", "2..*", "v0 v1", "min 1");
-        row("disabling a toggle", "0..1", 1, "enabled 0", "0..1", "", "max 0,min 1");
-        row("minOccurs above the count", "0..5", 1, "minOccurs 3", "3..5", "v0 v1 v2",
-            "inserted 1,inserted 2,min 1,max 0");
-        row("minOccurs above maxOccurs", "1..2", 2, "minOccurs 4", "4..4", "v0 v1 v2 v3",
-            "inserted 2,inserted 3,max 1,min 1,max 1");
-        row("minOccurs lowered", "3..5", 4, "minOccurs 1", "1..5", "v0 v1 v2 v3", "min 0,max 0");
-        row("maxOccurs below the count", "0..*", 5, "maxOccurs 2", "0..2", "v0 v1", "min 0,max 1");
-        row("maxOccurs below minOccurs", "3..5", 4, "maxOccurs 1", "1..1", "v0", "min 1,min 1,max 1");
-        row("maxOccurs unchanged", "0..3", 3, "maxOccurs 3", "0..3", "v0 v1 v2", "");
-        row("insert clamps the index", "0..5", 2, "insert 7", "0..5", "v0 v1 v2", "inserted 2");
-        row("insert before an instance", "0..5", 3, "insert 1", "0..5", "v0 v3 v1 v2", "inserted 1");
-        row("insert from minimum to maximum", "1..2", 1, "insert 0", "1..2", "v1 v0",
-            "inserted 0,min 0,max 1");
-        row("insert beyond maxOccurs", "0..2", 2, "insert 0", "0..2", "v0 v1", "");
-        row("remove below minOccurs", "2..5", 2, "remove 0", "2..5", "v0 v1", "");
-        row("remove from maximum to minimum", "1..2", 2, "remove 0", "1..2", "v1", "max 0,min 1");
-        row("remove beyond the end takes the last", "0..5", 3, "remove 9", "0..5", "v0 v1", "");
-        row("move first to last", "0..*", 3, "move 0 2", "0..*", "v1 v2 v0", "");
-        row("move last to first", "0..*", 3, "move 2 0", "0..*", "v2 v0 v1", "");
-        row("move beyond the end", "0..*", 3, "move 0 3", "0..*", "v0 v1 v2", "");
+        for (const char* widget : {"none", "before", "after"}) {
+            const auto row = [widget](const char* a_name, const char* a_before, size_t a_count,
+                                      const char* a_operation, const char* a_after, const char* a_values,
+                                      const char* a_signalLog) {
+                QTest::addRow("%s, widget %s", a_name, widget)
+                    << QString(widget) << QString(a_before) << a_count << QString(a_operation)
+                    << QString(a_after) << QString(a_values) << QString(a_signalLog);
+            };
+            row("enabling a toggle", "0..1", 0, "enabled 1", "0..1", "v0", "inserted 0,min 0,max 1");
+            row("disabling keeps minOccurs", "2..*", 5, "enabled 0", "2..*", "v0 v1", "min 1");
+            row("disabling a toggle", "0..1", 1, "enabled 0", "0..1", "", "max 0,min 1");
+            row("minOccurs above the count", "0..5", 1, "minOccurs 3", "3..5", "v0 v1 v2",
+                "inserted 1,inserted 2,min 1,max 0");
+            row("minOccurs above maxOccurs", "1..2", 2, "minOccurs 4", "4..4", "v0 v1 v2 v3",
+                "inserted 2,inserted 3,max 1,min 1,max 1");
+            row("minOccurs lowered", "3..5", 4, "minOccurs 1", "1..5", "v0 v1 v2 v3", "min 0,max 0");
+            row("maxOccurs below the count", "0..*", 5, "maxOccurs 2", "0..2", "v0 v1", "min 0,max 1");
+            row("maxOccurs below minOccurs", "3..5", 4, "maxOccurs 1", "1..1", "v0", "min 1,min 1,max 1");
+            row("insert clamps the index", "0..5", 2, "insert 7", "0..5", "v0 v1 v2", "inserted 2");
+            row("insert before an instance", "0..5", 3, "insert 1", "0..5", "v0 v3 v1 v2", "inserted 1");
+            row("insert from minimum to maximum", "1..2", 1, "insert 0", "1..2", "v1 v0",
+                "inserted 0,min 0,max 1");
+            row("insert beyond maxOccurs", "0..2", 2, "insert 0", "0..2", "v0 v1", "");
+            row("remove below minOccurs", "2..5", 2, "remove 0", "2..5", "v0 v1", "");
+            row("remove from maximum to minimum", "1..2", 2, "remove 0", "1..2", "v1", "max 0,min 1");
+            row("remove beyond the end takes the last", "0..5", 3, "remove 9", "0..5", "v0 v1", "");
+            row("move first to last", "0..*", 3, "move 0 2", "0..*", "v1 v2 v0", "");
+            row("move beyond the end", "0..*", 3, "move 0 3", "0..*", "v0 v1 v2", "");
+        }
     }
-}
 
-void TestFeatureElement::instanceChanges()
-{
-    QFETCH(QString, widget);
-    QFETCH(QString, before);
-    QFETCH(size_t, count);
-    QFETCH(QString, operation);
-    QFETCH(QString, after);
-    QFETCH(QString, values);
-    QFETCH(QString, signalLog);
-    HolderElement holder(nullptr, nullptr);
-    auto feature = makeFeature(&holder, before, count, widget);
-    QStringList log;
-    QSignalSpy inserted(feature.get(), &FeatureElementBase::instanceInserted);
-    connect(feature.get(), &FeatureElementBase::instanceInserted, this,
-            [&](size_t a_index) { log << QStringLiteral("inserted %1").arg(a_index); });
-    connect(feature.get(), &FeatureElementBase::instanceCountIsMinOccurs, this,
-            [&](bool a_at) { log << QStringLiteral("min %1").arg(int(a_at)); });
-    connect(feature.get(), &FeatureElementBase::instanceCountIsMaxOccurs, this,
-            [&](bool a_at) { log << QStringLiteral("max %1").arg(int(a_at)); });
+    void instanceChanges()
+    {
+        QFETCH(QString, widget);
+        QFETCH(QString, before);
+        QFETCH(size_t, count);
+        QFETCH(QString, operation);
+        QFETCH(QString, after);
+        QFETCH(QString, values);
+        QFETCH(QString, signalLog);
+        HolderElement holder(nullptr, nullptr);
+        auto feature = makeFeature(&holder, before, count, widget);
+        QStringList log;
+        connect(feature.get(), &FeatureElementBase::instanceInserted, this,
+                [&](size_t a_index) { log << QStringLiteral("inserted %1").arg(a_index); });
+        connect(feature.get(), &FeatureElementBase::instanceCountIsMinOccurs, this,
+                [&](bool a_at) { log << QStringLiteral("min %1").arg(int(a_at)); });
+        connect(feature.get(), &FeatureElementBase::instanceCountIsMaxOccurs, this,
+                [&](bool a_at) { log << QStringLiteral("max %1").arg(int(a_at)); });
 
-    const QStringList words = operation.split(' ');
-    const size_t argument = words[1].toULongLong();
-    if (words[0] == "insert")
-        feature->insertInstance(argument);
-    else if (words[0] == "remove")
-        feature->removeInstance(argument);
-    else if (words[0] == "move")
-        QCOMPARE(feature->moveInstance(argument, words[2].toULongLong()), words[2].toULongLong() < count);
-    else if (words[0] == "enabled")
-        QVERIFY(feature->setProperty("enabled", argument != 0));
-    else
-        QVERIFY(feature->setProperty(words[0].toLatin1(), QVariant::fromValue(argument)));
-
-    QCOMPARE(log.join(','), signalLog);
-    for (const QList<QVariant>& arguments : inserted)
-        QVERIFY(log.contains(QStringLiteral("inserted %1").arg(arguments.first().value<size_t>())));
-    const QStringList expectedValues = values.split(' ', Qt::SkipEmptyParts);
-    QCOMPARE(feature->values, expectedValues);
-    QCOMPARE(feature->property("instanceCount").value<size_t>(), size_t(expectedValues.size()));
-    QCOMPARE(feature->property("minOccurs").value<size_t>(), bounds(after).first);
-    QCOMPARE(feature->property("maxOccurs").value<size_t>(), bounds(after).second);
-    QCOMPARE(feature->property("enabled").toBool(), !expectedValues.isEmpty());
-    QCOMPARE(feature->property("dataSet").toStringList(), expectedValues);
-    if (widget != "none")
-        checkRows(*feature, bounds(before).second - bounds(before).first > 1);
-    else
-        QVERIFY(!feature->widget());
-}
-
-void TestFeatureElement::userActions_data()
-{
-    QTest::addColumn<QString>("occurs");
-    QTest::addColumn<size_t>("count");
-    QTest::addColumn<QString>("action");
-    QTest::addColumn<QStringList>("requested");
-
-    const auto row = [](const char* a_name, const char* a_bounds, size_t a_count, const char* a_action,
-                        const QStringList& a_requested) {
-        QTest::newRow(a_name) << QString(a_bounds) << a_count << QString(a_action) << a_requested;
-    };
-    row("row + of instance 2", "1..5", 3, "click + 2", {"insert 2"});
-    row("trailing +", "1..5", 3, "click + trailing", {"insert 3"});
-    row("row - of instance 1", "1..5", 3, "click - 1", {"remove 1"});
-    row("trailing -", "1..5", 3, "click - trailing", {"remove 2"});
-    row("trailing + at maximum", "1..3", 3, "click + trailing", {});
-    row("insert without sender", "1..5", 3, "insert", {"insert 3"});
-    row("remove without sender", "1..5", 3, "remove", {"remove 2"});
-    row("insert index beyond the end", "1..5", 3, "insert 9", {"insert 3"});
-    row("insert at maximum", "0..3", 3, "insert 0", {});
-    row("remove index beyond the end", "1..5", 3, "remove 3", {});
-    row("remove at minimum", "3..3", 3, "remove 0", {});
-    row("reinsert", "1..5", 3, "reinsert 0 2", {"reinsert 0 2"});
-    row("reinsert beyond the end", "1..5", 3, "reinsert 0 3", {});
-    row("disable", "1..5", 3, "enable 0", {"remove 2", "remove 1"});
-    row("enable without instances", "0..1", 0, "enable 1", {"insert 0"});
-    row("enable with instances", "0..5", 3, "enable 1", {});
-}
-
-void TestFeatureElement::userActions()
-{
-    QFETCH(QString, occurs);
-    QFETCH(size_t, count);
-    QFETCH(QString, action);
-    QFETCH(QStringList, requested);
-    HolderElement holder(nullptr, nullptr);
-    auto feature = makeFeature(&holder, occurs, count, "after");
-
-    const QStringList words = action.split(' ');
-    const size_t first = words.value(1).toULongLong();
-    if (words[0] == "click") {
-        FeatureInstanceRecord* record = feature->instanceRecord(words[2].toULongLong());
-        if (words[2] == "trailing")
-            trailingButton(*feature, words[1])->click();
+        const QStringList words = operation.split(' ');
+        const size_t argument = words[1].toULongLong();
+        if (words[0] == "insert")
+            feature->insertInstance(argument);
+        else if (words[0] == "remove")
+            feature->removeInstance(argument);
+        else if (words[0] == "move")
+            QCOMPARE(feature->moveInstance(argument, words[2].toULongLong()), words[2].toULongLong() < count);
+        else if (words[0] == "enabled")
+            QVERIFY(feature->setProperty("enabled", argument != 0));
         else
-            (words[1] == "+" ? record->insertButton() : record->removeButton())->click();
-    } else if (action == "insert" || action == "remove") {
-        action == "insert" ? feature->userInsert() : feature->userRemove();
-    } else if (words[0] == "insert" || words[0] == "remove") {
-        words[0] == "insert" ? feature->userInsert(first) : feature->userRemove(first);
-    } else if (words[0] == "reinsert") {
-        feature->userReinsert(first, words[2].toULongLong());
-    } else {
-        feature->userSetEnabled(first != 0);
+            QVERIFY(feature->setProperty(words[0].toLatin1(), QVariant::fromValue(argument)));
+
+        QCOMPARE(log.join(','), signalLog);
+        const QStringList expectedValues = values.split(' ', Qt::SkipEmptyParts);
+        QCOMPARE(feature->values, expectedValues);
+        QCOMPARE(QList<size_t>({feature->instanceCount(), feature->minOccurs(), feature->maxOccurs()}),
+                 QList<size_t>({size_t(expectedValues.size()), bounds(after).first, bounds(after).second}));
+        QCOMPARE(feature->isEnabled(), !expectedValues.isEmpty());
+        if (widget != "none")
+            checkRows(*feature, bounds(before).second - bounds(before).first > 1);
+        else
+            QVERIFY(!feature->widget());
     }
-    QCOMPARE(feature->requests, requested);
-    QCOMPARE(feature->instanceCount(), count);
-}
 
-void TestFeatureElement::widgetStructure_data()
-{
-    QTest::addColumn<QString>("occurs");
-    QTest::addColumn<bool>("parentHasWidget");
-    QTest::addColumn<bool>("toggle");
-    QTest::addColumn<bool>("buttons");
-    QTest::newRow("toggle 0..1") << "0..1" << true << true << false;
-    QTest::newRow("mandatory 1..1") << "1..1" << true << false << false;
-    QTest::newRow("two in a row 2..3") << "2..3" << true << false << false;
-    QTest::newRow("repeating 0..2") << "0..2" << true << false << true;
-    QTest::newRow("unbounded, parent without widget") << "1..*" << false << false << true;
-}
+    void userActions_data()
+    {
+        QTest::addColumn<QString>("occurs");
+        QTest::addColumn<size_t>("count");
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<QStringList>("requested");
 
-void TestFeatureElement::widgetStructure()
-{
-    QFETCH(QString, occurs);
-    QFETCH(bool, parentHasWidget);
-    QFETCH(bool, toggle);
-    QFETCH(bool, buttons);
-    HolderElement holder(nullptr, nullptr);
-    if (parentHasWidget)
+        const auto row = [](const char* a_name, const char* a_bounds, size_t a_count, const char* a_action,
+                            const QStringList& a_requested) {
+            QTest::newRow(a_name) << QString(a_bounds) << a_count << QString(a_action) << a_requested;
+        };
+        row("row + of instance 2", "1..5", 3, "click + 2", {"insert 2"});
+        row("trailing +", "1..5", 3, "click + trailing", {"insert 3"});
+        row("row - of instance 1", "1..5", 3, "click - 1", {"remove 1"});
+        row("trailing -", "1..5", 3, "click - trailing", {"remove 2"});
+        row("trailing + at maximum", "1..3", 3, "click + trailing", {});
+        row("insert without sender", "1..5", 3, "insert", {"insert 3"});
+        row("remove without sender", "1..5", 3, "remove", {"remove 2"});
+        row("insert index beyond the end", "1..5", 3, "insert 9", {"insert 3"});
+        row("remove index beyond the end", "1..5", 3, "remove 3", {});
+        row("remove at minimum", "3..3", 3, "remove 0", {});
+        row("reinsert", "1..5", 3, "reinsert 0 2", {"reinsert 0 2"});
+        row("reinsert beyond the end", "1..5", 3, "reinsert 0 3", {});
+        row("disable", "1..5", 3, "enable 0", {"remove 2", "remove 1"});
+        row("enable without instances", "0..1", 0, "enable 1", {"insert 0"});
+    }
+
+    void userActions()
+    {
+        QFETCH(QString, occurs);
+        QFETCH(size_t, count);
+        QFETCH(QString, action);
+        QFETCH(QStringList, requested);
+        HolderElement holder(nullptr, nullptr);
+        auto feature = makeFeature(&holder, occurs, count, "after");
+
+        const QStringList words = action.split(' ');
+        const size_t first = words.value(1).toULongLong();
+        if (words[0] == "click") {
+            FeatureInstanceRecord* record = feature->instanceRecord(words[2].toULongLong());
+            if (words[2] == "trailing")
+                trailingButton(*feature, words[1])->click();
+            else
+                (words[1] == "+" ? record->insertButton() : record->removeButton())->click();
+        } else if (action == "insert" || action == "remove") {
+            action == "insert" ? feature->userInsert() : feature->userRemove();
+        } else if (words[0] == "insert" || words[0] == "remove") {
+            words[0] == "insert" ? feature->userInsert(first) : feature->userRemove(first);
+        } else if (words[0] == "reinsert") {
+            feature->userReinsert(first, words[2].toULongLong());
+        } else {
+            feature->userSetEnabled(first != 0);
+        }
+        QCOMPARE(feature->requests, requested);
+        QCOMPARE(feature->instanceCount(), count);
+    }
+
+    void widgetStructure_data()
+    {
+        QTest::addColumn<QString>("occurs");
+        QTest::addColumn<bool>("parentHasWidget");
+        QTest::addColumn<bool>("toggle");
+        QTest::addColumn<bool>("buttons");
+        QTest::newRow("toggle 0..1") << "0..1" << true << true << false;
+        QTest::newRow("two in a row 2..3") << "2..3" << true << false << false;
+        QTest::newRow("repeating 0..2") << "0..2" << true << false << true;
+        QTest::newRow("unbounded, parent without widget") << "1..*" << false << false << true;
+    }
+
+    void widgetStructure()
+    {
+        QFETCH(QString, occurs);
+        QFETCH(bool, parentHasWidget);
+        QFETCH(bool, toggle);
+        QFETCH(bool, buttons);
+        HolderElement holder(nullptr, nullptr);
+        if (parentHasWidget)
+            holder.setWidget(new QWidget);
+        auto feature = makeFeature(&holder, occurs, std::max<size_t>(bounds(occurs).first, 1));
+
+        QCOMPARE(feature->isToggleFeature(), toggle);
+        QVERIFY(feature->name() == "TapGeometry" && feature->isAttribute());
+        QWidget* widget = feature->createWidget();
+        QCOMPARE(feature->createWidget(), widget);
+        QCOMPARE(widget->objectName(), QStringLiteral("TransparentWidget"));
+        QCOMPARE(widget->parentWidget(), holder.widget());
+        QVERIFY(qobject_cast<QVBoxLayout*>(widget->layout()));
+        QCOMPARE(widget->layout()->contentsMargins(), QMargins());
+        checkRows(*feature, buttons);
+
+        FeatureInstanceRecord* record = feature->instanceRecord(0);
+        QPointer<QWidget> old = record->valueWidget();
+        auto* replacement = new QLineEdit(feature->values[0]);
+        feature->setInstanceValueWidget(*record, replacement);
+        QVERIFY(old && old->isHidden());
+        QCOMPARE(record->row()->layout()->indexOf(old), -1);
+        QCOMPARE(record->row()->layout()->itemAt(0)->widget(), replacement);
+    }
+
+    void widgetOwnership_data()
+    {
+        QTest::addColumn<bool>("parentWidgetFirst");
+        QTest::newRow("element destroyed first") << false;
+        QTest::newRow("parent element's widget destroyed first") << true;
+    }
+
+    void widgetOwnership()
+    {
+        QFETCH(bool, parentWidgetFirst);
+        HolderElement holder(nullptr, nullptr);
         holder.setWidget(new QWidget);
-    auto feature = makeFeature(&holder, occurs, std::max<size_t>(bounds(occurs).first, 1));
+        auto feature = makeFeature(&holder, "0..5", 3, "after");
+        QPointer<QWidget> widget = feature->widget();
+        QPointer<QWidget> removedRow = feature->instanceRecord(1)->row();
+        QPointer<QWidget> removedValue = feature->instanceRecord(1)->valueWidget();
 
-    QCOMPARE(feature->property("isToggleFeature").toBool(), toggle);
-    QCOMPARE(feature->name(), QStringLiteral("TapGeometry"));
-    QVERIFY(feature->property("isAttribute").toBool());
-    QWidget* widget = feature->createWidget();
-    QCOMPARE(feature->createWidget(), widget);
-    QCOMPARE(feature->widget(), widget);
-    QCOMPARE(widget->objectName(), QStringLiteral("TransparentWidget"));
-    QCOMPARE(widget->parentWidget(), holder.widget());
-    QVERIFY(qobject_cast<QVBoxLayout*>(widget->layout()));
-    QCOMPARE(widget->layout()->contentsMargins(), QMargins());
-    checkRows(*feature, buttons);
+        // The row goes away while its own "-" button is still delivering the click.
+        feature->applyRequests = true;
+        QTest::mouseClick(feature->instanceRecord(1)->removeButton(), Qt::LeftButton);
+        QCOMPARE(feature->values, (QStringList{"v0", "v2"}));
+        QVERIFY(removedRow && removedRow->isHidden());
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(!removedRow && !removedValue);
+        QPointer<QWidget> row = feature->instanceRecord(0)->row();
 
-    FeatureInstanceRecord* record = feature->instanceRecord(0);
-    QPointer<QWidget> old = record->valueWidget();
-    auto* replacement = new QLineEdit(feature->values[0]);
-    feature->setInstanceValueWidget(*record, replacement);
-    QVERIFY(old && old->isHidden());
-    QCOMPARE(record->row()->layout()->indexOf(old), -1);
-    QCOMPARE(record->row()->layout()->itemAt(0)->widget(), replacement);
-}
-
-void TestFeatureElement::widgetOwnership_data()
-{
-    QTest::addColumn<bool>("parentWidgetFirst");
-    QTest::newRow("element destroyed first") << false;
-    QTest::newRow("parent element's widget destroyed first") << true;
-}
-
-void TestFeatureElement::widgetOwnership()
-{
-    QFETCH(bool, parentWidgetFirst);
-    HolderElement holder(nullptr, nullptr);
-    holder.setWidget(new QWidget);
-    auto feature = makeFeature(&holder, "0..5", 3, "after");
-    QPointer<QWidget> widget = feature->widget();
-    QPointer<QWidget> removedRow = feature->instanceRecord(1)->row();
-    QPointer<QWidget> removedValue = feature->instanceRecord(1)->valueWidget();
-
-    // The row goes away while its own "-" button is still delivering the click.
-    feature->applyRequests = true;
-    QTest::mouseClick(feature->instanceRecord(1)->removeButton(), Qt::LeftButton);
-    QCOMPARE(feature->values, (QStringList{"v0", "v2"}));
-    QVERIFY(removedRow && removedRow->isHidden());
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(!removedRow && !removedValue);
-    QPointer<QWidget> row = feature->instanceRecord(0)->row();
-
-    if (!parentWidgetFirst) {
+        if (!parentWidgetFirst) {
+            feature.reset();
+            QVERIFY(!widget && !row && holder.widget());
+            return;
+        }
+        delete holder.widget();
+        QVERIFY(!widget && !row && !feature->widget());
+        // Still complete without its widget, and able to build a fresh one later.
+        QVERIFY(feature->insertInstance(0));
+        QVERIFY(feature->removeInstance(2));
+        QCOMPARE(feature->values, (QStringList{"v3", "v0"}));
+        widget = feature->createWidget();
+        QVERIFY(!widget->parentWidget());
+        checkRows(*feature, true);
         feature.reset();
-        QVERIFY(!widget && !row && holder.widget());
-        return;
+        QVERIFY(!widget);
     }
-    delete holder.widget();
-    QVERIFY(!widget && !row && !feature->widget());
-    // Still complete without its widget, and able to build a fresh one later.
-    QVERIFY(feature->insertInstance(0));
-    QVERIFY(feature->removeInstance(2));
-    QCOMPARE(feature->values, (QStringList{"v3", "v0"}));
-    widget = feature->createWidget();
-    QVERIFY(!widget->parentWidget());
-    checkRows(*feature, true);
-    feature.reset();
-    QVERIFY(!widget);
-}
+};
 
 QTEST_MAIN(TestFeatureElement)
 #include "tst_featureelement.moc"
