@@ -706,7 +706,7 @@ void Window::watchDocument()
     const QStringList watched = m_watcher->files();
     if (!watched.isEmpty())
         m_watcher->removePaths(watched);
-    if (!m_documentPath.isEmpty() && QFileInfo::exists(m_documentPath))
+    if (!m_documentPath.isEmpty() && QFileInfo(m_documentPath).isFile())
         m_watcher->addPath(m_documentPath);
 }
 
@@ -1073,7 +1073,8 @@ void Window::onFileChanged(const QString& a_path)
     const QSignalBlocker blocker(m_watcher);
     const QString path = QDir::toNativeSeparators(a_path);
     bool keep = false;
-    if (QFileInfo::exists(path)) {
+    // Something else in the file's place (a folder) is no camera file: the file is gone.
+    if (QFileInfo(path).isFile()) {
         if (path == m_documentPath && documentDigest() == m_documentDigest) {
             watchDocument();
             return;

@@ -469,10 +469,6 @@ void TestFaults::documentChangedOnDisk()
     const QByteArray left = diskState(document);
 
     QTRY_VERIFY(!titles().isEmpty());
-    QEXPECT_FAIL("replaced by a folder, copy saved",
-                 "A folder in the file's place is taken for a changed file.", Abort);
-    QEXPECT_FAIL("replaced by a folder, ignored", "A folder in the file's place is taken for a changed file.",
-                 Abort);
     QCOMPARE(titles(), QStringList{question});
     QCOMPARE(DialogSeam::pendingAnswers(), 0);
     QCOMPARE(DialogSeam::pendingFileNames(), 0);
