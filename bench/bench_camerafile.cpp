@@ -1,14 +1,9 @@
+#include "BenchCameraFiles.h"
 #include "CameraElement.h"
-#include "CameraGlobalCategory.h"
-#include "FeatureListFeatureBase.h"
-#include "GenericModeCategory.h"
 #include "LumexParser.h"
 #include "LumexPrinter.h"
 #include "LumexTree.h"
-#include "ModeElement.h"
-#include "NumericFeature.h"
 #include "SchemaParser.h"
-#include "StringFeature.h"
 #include "WindowElement.h"
 
 #include <QApplication>
@@ -17,8 +12,6 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
-
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -40,8 +33,8 @@
 
 namespace {
 
-using Orvex::CameraElement;
-using Orvex::FeatureElementBase;
+using Orvex::Bench::CpuStopwatch;
+using Orvex::Bench::peakResidentKiB;
 
 struct Figures
 {
@@ -53,144 +46,6 @@ struct Figures
     bool valid = false;
     qint64 bytes = 0;
 };
-
-void dropDiagnostics(QtMsgType a_type, const QMessageLogContext&, const QString& a_message)
-{
-    if (a_type == QtDebugMsg || a_type == QtInfoMsg)
-        return;
-    std::fprintf(stderr, "%s\n", qPrintable(a_message));
-    if (a_type == QtFatalMsg)
-        std::abort();
-}
-
-long peakResidentKiB()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith("VmHWM:"))
-            return line.mid(6).trimmed().split(' ').value(0).toLong();
-    }
-    return -1;
-}
-
-class CpuStopwatch
-{
-public:
-    double lapMs()
-    {
-        const double now = processMs();
-        const double elapsed = now - m_start;
-        m_start = now;
-        return elapsed;
-    }
-
-private:
-    static double processMs()
-    {
-        timespec time{};
-        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-        return double(time.tv_sec) * 1e3 + double(time.tv_nsec) / 1e6;
-    }
-
-    double m_start = processMs();
-};
-
-// Of every child waited for so far.
-double childrenMs()
-{
-    rusage usage{};
-    getrusage(RUSAGE_CHILDREN, &usage);
-    const auto ms = [](const timeval& a_time) {
-        return double(a_time.tv_sec) * 1e3 + double(a_time.tv_usec) / 1e3;
-    };
-    return ms(usage.ru_utime) + ms(usage.ru_stime);
-}
-
-// A text the feature accepts and the schema validates: the shipped patterns are hexadecimal numbers,
-// versions, dates and identifiers.
-QString stringValue(const Orvex::StringFeature* a_feature)
-{
-    static const QStringList candidates{QStringLiteral("Value"), QStringLiteral("0x1F"),
-                                        QStringLiteral("1.0"), QStringLiteral("2024-06-04"),
-                                        QStringLiteral("1")};
-    const QRegExp pattern = a_feature->stringPattern();
-    const int maxLength = a_feature->stringLengthMax();
-    for (const QString& candidate : candidates) {
-        if ((pattern.isEmpty() || pattern.exactMatch(candidate)) &&
-            (maxLength <= 0 || candidate.size() <= maxLength))
-            return candidate;
-    }
-    return candidates.last();
-}
-
-// Every instance a value the schema allows, where the schema gives neither a default nor a fixed one.
-// Numbers differ between the rows of a table (a_row), which may have to be unique.
-void fillValues(Orvex::ValueFeatureElementBase* a_feature, size_t a_row)
-{
-    if (a_feature->defaultValue().isValid() || a_feature->fixedValue().isValid())
-        return;
-    QVariant value;
-    if (auto* numeric = qobject_cast<Orvex::NumericFeature*>(a_feature))
-        value = numeric->boundedValue(1.0 + double(a_row));
-    else if (auto* text = qobject_cast<Orvex::StringFeature*>(a_feature))
-        value = stringValue(text);
-    for (size_t instance = 0; value.isValid() && instance < a_feature->instanceCount(); ++instance)
-        a_feature->setValue(instance, value);
-}
-
-// Present, with two instances wherever the feature may repeat, and so on through every list.
-void fill(FeatureElementBase* a_feature, size_t a_row = 0)
-{
-    const size_t wanted =
-        a_feature->maxOccurs() == 1
-            ? 1
-            : std::min<size_t>(a_feature->maxOccurs(), std::max<size_t>(a_feature->minOccurs(), 2));
-    while (a_feature->instanceCount() < wanted && a_feature->insertInstance(a_feature->instanceCount())) {
-    }
-    if (auto* value = qobject_cast<Orvex::ValueFeatureElementBase*>(a_feature))
-        fillValues(value, a_row);
-    if (auto* list = qobject_cast<Orvex::FeatureListFeatureBase*>(a_feature)) {
-        for (size_t instance = 0; instance < list->instanceCount(); ++instance) {
-            for (FeatureElementBase* member : list->instanceMembers(instance))
-                fill(member, instance);
-        }
-    }
-}
-
-int generate(const QString& a_schema, int a_modes, const QString& a_output)
-{
-    try {
-        Orvex::WindowElement window(nullptr);
-        Orvex::LumexTree tree(a_output);
-        Orvex::SchemaParser schema(nullptr, &tree, nullptr, a_schema);
-        CameraElement* camera = window.camera();
-        schema.loadCamera(camera);
-        for (FeatureElementBase* feature : camera->globalCategory()->features())
-            fill(feature);
-        Orvex::ModeElement* first = camera->mode(0);
-        first->setName(QStringLiteral("Default"));
-        for (Orvex::ModeCategoryElementBase* category : first->categories()) {
-            if (auto* generic = qobject_cast<Orvex::GenericModeCategory*>(category))
-                generic->categoryFeature()->setEnabled(true);
-            for (FeatureElementBase* feature : category->features())
-                fill(feature);
-        }
-        while (camera->modeCount() < a_modes)
-            camera->appendMode(first->clone());
-
-        Orvex::LumexPrinter printer(nullptr, &tree);
-        printer.setSchemaPaths(a_schema, a_schema);
-        // Without extra data the printer names the camera's standard itself, as the schema asks.
-        printer.setPreserveExtraData(false);
-        printer.print(camera);
-        return printer.save(a_output) ? 0 : 1;
-    } catch (const std::exception& a_exception) {
-        std::fprintf(stderr, "generation failed: %s\n", a_exception.what());
-        return 1;
-    }
-}
 
 // The editor's load (file, schema, element tree, file into it), then its save.
 int measure(const QString& a_schema, const QString& a_file)
@@ -236,15 +91,12 @@ bool runChild(const QStringList& a_arguments, QByteArray* a_output)
 
 bool timeXmllint(const QString& a_schema, const QString& a_file, Figures& a_figures)
 {
-    QProcess xmllint;
-    xmllint.setProcessChannelMode(QProcess::MergedChannels);
-    const double before = childrenMs();
-    xmllint.start(QStringLiteral("xmllint"),
-                  {QStringLiteral("--noout"), QStringLiteral("--schema"), a_schema, a_file});
-    if (!xmllint.waitForFinished(-1) || xmllint.exitStatus() != QProcess::NormalExit)
+    bool valid = false;
+    const double ms = Orvex::Bench::xmllintMs(a_schema, a_file, &valid);
+    if (ms < 0)
         return false;
-    a_figures.xmllintMs = std::min(a_figures.xmllintMs, childrenMs() - before);
-    a_figures.valid = xmllint.exitCode() == 0;
+    a_figures.xmllintMs = std::min(a_figures.xmllintMs, ms);
+    a_figures.valid = valid;
     return true;
 }
 
@@ -299,7 +151,7 @@ int main(int argc, char* argv[])
 {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    qInstallMessageHandler(dropDiagnostics);
+    qInstallMessageHandler(Orvex::Bench::dropDiagnostics);
     QApplication application(argc, argv);
     const QStringList arguments = QApplication::arguments();
     const auto option = [&arguments](const char* a_name, int a_offset = 1) {
@@ -308,13 +160,11 @@ int main(int argc, char* argv[])
     };
 
     QString schema = option("--schema");
-    if (schema.isEmpty())
-        schema =
-            QFileInfo(QStringLiteral(__FILE__)).dir().filePath(QStringLiteral("../config/Pld/LUMEX-CXP.xsd"));
-    schema = QFileInfo(schema).absoluteFilePath();
+    schema = schema.isEmpty() ? Orvex::Bench::defaultSchema() : QFileInfo(schema).absoluteFilePath();
 
     if (arguments.contains(QLatin1String("--generate")))
-        return generate(schema, option("--generate").toInt(), option("--generate", 2));
+        return Orvex::Bench::generateCameraFile(schema, option("--generate").toInt(),
+                                                option("--generate", 2));
     if (arguments.contains(QLatin1String("--measure")))
         return measure(schema, option("--measure"));
 

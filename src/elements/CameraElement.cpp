@@ -85,13 +85,21 @@ int CameraElement::standard() const
 
 QVector<ModeElement*> CameraElement::modes() const
 {
-    QVector<ModeElement*> living;
-    living.reserve(m_modes.size());
-    for (const QPointer<ModeElement>& mode : m_modes) {
-        if (mode)
-            living.append(mode);
+    if (!m_livingModesKnown) {
+        m_livingModes.clear();
+        m_livingModes.reserve(m_modes.size());
+        for (const QPointer<ModeElement>& mode : m_modes) {
+            if (mode)
+                m_livingModes.append(mode);
+        }
+        m_livingModesKnown = true;
     }
-    return living;
+    return m_livingModes;
+}
+
+void CameraElement::forgetLivingModes()
+{
+    m_livingModesKnown = false;
 }
 
 ModeElement* CameraElement::mode(int a_position) const
@@ -120,14 +128,26 @@ ModeElement* CameraElement::currentMode() const
 
 int CameraElement::insertMode(int a_position, ModeElement* a_mode)
 {
+    return placeMode(a_position, a_mode, true);
+}
+
+int CameraElement::appendUniquelyNamedMode(ModeElement* a_mode)
+{
+    return placeMode(-1, a_mode, false);
+}
+
+int CameraElement::placeMode(int a_position, ModeElement* a_mode, bool a_makeNameUnique)
+{
     if (!a_mode || a_mode->camera() != this || m_modes.contains(a_mode))
         return -1;
     dropDestroyedModes();
     if (a_mode->parent() != this)
         a_mode->setParent(this);
-    a_mode->setName(uniqueModeName(a_mode->name(), a_mode));
+    if (a_makeNameUnique)
+        a_mode->setName(uniqueModeName(a_mode->name(), a_mode));
     const int position = a_position < 0 || a_position > m_modes.size() ? m_modes.size() : a_position;
     m_modes.insert(position, a_mode);
+    forgetLivingModes();
     connect(a_mode, &QObject::destroyed, this, &CameraElement::dropDestroyedModes, Qt::UniqueConnection);
     emit modeInserted(position);
     return position;
@@ -145,6 +165,7 @@ ModeElement* CameraElement::takeMode(int a_position)
     }
     mode->lower();
     m_modes.removeAt(a_position);
+    forgetLivingModes();
     emit modeRemoved(a_position);
     return mode;
 }
@@ -156,6 +177,7 @@ bool CameraElement::moveMode(int a_from, int a_to)
         return false;
     if (a_from != a_to) {
         m_modes.move(a_from, a_to);
+        forgetLivingModes();
         emit modeMoved(a_from, a_to);
     }
     return true;
@@ -293,6 +315,7 @@ void CameraElement::dropDestroyedModes()
     for (int position = m_modes.size() - 1; position >= 0; --position) {
         if (m_modes.at(position).isNull()) {
             m_modes.removeAt(position);
+            forgetLivingModes();
             emit modeRemoved(position);
         }
     }

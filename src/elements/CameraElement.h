@@ -41,6 +41,7 @@ public:
     // edits of the feature.
     int standard() const;
 
+    // Shares a kept list, so a call costs no copy of it.
     QVector<ModeElement*> modes() const;
     int modeCount() const { return modes().size(); }
     ModeElement* mode(int a_position) const;
@@ -55,6 +56,10 @@ public:
     // null, for a mode of another camera and for one in the camera already.
     int insertMode(int a_position, ModeElement* a_mode);
     int appendMode(ModeElement* a_mode) { return insertMode(-1, a_mode); }
+    // appendMode() for a loader that has named a_mode apart from every mode of the camera itself: its
+    // name is taken as it is, without comparing it with all the others, which for the thousands of modes
+    // of a large file would be quadratic.
+    int appendUniquelyNamedMode(ModeElement* a_mode);
     // Takes a mode out without destroying it; it stays a Qt child until the caller gives it another
     // parent. Taking the current mode shows the global page first. Null for a position out of range.
     ModeElement* takeMode(int a_position);
@@ -97,10 +102,17 @@ private slots:
     void dropDestroyedModes();
 
 private:
+    int placeMode(int a_position, ModeElement* a_mode, bool a_makeNameUnique);
+    void forgetLivingModes();
+
     QPointer<WindowElement> m_window;
     QPointer<QObject> m_mainWindow;
     CameraGlobalCategory* m_globalCategory = nullptr;
     QVector<QPointer<ModeElement>> m_modes;
+    // m_modes without the destroyed ones, rebuilt on first use after a change: modes are looked up by
+    // position inside loops over all of them.
+    mutable QVector<ModeElement*> m_livingModes;
+    mutable bool m_livingModesKnown = false;
     QPointer<ModeElement> m_currentMode;
     // Set while a page is being selected, so that the raises it causes, which report back here, do not
     // select again.

@@ -17,6 +17,7 @@
 #include <QDebug>
 #include <QFile>
 #include <QHash>
+#include <QSet>
 
 namespace Orvex {
 
@@ -35,6 +36,13 @@ QString text(const char* a_utf8)
 QString escaped(const QString& a_text)
 {
     return a_text.toHtmlEscaped();
+}
+
+// A value or name quoted in a message is cut short, since the text of a whole hostile file would bury it.
+QString quotedValue(const QString& a_value)
+{
+    constexpr int limit = 256;
+    return escaped(a_value.size() > limit ? a_value.left(limit) + QChar(0x2026) : a_value);
 }
 
 bool isBlank(const char* a_text)
@@ -118,6 +126,7 @@ void LumexParser::parse(CameraElement* a_camera)
     if (!a_camera)
         return;
     m_outOfRange.clear();
+    m_modesByName.clear();
     step(QStringLiteral("Loading global features"));
     parseCategory(a_camera->globalCategory(), nullptr);
     parseModes(a_camera);
@@ -174,36 +183,53 @@ void LumexParser::parseModes(CameraElement* a_camera)
     if (count == 0)
         ORVEX_THROW(BadCameraException, "The camera has no modes.");
 
-    // Every mode starts as a copy of the untouched template, before the first one is filled.
-    const ModeElement* modeTemplate = a_camera->mode(0);
-    for (int added = a_camera->modeCount(); added < count; ++added) {
-        breathe();
-        a_camera->appendMode(modeTemplate->clone());
-    }
-
-    for (int index = 0; index < count; ++index) {
-        const Lumex::ConstCamProperty node = modes.child("mode", unsigned(index));
+    // Names come first: they tell the modes apart in the file and on the board, so a second use would
+    // make one of them unreachable, and renaming it would change the file behind the user's back. Known
+    // distinct, they need no comparison with every other mode as each copy joins the camera.
+    QVector<Lumex::ConstCamProperty> nodes;
+    QStringList names;
+    nodes.reserve(count);
+    names.reserve(count);
+    QSet<QString> seen;
+    for (auto node = modes.begin("mode"); node != modes.end("mode"); ++node) {
         const char* attribute = nullptr;
-        if (!node.get("name", attribute)) {
-            ORVEX_THROW(BadModeException,
-                        QStringLiteral("The camera mode at index %1 has no \"name\" attribute.").arg(index));
+        if (!node->get("name", attribute)) {
+            ORVEX_THROW(
+                BadModeException,
+                QStringLiteral("The camera mode at index %1 has no \"name\" attribute.").arg(nodes.size()));
         }
         const QString name = text(attribute);
-        ModeElement* mode = a_camera->mode(index);
-        if (!mode) {
+        if (seen.contains(name)) {
             ORVEX_THROW(BadModeException,
-                        QStringLiteral("Unable to find entry for camera mode, \"%1\".").arg(escaped(name)));
+                        QStringLiteral("The camera mode name \"%1\" is used by more than one mode.")
+                            .arg(quotedValue(name)));
         }
-        // Names tell the modes apart in the file and on the board; a second use would make one of them
-        // unreachable, and renaming it would change the file behind the user's back.
-        for (int earlier = 0; earlier < index; ++earlier) {
-            if (a_camera->mode(earlier)->name() == name) {
-                ORVEX_THROW(BadModeException,
-                            QStringLiteral("The camera mode name \"%1\" is used by more than one mode.")
-                                .arg(escaped(name)));
-            }
+        seen.insert(name);
+        nodes.append(*node);
+        names.append(name);
+    }
+
+    // Every mode starts as a copy of the untouched template, before the first one is filled.
+    ModeElement* modeTemplate = a_camera->mode(0);
+    modeTemplate->setName(names.first());
+    for (int added = a_camera->modeCount(); added < count; ++added) {
+        breathe();
+        ModeElement* copy = modeTemplate->clone();
+        copy->setName(names.at(added));
+        a_camera->appendUniquelyNamedMode(copy);
+    }
+
+    const QVector<ModeElement*> modeElements = a_camera->modes();
+    for (int index = 0; index < count; ++index) {
+        const Lumex::ConstCamProperty& node = nodes.at(index);
+        const QString& name = names.at(index);
+        ModeElement* mode = modeElements.value(index);
+        if (!mode) {
+            ORVEX_THROW(
+                BadModeException,
+                QStringLiteral("Unable to find entry for camera mode, \"%1\".").arg(quotedValue(name)));
         }
-        mode->setName(name);
+        m_modesByName.insert(name, mode);
         LumexTreeElement* modeNode = nullptr;
         if (m_tree) {
             modeNode = m_tree->modeNode(mode);
@@ -338,10 +364,12 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
             node->setIsAttribute(a_feature->isAttribute());
     }
 
+    // Instances are met in document order: looking each up by its index would walk the holder from its
+    // first child every time.
+    auto instanceNode = holder.begin(repeated ? utf8Name.constData() : nullptr);
     if (auto* list = qobject_cast<FeatureListFeatureBase*>(a_feature)) {
         for (size_t instance = 0; instance < count; ++instance) {
-            const Lumex::ConstCamProperty node =
-                repeated ? holder.child(utf8Name.constData(), unsigned(instance)) : holder;
+            const Lumex::ConstCamProperty node = repeated ? *instanceNode++ : holder;
             LumexTreeElement* treeNode = treeNodes.value(int(instance));
             link(treeNode, list);
             const PathHint memberHint(node, path, treeNode ? treeNode : a_hint.treeElement);
@@ -361,7 +389,7 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
         const char* read = nullptr;
         bool readable = false;
         if (repeated) {
-            const Lumex::ConstCamProperty element = holder.child(utf8Name.constData(), unsigned(instance));
+            const Lumex::ConstCamProperty element = *instanceNode++;
             readable = !!element && element.get(read);
         } else if (a_feature->isAttribute()) {
             readable = bool(holder.get(utf8Name.constData(), read));
@@ -399,11 +427,11 @@ QString LumexParser::readValue(ValueFeatureElementBase* a_feature, size_t a_inde
             ? QStringLiteral("Unable to retrieve an attribute value for the \"%1\" feature")
             : QStringLiteral("Unable to retrieve a value for the \"%1\" feature");
     if (!a_feature->setValueFromText(a_index, value))
-        return (family + QStringLiteral(" from \"%2\".")).arg(name, escaped(value));
+        return (family + QStringLiteral(" from \"%2\".")).arg(name, quotedValue(value));
     // A fixed feature holds its fixed value whatever is set, so any other value would be lost.
     if (a_feature->fixedValue().isValid() && a_feature->valueText(a_index) != value) {
         return (family + QStringLiteral(" from \"%2\", which differs from its fixed value \"%3\"."))
-            .arg(name, escaped(value), escaped(a_feature->textFromValue(a_feature->fixedValue())));
+            .arg(name, quotedValue(value), escaped(a_feature->textFromValue(a_feature->fixedValue())));
     }
     if (!a_feature->isWithinRange(a_feature->value(a_index)))
         m_outOfRange.append({name, value});
@@ -470,11 +498,11 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
             const char* modeName = nullptr;
             if (!child->get("name", modeName))
                 ORVEX_THROW(BadModeException, "Camera mode property lacks the \"name\" attribute.");
-            const ModeElement* mode = a_camera->modeByName(text(modeName));
+            const ModeElement* mode = m_modesByName.value(text(modeName));
             next = mode && m_tree ? m_tree->modeNode(mode) : nullptr;
             if (!next) {
                 ORVEX_THROW(BadModeException, QStringLiteral("Unable to find entry for camera mode, \"%1\".")
-                                                  .arg(escaped(text(modeName))));
+                                                  .arg(quotedValue(text(modeName))));
             }
         } else {
             next = a_treeElement->childByName(name, occurrence);
@@ -491,7 +519,7 @@ void LumexParser::reportOutOfRange(CameraElement* a_camera)
         return;
     QStringList values;
     for (const OutOfRangeValue& value : qAsConst(m_outOfRange))
-        values << QStringLiteral("\"%1\" (%2)").arg(value.feature, escaped(value.text));
+        values << QStringLiteral("\"%1\" (%2)").arg(value.feature, quotedValue(value.text));
     m_outOfRange.clear();
     const QString message =
         QStringLiteral("The file holds values outside the range of their features; they are kept as "

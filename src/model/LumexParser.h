@@ -4,6 +4,7 @@
 #include "Lumex.h"
 #include "PathHint.h"
 
+#include <QHash>
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -20,6 +21,7 @@ class FeatureElementBase;
 class GenericModeCategory;
 class LumexTree;
 class LumexTreeElement;
+class ModeElement;
 class ProgressStepper;
 class ValueFeatureElementBase;
 
@@ -111,6 +113,9 @@ private:
     QPointer<LumexTree> m_tree;
     QPointer<ProgressStepper> m_progress;
     QVector<OutOfRangeValue> m_outOfRange;
+    // The modes as the file names them, for the walk over content the schema does not know, which meets
+    // every mode again.
+    QHash<QString, ModeElement*> m_modesByName;
 };
 
 } // namespace Orvex
