@@ -52,6 +52,9 @@ struct LoadSession
     Error diagnostics;
     QIODevice* device = nullptr;
     xmlParserCtxtPtr context = nullptr;
+    // libxml2 keeps a name that is no qualified name ("a:1b", "a:b:c") after reporting it, but such a
+    // name can never be written again, so a document holding one would load and then fail to save.
+    bool invalidName = false;
 };
 
 std::atomic<LoadSession*> s_activeSession{nullptr};
@@ -123,6 +126,8 @@ void collectStructured(void* a_userData, xmlErrorPtr a_error)
     auto* session = context ? static_cast<LoadSession*>(context->_private) : nullptr;
     if (!session || !a_error)
         return;
+    if (a_error->domain == XML_FROM_NAMESPACE && a_error->code == XML_NS_ERR_QNAME)
+        session->invalidName = true;
     const std::string name = diagnosticName(*a_error);
     const std::string message = a_error->message ? trimmedText(a_error->message) : std::string();
     std::string comment;
@@ -230,7 +235,7 @@ Error parseDevice(QIODevice& a_device, const char* a_url, xmlDocPtr& a_document)
         // amplification limits stay on and external resources are never needed.
         document = xmlCtxtReadIO(context, readFromDevice, nullptr, &session, a_url, nullptr,
                                  XML_PARSE_NONET | XML_PARSE_BIG_LINES);
-        wellFormed = document && context->wellFormed;
+        wellFormed = document && context->wellFormed && !session.invalidName;
     }
     context->_private = nullptr;
     xmlFreeParserCtxt(context);
