@@ -35,9 +35,13 @@ LumexTreeMode* LumexTree::attachMode(QObject* a_modeObj)
         {QStringLiteral("quarnel_config"), QStringLiteral("camera"), QStringLiteral("modes")}, true);
     if (!modes)
         return nullptr;
-    // Attached modes are "mode" children too; only the template recorded from the schema is copied.
-    for (const LumexTreeElement* candidate : modes->childElements(QStringLiteral("mode"))) {
-        if (!candidate->isModeElement())
+    // Attached modes are "mode" children too; only the template recorded from the schema is copied. The
+    // template comes first, so the walk stops early: listing every mode per attachment would make
+    // loading a file of many modes quadratic.
+    const QString modeName = QStringLiteral("mode");
+    for (int i = 0; i < modes->childCount(); ++i) {
+        const LumexTreeElement* candidate = modes->childAt(i);
+        if (candidate->name() == modeName && !candidate->isModeElement())
             return new LumexTreeMode(*candidate, a_modeObj, modes);
     }
     return nullptr;
