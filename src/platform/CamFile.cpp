@@ -20,6 +20,7 @@
 #include <mutex>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace Lumex {
 
@@ -212,6 +213,29 @@ private:
     xmlExternalEntityLoader m_previous;
 };
 
+// libxml2 writes a namespace name between quotes as it holds it, and holds an "&" of the file as
+// "&#38;", so a name with "&", "<" or a line break would be written as markup that does not read back,
+// or reads back changed. No URI holds them; the first such name, or null.
+const xmlChar* unwritableNamespaceName(xmlDocPtr a_document)
+{
+    std::vector<xmlNodePtr> pending{xmlDocGetRootElement(a_document)};
+    while (!pending.empty()) {
+        const xmlNode* node = pending.back();
+        pending.pop_back();
+        for (const xmlNs* declaration = node ? node->nsDef : nullptr; declaration;
+             declaration = declaration->next) {
+            if (declaration->href &&
+                std::strpbrk(reinterpret_cast<const char*>(declaration->href), "<&\t\n\r"))
+                return declaration->href;
+        }
+        for (xmlNodePtr child = node ? node->children : nullptr; child; child = child->next) {
+            if (child->type == XML_ELEMENT_NODE)
+                pending.push_back(child);
+        }
+    }
+    return nullptr;
+}
+
 Error parseDevice(QIODevice& a_device, const char* a_url, xmlDocPtr& a_document)
 {
     a_document = nullptr;
@@ -239,6 +263,15 @@ Error parseDevice(QIODevice& a_device, const char* a_url, xmlDocPtr& a_document)
     }
     context->_private = nullptr;
     xmlFreeParserCtxt(context);
+    if (wellFormed) {
+        if (const xmlChar* name = unwritableNamespaceName(document)) {
+            session.diagnostics.append("Namespace error",
+                                       "A namespace name holds \"&\", \"<\" or a line break, which no URI "
+                                       "holds and which could not be written back.",
+                                       reinterpret_cast<const char*>(name));
+            wellFormed = false;
+        }
+    }
     if (wellFormed) {
         a_document = document;
         return Error();

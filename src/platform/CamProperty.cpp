@@ -509,6 +509,12 @@ Error CamProperty::set(const char* a_attribute, const char* a_value)
     const char* value = a_value ? a_value : "";
     if (const char* problem = characterProblem(value))
         return Error("Invalid text", problem, value);
+    // A namespace name is written as it is held, unescaped, and read back as a namespace name (see
+    // CamFile), whether it is set on a declaration or added as an attribute.
+    const bool declares =
+        std::strncmp(a_attribute, "xmlns", 5) == 0 && (!a_attribute[5] || a_attribute[5] == ':');
+    if (declares && std::strpbrk(value, "<&\t\n\r"))
+        return Error("Invalid text", "A namespace name may not hold \"&\", \"<\" or a line break.", value);
     const AttributeRef found = findAttribute(m_node, a_attribute);
     if (found.declaration) {
         xmlChar* href = xmlStrdup(xml(value));

@@ -42,6 +42,7 @@ enum Hostile
     LongValue,
     HugeAttribute,
     UnqualifiedName,
+    NamespaceNameWithMarkup,
     ManyModes,
     DuplicateModeNames,
     DuplicateLongModeNames,
@@ -182,6 +183,8 @@ Input hostileInput(Hostile a_kind)
         return {clExample("<camera ", "<camera note=\"" + QByteArray(1024 * 1024, 'a') + "\" "), {}};
     case UnqualifiedName:
         return {clExample("<camera ", "<camera types:1xsi=\"x\" "), {}};
+    case NamespaceNameWithMarkup:
+        return {clExample("<camera ", "<camera xmlns:note=\"urn:a &amp; b\" "), {}};
     case ManyModes: {
         const QByteArray mode = defaultMode("@");
         QByteArray modes = defaultMode("Default");
@@ -372,6 +375,8 @@ void TestHostileFiles::loadsOrRefuses_data()
     loaded("1 MB attribute", HugeAttribute, 4, example, "note=\"" + QByteArray(1024 * 1024, 'a') + '"');
     refused("attribute name that is no qualified name", UnqualifiedName, "LumexLoadException",
             "Failed to parse QName");
+    refused("namespace name holding markup", NamespaceNameWithMarkup, "LumexLoadException",
+            "A namespace name holds");
     // Saved and read back, they would take minutes more.
     loaded("10,000 modes", ManyModes, 10000, {"Default", "Mode1", "Mode9999"}, QByteArray());
     refused("two modes of one name", DuplicateModeNames, "BadModeException",
@@ -486,7 +491,15 @@ void TestHostileFiles::fuzzFindings()
                     pending.push_back(child->property());
             }
         }
-        QVERIFY(file.write(QFile::encodeName(m_dir->filePath(QStringLiteral("finding.xml"))).constData()));
+        // What is written reads back, and writes again the same.
+        const QByteArray first = QFile::encodeName(m_dir->filePath(QStringLiteral("first.xml")));
+        const QByteArray second = QFile::encodeName(m_dir->filePath(QStringLiteral("second.xml")));
+        QVERIFY(file.write(first.constData()));
+        Lumex::CamFile reread;
+        const Lumex::Error again = reread.load(first.constData(), Lumex::CamFile::SourcePath);
+        QVERIFY2(again, again.message());
+        QVERIFY(reread.write(second.constData()));
+        QCOMPARE(contents(QFile::decodeName(second)), contents(QFile::decodeName(first)));
         return;
     }
     QVERIFY2(harness == QLatin1String("camerafile") || harness == QLatin1String("schema"), qPrintable(path));
