@@ -1,16 +1,16 @@
 #include "BenchCameraFiles.h"
 
-#include "CameraElement.h"
-#include "CameraGlobalCategory.h"
-#include "FeatureListFeatureBase.h"
-#include "GenericModeCategory.h"
-#include "LumexPrinter.h"
-#include "LumexTree.h"
-#include "ModeElement.h"
-#include "NumericFeature.h"
-#include "SchemaParser.h"
-#include "StringFeature.h"
-#include "WindowElement.h"
+#include "elements/CameraElement.h"
+#include "elements/CameraGlobalCategory.h"
+#include "elements/FeatureListFeatureBase.h"
+#include "elements/GenericModeCategory.h"
+#include "elements/ModeElement.h"
+#include "elements/NumericFeature.h"
+#include "elements/StringFeature.h"
+#include "elements/WindowElement.h"
+#include "fileio/LumexPrinter.h"
+#include "fileio/SchemaParser.h"
+#include "model/LumexTree.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,10 +1,10 @@
 #include "BenchCameraFiles.h"
-#include "CameraElement.h"
-#include "LumexParser.h"
-#include "LumexPrinter.h"
-#include "LumexTree.h"
-#include "SchemaParser.h"
-#include "WindowElement.h"
+#include "elements/CameraElement.h"
+#include "elements/WindowElement.h"
+#include "fileio/LumexParser.h"
+#include "fileio/LumexPrinter.h"
+#include "fileio/SchemaParser.h"
+#include "model/LumexTree.h"
 
 #include <QApplication>
 #include <QDir>

@@ -1,13 +1,13 @@
 #include "BenchCameraFiles.h"
-#include "CameraElement.h"
-#include "CategoryElementBase.h"
-#include "DialogSeam.h"
-#include "ModeCategoryElementBase.h"
-#include "ModeElement.h"
-#include "NumericFeature.h"
-#include "UndoRedoStack.h"
-#include "Window.h"
-#include "WindowElement.h"
+#include "app/Window.h"
+#include "elements/CameraElement.h"
+#include "elements/CategoryElementBase.h"
+#include "elements/ModeCategoryElementBase.h"
+#include "elements/ModeElement.h"
+#include "elements/NumericFeature.h"
+#include "elements/UndoRedoStack.h"
+#include "elements/WindowElement.h"
+#include "widgets/DialogSeam.h"
 
 #include <QAbstractEventDispatcher>
 #include <QApplication>

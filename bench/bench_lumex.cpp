@@ -1,4 +1,4 @@
-#include "Lumex.h"
+#include "platform/Lumex.h"
 
 #include <QByteArray>
 #include <QFile>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "CameraFileSession.h"
-#include "ExceptionBase.h"
-#include "HeadlessDocumentHost.h"
+#include "fileio/CameraFileSession.h"
+#include "model/ExceptionBase.h"
+#include "app/HeadlessDocumentHost.h"
 
 #include <QApplication>
 #include <QByteArray>

@@ -1,5 +1,5 @@
 #include "FuzzSupport.h"
-#include "Lumex.h"
+#include "platform/Lumex.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
-#include "AboutOrvexDialog.h"
+#include "app/AboutOrvexDialog.h"
 
-#include "QNDriver.h"
-#include "Startup.h"
+#include "app/Startup.h"
+#include "platform/QNDriver.h"
 
 #include <QDialogButtonBox>
 #include <QHBoxLayout>

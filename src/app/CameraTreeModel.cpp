@@ -1,14 +1,14 @@
-#include "CameraTreeModel.h"
+#include "app/CameraTreeModel.h"
 
-#include "CameraElement.h"
-#include "DialogSeam.h"
-#include "ModeElement.h"
-#include "UndoRedoModeClone.h"
-#include "UndoRedoModeDelete.h"
-#include "UndoRedoModeOrderSwap.h"
-#include "UndoRedoPropertySet.h"
-#include "UndoRedoStack.h"
-#include "WindowElement.h"
+#include "elements/CameraElement.h"
+#include "elements/ModeElement.h"
+#include "elements/UndoRedoModeClone.h"
+#include "elements/UndoRedoModeDelete.h"
+#include "elements/UndoRedoModeOrderSwap.h"
+#include "elements/UndoRedoPropertySet.h"
+#include "elements/UndoRedoStack.h"
+#include "elements/WindowElement.h"
+#include "widgets/DialogSeam.h"
 
 #include <QApplication>
 #include <QFont>

@@ -1,4 +1,4 @@
-#include "HeadlessDocumentHost.h"
+#include "app/HeadlessDocumentHost.h"
 
 namespace Orvex {
 

@@ -1,8 +1,8 @@
-#include "LumexExtraDataDialog.h"
+#include "app/LumexExtraDataDialog.h"
 
-#include "LumexTree.h"
-#include "LumexTreeElement.h"
-#include "LumexTreeMode.h"
+#include "model/LumexTree.h"
+#include "model/LumexTreeElement.h"
+#include "model/LumexTreeMode.h"
 
 #include <QCheckBox>
 #include <QDialogButtonBox>

@@ -1,6 +1,6 @@
-#include "QNQtLgplDialog.h"
+#include "app/QNQtLgplDialog.h"
 
-#include "Startup.h"
+#include "app/Startup.h"
 
 #include <QDialogButtonBox>
 #include <QFile>

@@ -1,8 +1,8 @@
-#include "RecentlyOpenedFilesSource.h"
+#include "app/RecentlyOpenedFilesSource.h"
 
-#include "DocumentsPageList.h"
+#include "widgets/DocumentsPageList.h"
 
-#include "DragMenu.h"
+#include "widgets/DragMenu.h"
 
 #include <QAction>
 #include <QDir>

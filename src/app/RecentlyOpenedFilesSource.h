@@ -1,17 +1,17 @@
 #pragma once
 
+#include "widgets/DragMenu.h"
+
+#include <QAction>
 #include <QList>
 #include <QObject>
 #include <QPointer>
 #include <QString>
 #include <QStringList>
 
-class QAction;
 class QWidget;
 
 namespace Orvex {
-
-class DragMenu;
 
 // Keeps the list of recently opened camera files in the settings store, newest first, and shows it
 // as a menu of draggable entries and as a list on the Documents page. The store is shared by every

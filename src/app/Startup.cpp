@@ -1,8 +1,8 @@
-#include "Startup.h"
+#include "app/Startup.h"
 
-#include "CommandLine.h"
-#include "DialogSeam.h"
-#include "QNDriver.h"
+#include "app/CommandLine.h"
+#include "platform/QNDriver.h"
+#include "widgets/DialogSeam.h"
 
 #include <QApplication>
 #include <QDir>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "WindowActions.h"
+#include "app/WindowActions.h"
 
 #include <QByteArray>
 #include <QMainWindow>

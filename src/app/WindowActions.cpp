@@ -1,4 +1,4 @@
-#include "WindowActions.h"
+#include "app/WindowActions.h"
 
 #include <QAction>
 #include <QIcon>

@@ -1,8 +1,8 @@
-#include "WindowDocumentsPage.h"
+#include "app/WindowDocumentsPage.h"
 
-#include "DragMenu.h"
-#include "QNBrdAttachedFilesSource.h"
-#include "RecentlyOpenedFilesSource.h"
+#include "app/RecentlyOpenedFilesSource.h"
+#include "board/QNBrdAttachedFilesSource.h"
+#include "widgets/DragMenu.h"
 
 #include <QApplication>
 #include <QFont>

@@ -1,5 +1,5 @@
-#include "Startup.h"
-#include "Window.h"
+#include "app/Startup.h"
+#include "app/Window.h"
 
 #include <QApplication>
 

@@ -1,6 +1,6 @@
-#include "Dec2HexValueObserver.h"
+#include "board/Dec2HexValueObserver.h"
 
-#include "QNRegisterAccess.h"
+#include "board/QNRegisterAccess.h"
 
 namespace Orvex {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ValueFeatureObserverBase.h"
+#include "elements/ValueFeatureObserverBase.h"
 
 #include <QString>
 

@@ -1,11 +1,11 @@
-#include "PreviewAcqIf.h"
+#include "board/PreviewAcqIf.h"
 
-#include "BufferAcquisitionDevice.h"
-#include "BufferAcquisitionStreamer.h"
-#include "ExceptionBase.h"
-#include "QNDriver.h"
-#include "QNExceptionBase.h"
-#include "ViewportWindowQt.h"
+#include "board/ViewportWindowQt.h"
+#include "model/ExceptionBase.h"
+#include "platform/BufferAcquisitionDevice.h"
+#include "platform/BufferAcquisitionStreamer.h"
+#include "platform/QNDriver.h"
+#include "platform/QNExceptionBase.h"
 
 #include <QFile>
 

@@ -1,9 +1,9 @@
-#include "QNBrdAttachedFilesSource.h"
+#include "board/QNBrdAttachedFilesSource.h"
 
-#include "DocumentsPageList.h"
+#include "widgets/DocumentsPageList.h"
 
-#include "DragMenu.h"
-#include "QNBrdDisplayName.h"
+#include "board/QNBrdDisplayName.h"
+#include "widgets/DragMenu.h"
 
 #include <QAction>
 #include <QCoreApplication>

@@ -1,19 +1,18 @@
 #pragma once
 
-#include "QNDriver.h"
+#include "platform/QNDriver.h"
+#include "widgets/DragMenu.h"
 
+#include <QAction>
 #include <QList>
 #include <QObject>
 #include <QPointer>
 #include <QString>
 #include <QVector>
 
-class QAction;
 class QWidget;
 
 namespace Orvex {
-
-class DragMenu;
 
 // Lists, per current-generation board, the camera files its driver configuration names, each with the
 // mode to open it in, and shows them as a menu of draggable entries and on the Documents page.

@@ -1,6 +1,6 @@
-#include "QNBrdDataSource.h"
+#include "board/QNBrdDataSource.h"
 
-#include "QNBrdDisplayName.h"
+#include "board/QNBrdDisplayName.h"
 
 #include <QSettings>
 

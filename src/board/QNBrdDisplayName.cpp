@@ -1,4 +1,4 @@
-#include "QNBrdDisplayName.h"
+#include "board/QNBrdDisplayName.h"
 
 namespace Orvex {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "BoardTypes.h"
-#include "QNDriver.h"
+#include "board/BoardTypes.h"
+#include "platform/QNDriver.h"
 
 #include <QString>
 #include <QVector>

@@ -1,6 +1,6 @@
-#include "QNBrdModeOpenDialog.h"
+#include "board/QNBrdModeOpenDialog.h"
 
-#include "QNBrdDisplayName.h"
+#include "board/QNBrdDisplayName.h"
 
 #include <QDialogButtonBox>
 #include <QGridLayout>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BoardTypes.h"
+#include "board/BoardTypes.h"
 
 #include <QDialog>
 #include <QList>

@@ -1,8 +1,8 @@
-#include "QNBrdRegsAddressItemModel.h"
+#include "board/QNBrdRegsAddressItemModel.h"
 
-#include "QNBrdDataSource.h"
-#include "QNDriver.h"
-#include "ValueFeatureElementBase.h"
+#include "board/QNBrdDataSource.h"
+#include "elements/ValueFeatureElementBase.h"
+#include "platform/QNDriver.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "StringFeatureCompleterItemModel.h"
+#include "elements/StringFeatureCompleterItemModel.h"
 
 #include <QMap>
 #include <QPair>

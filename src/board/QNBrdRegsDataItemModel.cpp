@@ -1,8 +1,8 @@
-#include "QNBrdRegsDataItemModel.h"
+#include "board/QNBrdRegsDataItemModel.h"
 
-#include "QNBrdRegsAddressItemModel.h"
-#include "QNRegisterAccess.h"
-#include "ValueFeatureElementBase.h"
+#include "board/QNBrdRegsAddressItemModel.h"
+#include "board/QNRegisterAccess.h"
+#include "elements/ValueFeatureElementBase.h"
 
 namespace Orvex {
 

@@ -1,8 +1,8 @@
-#include "QNCxpRegsDataItemModel.h"
+#include "board/QNCxpRegsDataItemModel.h"
 
-#include "QNBrdDataSource.h"
-#include "QNRegisterAccess.h"
-#include "ValueFeatureElementBase.h"
+#include "board/QNBrdDataSource.h"
+#include "board/QNRegisterAccess.h"
+#include "elements/ValueFeatureElementBase.h"
 
 namespace Orvex {
 

@@ -1,7 +1,7 @@
-#include "QNCxpRegsValueObserver.h"
+#include "board/QNCxpRegsValueObserver.h"
 
-#include "QNBrdDataSource.h"
-#include "QNRegisterAccess.h"
+#include "board/QNBrdDataSource.h"
+#include "board/QNRegisterAccess.h"
 
 namespace Orvex {
 

@@ -1,10 +1,10 @@
-#include "QNRegisterAccess.h"
+#include "board/QNRegisterAccess.h"
 
-#include "Dec2HexValueObserver.h"
-#include "FeatureListFeatureBase.h"
-#include "QNBrdDataSource.h"
-#include "QNDriver.h"
-#include "ValueFeatureElementBase.h"
+#include "board/Dec2HexValueObserver.h"
+#include "board/QNBrdDataSource.h"
+#include "elements/FeatureListFeatureBase.h"
+#include "elements/ValueFeatureElementBase.h"
+#include "platform/QNDriver.h"
 
 #include <limits>
 

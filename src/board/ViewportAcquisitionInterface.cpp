@@ -1,4 +1,4 @@
-#include "ViewportAcquisitionInterface.h"
+#include "board/ViewportAcquisitionInterface.h"
 
 #include <QMetaObject>
 #include <QTimer>

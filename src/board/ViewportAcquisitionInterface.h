@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ViewportFrameLock.h"
-#include "ViewportScopedFrameLock.h"
+#include "board/ViewportFrameLock.h"
+#include "board/ViewportScopedFrameLock.h"
 
 #include <QByteArray>
 #include <QObject>

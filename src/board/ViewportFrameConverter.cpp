@@ -1,4 +1,4 @@
-#include "ViewportFrameConverter.h"
+#include "board/ViewportFrameConverter.h"
 
 #include <QtEndian>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ViewportAcquisitionInterface.h"
+#include "board/ViewportAcquisitionInterface.h"
 
 #include <QImage>
 

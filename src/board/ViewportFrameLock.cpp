@@ -1,4 +1,4 @@
-#include "ViewportFrameLock.h"
+#include "board/ViewportFrameLock.h"
 
 namespace Viewport {
 

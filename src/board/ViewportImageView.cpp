@@ -1,4 +1,4 @@
-#include "ViewportImageView.h"
+#include "board/ViewportImageView.h"
 
 #include <QPainter>
 

@@ -1,4 +1,4 @@
-#include "ViewportImperativeAcquisitionInterface.h"
+#include "board/ViewportImperativeAcquisitionInterface.h"
 
 namespace Viewport {
 

@@ -1,6 +1,6 @@
-#include "ViewportScopedFrameLock.h"
+#include "board/ViewportScopedFrameLock.h"
 
-#include "ViewportFrameLock.h"
+#include "board/ViewportFrameLock.h"
 
 #include <utility>
 

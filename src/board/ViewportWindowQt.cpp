@@ -1,7 +1,7 @@
-#include "ViewportWindowQt.h"
+#include "board/ViewportWindowQt.h"
 
-#include "ViewportFrameConverter.h"
-#include "ViewportImageView.h"
+#include "board/ViewportFrameConverter.h"
+#include "board/ViewportImageView.h"
 
 #include <QButtonGroup>
 #include <QCloseEvent>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ViewportImperativeAcquisitionInterface.h"
+#include "board/ViewportImperativeAcquisitionInterface.h"
 
 #include <QImage>
 #include <QPointer>

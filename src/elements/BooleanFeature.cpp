@@ -1,4 +1,4 @@
-#include "BooleanFeature.h"
+#include "elements/BooleanFeature.h"
 
 #include <QCheckBox>
 

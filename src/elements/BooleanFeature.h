@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ValueFeatureElementBase.h"
+#include "elements/ValueFeatureElementBase.h"
 
 namespace Orvex {
 

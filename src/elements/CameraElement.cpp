@@ -1,9 +1,9 @@
-#include "CameraElement.h"
+#include "elements/CameraElement.h"
 
-#include "CameraGlobalCategory.h"
-#include "ModeElement.h"
-#include "ValueFeatureElementBase.h"
-#include "WindowElement.h"
+#include "elements/CameraGlobalCategory.h"
+#include "elements/ModeElement.h"
+#include "elements/ValueFeatureElementBase.h"
+#include "elements/WindowElement.h"
 
 #include <QRegularExpression>
 #include <QScopedValueRollback>

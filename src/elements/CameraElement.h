@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ElementBase.h"
+#include "elements/ElementBase.h"
 
 #include <QPointer>
 #include <QVector>

@@ -1,6 +1,6 @@
-#include "CameraGlobalCategory.h"
+#include "elements/CameraGlobalCategory.h"
 
-#include "CameraElement.h"
+#include "elements/CameraElement.h"
 
 namespace Orvex {
 

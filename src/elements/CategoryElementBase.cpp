@@ -1,10 +1,10 @@
-#include "CategoryElementBase.h"
+#include "elements/CategoryElementBase.h"
 
-#include "FeatureEnableCheckBox.h"
+#include "elements/FeatureEnableCheckBox.h"
 
-#include "FeatureElementBase.h"
-#include "FeatureListFeatureBase.h"
-#include "WindowElement.h"
+#include "elements/FeatureElementBase.h"
+#include "elements/FeatureListFeatureBase.h"
+#include "elements/WindowElement.h"
 
 #include <QFormLayout>
 #include <QLabel>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "WidgetElementBase.h"
+#include "elements/WidgetElementBase.h"
 
 #include <QPointer>
 #include <QVector>

@@ -1,6 +1,6 @@
-#include "ElementBase.h"
+#include "elements/ElementBase.h"
 
-#include "ElementBaseDelayQueue.h"
+#include "elements/ElementBaseDelayQueue.h"
 
 #include <atomic>
 #include <limits>

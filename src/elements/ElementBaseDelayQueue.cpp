@@ -1,6 +1,6 @@
-#include "ElementBaseDelayQueue.h"
+#include "elements/ElementBaseDelayQueue.h"
 
-#include "ElementBase.h"
+#include "elements/ElementBase.h"
 
 #include <QCoreApplication>
 #include <QMessageLogger>

@@ -1,4 +1,4 @@
-#include "EnumerationFeature.h"
+#include "elements/EnumerationFeature.h"
 
 #include <QComboBox>
 #include <QSignalBlocker>

@@ -1,11 +1,11 @@
-#include "FeatureElementBase.h"
+#include "elements/FeatureElementBase.h"
 
-#include "ElementLocator.h"
-#include "UndoRedoAddInstance.h"
-#include "UndoRedoReinsertInstance.h"
-#include "UndoRedoRemoveInstance.h"
-#include "UndoRedoStack.h"
-#include "WindowElement.h"
+#include "elements/ElementLocator.h"
+#include "elements/UndoRedoAddInstance.h"
+#include "elements/UndoRedoReinsertInstance.h"
+#include "elements/UndoRedoRemoveInstance.h"
+#include "elements/UndoRedoStack.h"
+#include "elements/WindowElement.h"
 
 #include <QBoxLayout>
 #include <QMetaType>

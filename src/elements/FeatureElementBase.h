@@ -1,7 +1,7 @@
 #pragma once
 
-#include "FeatureInstanceRecord.h"
-#include "WidgetElementBase.h"
+#include "elements/FeatureInstanceRecord.h"
+#include "elements/WidgetElementBase.h"
 
 #include <QToolButton>
 #include <QVariant>

@@ -1,6 +1,6 @@
-#include "FeatureEnableCheckBox.h"
+#include "elements/FeatureEnableCheckBox.h"
 
-#include "FeatureElementBase.h"
+#include "elements/FeatureElementBase.h"
 
 namespace Orvex {
 

@@ -1,4 +1,4 @@
-#include "FeatureInstanceRecord.h"
+#include "elements/FeatureInstanceRecord.h"
 
 namespace Orvex {
 

@@ -1,4 +1,4 @@
-#include "FeatureListFeature.h"
+#include "elements/FeatureListFeature.h"
 
 namespace Orvex {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FeatureListFeatureBase.h"
+#include "elements/FeatureListFeatureBase.h"
 
 namespace Orvex {
 

@@ -1,7 +1,7 @@
-#include "FeatureListFeatureBase.h"
+#include "elements/FeatureListFeatureBase.h"
 
-#include "FeatureEnableCheckBox.h"
-#include "ValueFeatureElementBase.h"
+#include "elements/FeatureEnableCheckBox.h"
+#include "elements/ValueFeatureElementBase.h"
 
 #include <QCheckBox>
 #include <QFormLayout>

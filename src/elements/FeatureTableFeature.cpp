@@ -1,8 +1,8 @@
-#include "FeatureTableFeature.h"
+#include "elements/FeatureTableFeature.h"
 
-#include "FeatureTableFeatureItemDelegate.h"
-#include "FeatureTableFeatureModel.h"
-#include "ValueFeatureElementBase.h"
+#include "elements/FeatureTableFeatureItemDelegate.h"
+#include "elements/FeatureTableFeatureModel.h"
+#include "elements/ValueFeatureElementBase.h"
 
 #include <QHeaderView>
 #include <QTreeView>

@@ -1,8 +1,8 @@
-#include "FeatureTableFeatureItemDelegate.h"
+#include "elements/FeatureTableFeatureItemDelegate.h"
 
-#include "FeatureTableFeatureModel.h"
-#include "NumericFeature.h"
-#include "ValueFeatureElementBase.h"
+#include "elements/FeatureTableFeatureModel.h"
+#include "elements/NumericFeature.h"
+#include "elements/ValueFeatureElementBase.h"
 
 #include <QAbstractItemView>
 #include <QAbstractSpinBox>

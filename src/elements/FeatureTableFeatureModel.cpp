@@ -1,8 +1,8 @@
-#include "FeatureTableFeatureModel.h"
+#include "elements/FeatureTableFeatureModel.h"
 
-#include "BooleanFeature.h"
-#include "FeatureTableFeature.h"
-#include "ValueFeatureElementBase.h"
+#include "elements/BooleanFeature.h"
+#include "elements/FeatureTableFeature.h"
+#include "elements/ValueFeatureElementBase.h"
 
 #include <QColor>
 #include <QMimeData>

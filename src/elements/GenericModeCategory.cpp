@@ -1,4 +1,4 @@
-#include "GenericModeCategory.h"
+#include "elements/GenericModeCategory.h"
 
 #include <QFrame>
 #include <QHBoxLayout>

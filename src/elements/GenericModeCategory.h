@@ -1,7 +1,7 @@
 #pragma once
 
-#include "FeatureElementBase.h"
-#include "ModeCategoryElementBase.h"
+#include "elements/FeatureElementBase.h"
+#include "elements/ModeCategoryElementBase.h"
 
 #include <QCheckBox>
 

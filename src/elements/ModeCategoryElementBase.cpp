@@ -1,6 +1,6 @@
-#include "ModeCategoryElementBase.h"
+#include "elements/ModeCategoryElementBase.h"
 
-#include "ModeElement.h"
+#include "elements/ModeElement.h"
 
 namespace Orvex {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CategoryElementBase.h"
+#include "elements/CategoryElementBase.h"
 
 namespace Orvex {
 

@@ -1,8 +1,8 @@
-#include "ModeElement.h"
+#include "elements/ModeElement.h"
 
-#include "CameraElement.h"
-#include "ModeCategoryElementBase.h"
-#include "WindowElement.h"
+#include "elements/CameraElement.h"
+#include "elements/ModeCategoryElementBase.h"
+#include "elements/WindowElement.h"
 
 #include <QScopedValueRollback>
 

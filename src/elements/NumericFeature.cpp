@@ -1,4 +1,4 @@
-#include "NumericFeature.h"
+#include "elements/NumericFeature.h"
 
 #include <QDoubleSpinBox>
 #include <QFontMetrics>

@@ -1,7 +1,7 @@
-#include "StringFeature.h"
+#include "elements/StringFeature.h"
 
-#include "StringFeatureCompleterHelper.h"
-#include "StringFeatureCompleterItemModel.h"
+#include "elements/StringFeatureCompleterHelper.h"
+#include "elements/StringFeatureCompleterItemModel.h"
 
 #include <QFontMetrics>
 #include <QLineEdit>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "StringFeatureCompleterItemModel.h"
-#include "ValueFeatureElementBase.h"
+#include "elements/StringFeatureCompleterItemModel.h"
+#include "elements/ValueFeatureElementBase.h"
 
 #include <QPointer>
 #include <QRegExp>

@@ -1,7 +1,7 @@
-#include "StringFeatureCompleterHelper.h"
+#include "elements/StringFeatureCompleterHelper.h"
 
-#include "StringFeature.h"
-#include "StringFeatureCompleterItemModel.h"
+#include "elements/StringFeature.h"
+#include "elements/StringFeatureCompleterItemModel.h"
 
 #include <QAbstractItemView>
 #include <QCompleter>

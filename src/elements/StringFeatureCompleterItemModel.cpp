@@ -1,6 +1,6 @@
-#include "StringFeatureCompleterItemModel.h"
+#include "elements/StringFeatureCompleterItemModel.h"
 
-#include "ValueFeatureElementBase.h"
+#include "elements/ValueFeatureElementBase.h"
 
 #include <algorithm>
 

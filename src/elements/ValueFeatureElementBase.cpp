@@ -1,9 +1,9 @@
-#include "ValueFeatureElementBase.h"
+#include "elements/ValueFeatureElementBase.h"
 
-#include "UndoRedoStack.h"
-#include "UndoRedoValueFeatureChange.h"
-#include "ValueFeatureObserverBase.h"
-#include "WindowElement.h"
+#include "elements/UndoRedoStack.h"
+#include "elements/UndoRedoValueFeatureChange.h"
+#include "elements/ValueFeatureObserverBase.h"
+#include "elements/WindowElement.h"
 
 #include <QSharedPointer>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FeatureElementBase.h"
+#include "elements/FeatureElementBase.h"
 
 #include <QList>
 #include <QPointer>

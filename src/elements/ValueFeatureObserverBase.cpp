@@ -1,4 +1,4 @@
-#include "ValueFeatureObserverBase.h"
+#include "elements/ValueFeatureObserverBase.h"
 
 namespace Orvex {
 

@@ -1,4 +1,4 @@
-#include "WidgetElementBase.h"
+#include "elements/WidgetElementBase.h"
 
 #include <QEasingCurve>
 #include <QGraphicsColorizeEffect>

@@ -1,4 +1,4 @@
-#include "WidgetSimpleDragEventFilter.h"
+#include "elements/WidgetSimpleDragEventFilter.h"
 
 #include <QAbstractButton>
 #include <QApplication>

@@ -1,12 +1,12 @@
-#include "WindowElement.h"
+#include "elements/WindowElement.h"
 
-#include "CameraElement.h"
-#include "CameraGlobalCategory.h"
-#include "ModeCategoryElementBase.h"
-#include "ModeElement.h"
-#include "NavigationStack.h"
-#include "UndoRedoStack.h"
-#include "ValueFeatureElementBase.h"
+#include "elements/CameraElement.h"
+#include "elements/CameraGlobalCategory.h"
+#include "elements/ModeCategoryElementBase.h"
+#include "elements/ModeElement.h"
+#include "elements/NavigationStack.h"
+#include "elements/UndoRedoStack.h"
+#include "elements/ValueFeatureElementBase.h"
 
 #include <QMetaObject>
 

@@ -1,4 +1,4 @@
-#include "ExceptionBase.h"
+#include "model/ExceptionBase.h"
 
 #include <cctype>
 #include <cstring>

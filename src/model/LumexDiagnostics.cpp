@@ -1,6 +1,6 @@
-#include "LumexDiagnostics.h"
+#include "model/LumexDiagnostics.h"
 
-#include "Error.h"
+#include "platform/Error.h"
 
 namespace Orvex {
 

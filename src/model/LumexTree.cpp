@@ -1,7 +1,7 @@
-#include "LumexTree.h"
+#include "model/LumexTree.h"
 
-#include "LumexTreeElement.h"
-#include "LumexTreeMode.h"
+#include "model/LumexTreeElement.h"
+#include "model/LumexTreeMode.h"
 
 namespace Orvex {
 

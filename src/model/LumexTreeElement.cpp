@@ -1,7 +1,7 @@
-#include "LumexTreeElement.h"
+#include "model/LumexTreeElement.h"
 
-#include "LumexTree.h"
-#include "LumexTreeMode.h"
+#include "model/LumexTree.h"
+#include "model/LumexTreeMode.h"
 
 namespace Orvex {
 

@@ -1,6 +1,6 @@
-#include "LumexTreeMode.h"
+#include "model/LumexTreeMode.h"
 
-#include "LumexTree.h"
+#include "model/LumexTree.h"
 
 #include <QVariant>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "LumexTreeElement.h"
+#include "model/LumexTreeElement.h"
 
 #include <QPointer>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ExceptionBase.h"
+#include "model/ExceptionBase.h"
 
 namespace Orvex {
 

@@ -1,7 +1,7 @@
-#include "BufferAcquisitionDevice.h"
+#include "platform/BufferAcquisitionDevice.h"
 
-#include "BufferAcquisitionStreamer.h"
-#include "QNExceptionBase.h"
+#include "platform/BufferAcquisitionStreamer.h"
+#include "platform/QNExceptionBase.h"
 
 namespace BufferAcquisition {
 

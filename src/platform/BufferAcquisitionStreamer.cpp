@@ -1,8 +1,8 @@
-#include "BufferAcquisitionStreamer.h"
+#include "platform/BufferAcquisitionStreamer.h"
 
-#include "Lumex.h"
-#include "QNExceptionBase.h"
-#include "SimFrameGenerator.h"
+#include "platform/Lumex.h"
+#include "platform/QNExceptionBase.h"
+#include "platform/SimFrameGenerator.h"
 
 #include <algorithm>
 #include <cerrno>

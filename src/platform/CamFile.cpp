@@ -1,6 +1,6 @@
-#include "CamFile.h"
+#include "platform/CamFile.h"
 
-#include "LumexDocumentData.h"
+#include "platform/LumexDocumentData.h"
 
 #include <QBuffer>
 #include <QFile>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "CamProperty.h"
-#include "ConstCamProperty.h"
-#include "Error.h"
+#include "platform/CamProperty.h"
+#include "platform/ConstCamProperty.h"
+#include "platform/Error.h"
 
 #include <optional>
 #include <string>

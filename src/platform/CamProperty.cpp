@@ -1,6 +1,6 @@
-#include "CamProperty.h"
+#include "platform/CamProperty.h"
 
-#include "LumexDocumentData.h"
+#include "platform/LumexDocumentData.h"
 
 #include <libxml/chvalid.h>
 #include <libxml/xmlstring.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Error.h"
+#include "platform/Error.h"
 
 struct _xmlNode;
 
@@ -110,4 +110,4 @@ bool operator!=(const CamProperty& a_left, const CamProperty& a_right);
 
 // ConstCamProperty and the iterator need the complete CamProperty; including them here lets users
 // include either header first.
-#include "ConstCamProperty.h"
+#include "platform/ConstCamProperty.h"

@@ -1,4 +1,4 @@
-#include "ConstCamProperty.h"
+#include "platform/ConstCamProperty.h"
 
 namespace Lumex {
 

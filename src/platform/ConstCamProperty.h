@@ -1,7 +1,7 @@
 #pragma once
 
-#include "CamProperty.h"
-#include "ErrorHandlerBase.h"
+#include "platform/CamProperty.h"
+#include "platform/ErrorHandlerBase.h"
 
 #include <cstddef>
 #include <iterator>

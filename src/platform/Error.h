@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ErrorHandlerBase.h"
+#include "platform/ErrorHandlerBase.h"
 
 namespace Lumex {
 

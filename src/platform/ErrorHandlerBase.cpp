@@ -1,4 +1,4 @@
-#include "ErrorHandlerBase.h"
+#include "platform/ErrorHandlerBase.h"
 
 namespace Lumex {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "CamFile.h"
-#include "CamProperty.h"
-#include "ConstCamProperty.h"
-#include "Error.h"
-#include "ErrorHandlerBase.h"
+#include "platform/CamFile.h"
+#include "platform/CamProperty.h"
+#include "platform/ConstCamProperty.h"
+#include "platform/Error.h"
+#include "platform/ErrorHandlerBase.h"

@@ -1,4 +1,4 @@
-#include "LumexDocumentData.h"
+#include "platform/LumexDocumentData.h"
 
 #include <libxml/dict.h>
 

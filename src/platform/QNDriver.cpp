@@ -1,6 +1,6 @@
-#include "QNDriver.h"
+#include "platform/QNDriver.h"
 
-#include "SimBoardMachine.h"
+#include "platform/SimBoardMachine.h"
 
 #include <QDebug>
 #include <QFile>

@@ -1,6 +1,6 @@
-#include "QNExceptionBase.h"
+#include "platform/QNExceptionBase.h"
 
-#include "QNDriver.h"
+#include "platform/QNDriver.h"
 
 #include <cstdio>
 #include <utility>

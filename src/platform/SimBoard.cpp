@@ -1,4 +1,4 @@
-#include "SimBoard.h"
+#include "platform/SimBoard.h"
 
 #include <QJsonArray>
 #include <QJsonValue>

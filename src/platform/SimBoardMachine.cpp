@@ -1,4 +1,4 @@
-#include "SimBoardMachine.h"
+#include "platform/SimBoardMachine.h"
 
 #include <QDir>
 #include <QFile>

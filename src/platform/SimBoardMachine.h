@@ -1,7 +1,7 @@
 #pragma once
 
-#include "QNDriver.h"
-#include "SimBoard.h"
+#include "platform/QNDriver.h"
+#include "platform/SimBoard.h"
 
 #include <QByteArray>
 #include <QString>

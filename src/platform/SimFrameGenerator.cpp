@@ -1,6 +1,6 @@
-#include "SimFrameGenerator.h"
+#include "platform/SimFrameGenerator.h"
 
-#include "QNExceptionBase.h"
+#include "platform/QNExceptionBase.h"
 
 #include <algorithm>
 #include <chrono>

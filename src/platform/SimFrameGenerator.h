@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QNDriver.h"
+#include "platform/QNDriver.h"
 
 #include <condition_variable>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "ActionBase.h"
+#include "undo/ActionBase.h"
 
 namespace Orvex {
 

@@ -1,4 +1,4 @@
-#include "ActionBatch.h"
+#include "undo/ActionBatch.h"
 
 namespace Orvex {
 

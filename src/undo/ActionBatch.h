@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ActionBase.h"
+#include "undo/ActionBase.h"
 
 #include <QList>
 #include <QSharedPointer>

@@ -1,7 +1,6 @@
-#include "ActionStack.h"
+#include "undo/ActionStack.h"
 
-#include "ActionBatch.h"
-#include "ElementBaseDelayQueue.h"
+#include "undo/ActionBatch.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -49,11 +48,6 @@ QActionGroup* historyGroup(QMenu* a_menu)
     }
     group->setExclusive(true);
     return group;
-}
-
-void flushDelayQueue()
-{
-    ElementBaseDelayQueue::instance()->flush();
 }
 
 } // namespace
@@ -246,7 +240,7 @@ void ActionStack::setIndex(int a_index)
         const ActionBase::Result result = m_actions.at(m_index)->reapply();
         ++m_index;
         stepOffset(1);
-        flushDelayQueue();
+        afterStep();
         if (result == ActionBase::Failed) {
             stopped = true;
             break;
@@ -256,7 +250,7 @@ void ActionStack::setIndex(int a_index)
         --m_index;
         stepOffset(-1);
         const ActionBase::Result result = m_actions.at(m_index)->unapply();
-        flushDelayQueue();
+        afterStep();
         if (result == ActionBase::Failed)
             break;
     }

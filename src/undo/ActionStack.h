@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ActionBase.h"
+#include "undo/ActionBase.h"
 
 #include <QList>
 #include <QObject>
@@ -65,6 +65,11 @@ public slots:
     void unapply();
     void reapply();
     void setIndex(int a_index);
+
+protected:
+    // Runs after each single step of a jump through the history, so that work the step queued (an
+    // element's deferred raise, say) is done before the next step reads the same elements.
+    virtual void afterStep() {}
 
 private:
     void trimToMaxDepth();

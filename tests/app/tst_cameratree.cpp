@@ -1,9 +1,9 @@
-#include "CameraElement.h"
-#include "CameraTreeModel.h"
-#include "DialogSeam.h"
-#include "ModeElement.h"
-#include "UndoRedoStack.h"
-#include "WindowElement.h"
+#include "app/CameraTreeModel.h"
+#include "elements/CameraElement.h"
+#include "elements/ModeElement.h"
+#include "elements/UndoRedoStack.h"
+#include "elements/WindowElement.h"
+#include "widgets/DialogSeam.h"
 
 #include <QAbstractItemModelTester>
 #include <QItemSelectionModel>

@@ -1,11 +1,11 @@
-#include "AboutOrvexDialog.h"
-#include "DialogSeam.h"
-#include "LumexExtraDataDialog.h"
-#include "LumexTree.h"
-#include "LumexTreeElement.h"
-#include "LumexTreeMode.h"
-#include "QNDriver.h"
-#include "QNQtLgplDialog.h"
+#include "app/AboutOrvexDialog.h"
+#include "app/LumexExtraDataDialog.h"
+#include "app/QNQtLgplDialog.h"
+#include "model/LumexTree.h"
+#include "model/LumexTreeElement.h"
+#include "model/LumexTreeMode.h"
+#include "platform/QNDriver.h"
+#include "widgets/DialogSeam.h"
 
 #include <QCheckBox>
 #include <QDialogButtonBox>

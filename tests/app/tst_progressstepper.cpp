@@ -1,5 +1,5 @@
-#include "OperationCanceledException.h"
-#include "ProgressStepper.h"
+#include "model/OperationCanceledException.h"
+#include "widgets/ProgressStepper.h"
 
 #include <QPushButton>
 #include <QRegularExpression>

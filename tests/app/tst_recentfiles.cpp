@@ -1,5 +1,5 @@
-#include "DragMenu.h"
-#include "RecentlyOpenedFilesSource.h"
+#include "app/RecentlyOpenedFilesSource.h"
+#include "widgets/DragMenu.h"
 
 #include <QApplication>
 #include <QDir>

@@ -1,6 +1,6 @@
-#include "DialogSeam.h"
-#include "QNDriver.h"
-#include "Startup.h"
+#include "app/Startup.h"
+#include "platform/QNDriver.h"
+#include "widgets/DialogSeam.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,13 +1,13 @@
-#include "CameraElement.h"
-#include "CameraTreeModel.h"
-#include "CategoryElementBase.h"
-#include "DialogSeam.h"
-#include "ModeCategoryElementBase.h"
-#include "ModeElement.h"
 #include "TestSupport.h"
-#include "ValueFeatureElementBase.h"
-#include "Window.h"
-#include "WindowElement.h"
+#include "app/CameraTreeModel.h"
+#include "app/Window.h"
+#include "elements/CameraElement.h"
+#include "elements/CategoryElementBase.h"
+#include "elements/ModeCategoryElementBase.h"
+#include "elements/ModeElement.h"
+#include "elements/ValueFeatureElementBase.h"
+#include "elements/WindowElement.h"
+#include "widgets/DialogSeam.h"
 
 #include <QAbstractSpinBox>
 #include <QAction>

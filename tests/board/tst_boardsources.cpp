@@ -1,7 +1,7 @@
-#include "DragMenu.h"
-#include "QNBrdAttachedFilesSource.h"
-#include "QNBrdDataSource.h"
-#include "QNDriver.h"
+#include "board/QNBrdAttachedFilesSource.h"
+#include "board/QNBrdDataSource.h"
+#include "platform/QNDriver.h"
+#include "widgets/DragMenu.h"
 
 #include <QDir>
 #include <QJsonArray>

@@ -1,5 +1,5 @@
-#include "QNBrdModeOpenDialog.h"
-#include "QNDriver.h"
+#include "board/QNBrdModeOpenDialog.h"
+#include "platform/QNDriver.h"
 
 #include <QListWidget>
 #include <QPushButton>

@@ -1,11 +1,11 @@
-#include "PreviewAcqIf.h"
-#include "QNDriver.h"
-#include "QNExceptionBase.h"
-#include "SimFrameGenerator.h"
 #include "TestSupport.h"
-#include "ViewportFrameConverter.h"
-#include "ViewportImageView.h"
-#include "ViewportWindowQt.h"
+#include "board/PreviewAcqIf.h"
+#include "board/ViewportFrameConverter.h"
+#include "board/ViewportImageView.h"
+#include "board/ViewportWindowQt.h"
+#include "platform/QNDriver.h"
+#include "platform/QNExceptionBase.h"
+#include "platform/SimFrameGenerator.h"
 
 #include <QApplication>
 #include <QComboBox>

@@ -1,13 +1,13 @@
-#include "Dec2HexValueObserver.h"
-#include "FeatureListFeature.h"
-#include "QNBrdDataSource.h"
-#include "QNBrdRegsAddressItemModel.h"
-#include "QNBrdRegsDataItemModel.h"
-#include "QNBrdRegsValueObserver.h"
-#include "QNCxpRegsDataItemModel.h"
-#include "QNCxpRegsValueObserver.h"
-#include "QNDriver.h"
-#include "StringFeature.h"
+#include "board/Dec2HexValueObserver.h"
+#include "board/QNBrdDataSource.h"
+#include "board/QNBrdRegsAddressItemModel.h"
+#include "board/QNBrdRegsDataItemModel.h"
+#include "board/QNBrdRegsValueObserver.h"
+#include "board/QNCxpRegsDataItemModel.h"
+#include "board/QNCxpRegsValueObserver.h"
+#include "elements/FeatureListFeature.h"
+#include "elements/StringFeature.h"
+#include "platform/QNDriver.h"
 
 #include <QSettings>
 #include <QSignalSpy>

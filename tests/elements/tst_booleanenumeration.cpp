@@ -1,6 +1,6 @@
-#include "BooleanFeature.h"
-#include "EnumerationFeature.h"
-#include "ValueFeatureObserverBase.h"
+#include "elements/BooleanFeature.h"
+#include "elements/EnumerationFeature.h"
+#include "elements/ValueFeatureObserverBase.h"
 
 #include <QCheckBox>
 #include <QComboBox>

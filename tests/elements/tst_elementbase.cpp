@@ -1,6 +1,6 @@
-#include "ElementBase.h"
-#include "ElementBaseDelayQueue.h"
-#include "WidgetElementBase.h"
+#include "elements/ElementBase.h"
+#include "elements/ElementBaseDelayQueue.h"
+#include "elements/WidgetElementBase.h"
 
 #include <QCoreApplication>
 #include <QSignalSpy>

@@ -1,4 +1,4 @@
-#include "FeatureElementBase.h"
+#include "elements/FeatureElementBase.h"
 
 #include <QCoreApplication>
 #include <QLayout>

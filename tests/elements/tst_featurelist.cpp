@@ -1,6 +1,6 @@
-#include "BooleanFeature.h"
-#include "EnumerationFeature.h"
-#include "FeatureListFeature.h"
+#include "elements/BooleanFeature.h"
+#include "elements/EnumerationFeature.h"
+#include "elements/FeatureListFeature.h"
 
 #include <QCheckBox>
 #include <QFormLayout>

@@ -1,10 +1,10 @@
-#include "BooleanFeature.h"
-#include "EnumerationFeature.h"
-#include "FeatureTableFeature.h"
-#include "FeatureTableFeatureItemDelegate.h"
-#include "FeatureTableFeatureModel.h"
-#include "NumericFeature.h"
-#include "StringFeature.h"
+#include "elements/BooleanFeature.h"
+#include "elements/EnumerationFeature.h"
+#include "elements/FeatureTableFeature.h"
+#include "elements/FeatureTableFeatureItemDelegate.h"
+#include "elements/FeatureTableFeatureModel.h"
+#include "elements/NumericFeature.h"
+#include "elements/StringFeature.h"
 
 #include <QAbstractItemModelTester>
 #include <QComboBox>

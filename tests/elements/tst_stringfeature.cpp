@@ -1,5 +1,5 @@
-#include "StringFeature.h"
-#include "StringFeatureCompleterHelper.h"
+#include "elements/StringFeature.h"
+#include "elements/StringFeatureCompleterHelper.h"
 
 #include <QAbstractItemView>
 #include <QLayout>

@@ -1,5 +1,5 @@
-#include "ValueFeatureElementBase.h"
-#include "ValueFeatureObserverBase.h"
+#include "elements/ValueFeatureElementBase.h"
+#include "elements/ValueFeatureObserverBase.h"
 
 #include <QGraphicsColorizeEffect>
 #include <QLineEdit>

@@ -1,6 +1,6 @@
-#include "ElementBase.h"
-#include "WidgetElementBase.h"
-#include "WidgetSimpleDragEventFilter.h"
+#include "elements/ElementBase.h"
+#include "elements/WidgetElementBase.h"
+#include "elements/WidgetSimpleDragEventFilter.h"
 
 #include <QApplication>
 #include <QDrag>

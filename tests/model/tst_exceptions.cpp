@@ -1,5 +1,5 @@
-#include "ExceptionBase.h"
-#include "OperationCanceledException.h"
+#include "model/ExceptionBase.h"
+#include "model/OperationCanceledException.h"
 
 #include <QObject>
 #include <QTest>

@@ -1,10 +1,10 @@
-#include "CameraElement.h"
-#include "CameraFileSession.h"
-#include "ExceptionBase.h"
-#include "HeadlessDocumentHost.h"
-#include "Lumex.h"
-#include "ModeElement.h"
 #include "TestSupport.h"
+#include "app/HeadlessDocumentHost.h"
+#include "elements/CameraElement.h"
+#include "elements/ModeElement.h"
+#include "fileio/CameraFileSession.h"
+#include "model/ExceptionBase.h"
+#include "platform/Lumex.h"
 
 #include <QDir>
 #include <QDirIterator>

@@ -1,6 +1,6 @@
-#include "LumexDiagnostics.h"
+#include "model/LumexDiagnostics.h"
 
-#include "Lumex.h"
+#include "platform/Lumex.h"
 
 #include <QObject>
 #include <QTest>

@@ -1,13 +1,13 @@
-#include "CameraElement.h"
-#include "CameraGlobalCategory.h"
-#include "GenericModeCategory.h"
-#include "LumexDiagnostics.h"
-#include "LumexParser.h"
-#include "LumexTree.h"
-#include "ModeElement.h"
-#include "SchemaParser.h"
-#include "ValueFeatureElementBase.h"
-#include "WindowElement.h"
+#include "elements/CameraElement.h"
+#include "elements/CameraGlobalCategory.h"
+#include "elements/GenericModeCategory.h"
+#include "elements/ModeElement.h"
+#include "elements/ValueFeatureElementBase.h"
+#include "elements/WindowElement.h"
+#include "fileio/LumexParser.h"
+#include "fileio/SchemaParser.h"
+#include "model/LumexDiagnostics.h"
+#include "model/LumexTree.h"
 
 #include <QFile>
 #include <QRegularExpression>

@@ -1,6 +1,6 @@
-#include "LumexTree.h"
-#include "LumexTreeElement.h"
-#include "LumexTreeMode.h"
+#include "model/LumexTree.h"
+#include "model/LumexTreeElement.h"
+#include "model/LumexTreeMode.h"
 
 #include <QCoreApplication>
 #include <QPointer>

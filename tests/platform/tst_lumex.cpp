@@ -1,5 +1,5 @@
-#include "Lumex.h"
 #include "TestSupport.h"
+#include "platform/Lumex.h"
 
 #include <libxml/parser.h>
 #include <libxml/xmlerror.h>

@@ -1,6 +1,6 @@
-#include "QNDriver.h"
-#include "QNExceptionBase.h"
 #include "TestSupport.h"
+#include "platform/QNDriver.h"
+#include "platform/QNExceptionBase.h"
 
 #include <QDir>
 #include <QFile>

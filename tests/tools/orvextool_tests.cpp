@@ -1,9 +1,9 @@
-#include "LumexParser.h"
-#include "LumexPrinter.h"
-#include "LumexTree.h"
-#include "SchemaParser.h"
 #include "TestSupport.h"
-#include "WindowElement.h"
+#include "elements/WindowElement.h"
+#include "fileio/LumexParser.h"
+#include "fileio/LumexPrinter.h"
+#include "fileio/SchemaParser.h"
+#include "model/LumexTree.h"
 
 #include <QDir>
 #include <QFile>

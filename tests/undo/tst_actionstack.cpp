@@ -1,7 +1,8 @@
-#include "ActionBase.h"
-#include "ActionBatch.h"
-#include "ActionStack.h"
 #include "TestElement.h"
+#include "elements/UndoRedoStack.h"
+#include "undo/ActionBase.h"
+#include "undo/ActionBatch.h"
+#include "undo/ActionStack.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -393,7 +394,7 @@ private slots:
     void setIndexFlushesDelayQueue()
     {
         Document document;
-        ActionStack stack;
+        Orvex::UndoRedoStack stack;
         TestElement first(QStringLiteral("first"));
         TestElement second(QStringLiteral("second"));
         run(stack, document, QStringLiteral("p p i0"));

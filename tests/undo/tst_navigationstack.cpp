@@ -1,6 +1,6 @@
-#include "ElementBaseDelayQueue.h"
-#include "NavigationStack.h"
 #include "TestElement.h"
+#include "elements/ElementBaseDelayQueue.h"
+#include "elements/NavigationStack.h"
 
 #include <QAction>
 #include <QActionGroup>

@@ -1,11 +1,11 @@
 #include "CameraFileDump.h"
 
-#include "CameraElement.h"
-#include "CameraGlobalCategory.h"
-#include "FeatureListFeatureBase.h"
-#include "GenericModeCategory.h"
-#include "ModeElement.h"
-#include "ValueFeatureElementBase.h"
+#include "elements/CameraElement.h"
+#include "elements/CameraGlobalCategory.h"
+#include "elements/FeatureListFeatureBase.h"
+#include "elements/GenericModeCategory.h"
+#include "elements/ModeElement.h"
+#include "elements/ValueFeatureElementBase.h"
 
 #include <memory>
 #include <vector>

@@ -1,13 +1,13 @@
 #include "OrvexToolCommand.h"
 
-#include "CameraElement.h"
 #include "CameraFileDump.h"
-#include "CameraFileSession.h"
-#include "CommandLine.h"
-#include "ExceptionBase.h"
-#include "HeadlessDocumentHost.h"
-#include "Startup.h"
-#include "WindowElement.h"
+#include "app/CommandLine.h"
+#include "app/HeadlessDocumentHost.h"
+#include "app/Startup.h"
+#include "elements/CameraElement.h"
+#include "elements/WindowElement.h"
+#include "fileio/CameraFileSession.h"
+#include "model/ExceptionBase.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -1,0 +1,549 @@
+#include "fileio/LumexParser.h"
+
+#include "elements/CameraElement.h"
+#include "elements/CameraGlobalCategory.h"
+#include "elements/FeatureListFeatureBase.h"
+#include "elements/GenericModeCategory.h"
+#include "elements/ModeElement.h"
+#include "elements/StringFeature.h"
+#include "elements/ValueFeatureElementBase.h"
+#include "elements/WindowElement.h"
+#include "model/LumexDiagnostics.h"
+#include "model/LumexTree.h"
+#include "model/LumexTreeElement.h"
+#include "model/LumexTreeMode.h"
+#include "widgets/ProgressStepper.h"
+
+#include <QDebug>
+#include <QFile>
+#include <QHash>
+#include <QSet>
+
+namespace Orvex {
+
+namespace {
+
+const QStringList s_modesPath = {QStringLiteral("quarnel_config"), QStringLiteral("camera"),
+                                 QStringLiteral("modes")};
+const QStringList s_modePath = s_modesPath + QStringList{QStringLiteral("mode")};
+
+QString text(const char* a_utf8)
+{
+    return QString::fromUtf8(a_utf8 ? a_utf8 : "");
+}
+
+// Messages are shown as HTML; what comes from the file must not become markup there.
+QString escaped(const QString& a_text)
+{
+    return a_text.toHtmlEscaped();
+}
+
+// A value or name quoted in a message is cut short, since the text of a whole hostile file would bury it.
+QString quotedValue(const QString& a_value)
+{
+    constexpr int limit = 256;
+    return escaped(a_value.size() > limit ? a_value.left(limit) + QChar(0x2026) : a_value);
+}
+
+bool isBlank(const char* a_text)
+{
+    for (const char* character = a_text; character && *character; ++character) {
+        if (*character != ' ' && *character != '\t' && *character != '\r' && *character != '\n')
+            return false;
+    }
+    return true;
+}
+
+// A node the schema knows holds the value of an element feature: its text is that value, which the
+// feature keeps and writes, so the text must not be kept a second time.
+bool holdsFeatureValue(const LumexTreeElement* a_node)
+{
+    const auto* feature =
+        qobject_cast<const ValueFeatureElementBase*>(ElementBase::findById(quint64(a_node->elementId())));
+    return feature && !feature->isAttribute();
+}
+
+void link(LumexTreeElement* a_node, const ElementBase* a_element)
+{
+    if (a_node)
+        a_node->setElementId(qint64(a_element->id()));
+}
+
+} // namespace
+
+const QString LumexParser::OutOfRangeTitle = QStringLiteral("Values Out of Range");
+
+LumexParser::LumexParser(const QString& a_path, LumexTree* a_tree, ProgressStepper* a_progress)
+    : m_tree(a_tree), m_progress(a_progress)
+{
+    const QByteArray path = QFile::encodeName(a_path);
+    const Lumex::Error result = m_file.load(path.constData(), Lumex::CamFile::SourcePath);
+    if (!result)
+        ORVEX_THROW(LumexLoadException, LumexDiagnostics::toHtml(result));
+}
+
+LumexParser::~LumexParser() = default;
+
+bool LumexParser::isCoaXPress() const
+{
+    return standardIs(QStringLiteral("CoaXPress"));
+}
+
+bool LumexParser::isCameraLink() const
+{
+    return standardIs(QStringLiteral("CameraLink"));
+}
+
+bool LumexParser::standardIs(const QString& a_standard) const
+{
+    const Lumex::ConstCamProperty root = m_file.root();
+    if (!root || qstrcmp(root.name(), "quarnel_config") != 0)
+        return false;
+    const Lumex::ConstCamProperty standard = root["camera"]["features"]["standard"];
+    const char* value = nullptr;
+    if (!standard || !standard.get(value))
+        return false;
+    return text(value).trimmed().compare(a_standard, Qt::CaseInsensitive) == 0;
+}
+
+QString LumexParser::pathHintProblem(const QStringList& a_path, const PathHint& a_hint)
+{
+    const auto describe = [&](const char* a_format) {
+        return QString::fromLatin1(a_format).arg(a_hint.path.join(QLatin1Char('>')),
+                                                 text(a_hint.property.name()), a_path.join(QLatin1Char('>')));
+    };
+    if (a_hint.path.size() > a_path.size())
+        return describe("Excessively long path hint (%1>%2) for print path (%3).");
+    for (int i = 0; i < a_hint.path.size(); ++i) {
+        if (a_hint.path.at(i) != a_path.at(i))
+            return describe("Internal mismatch from path hint (%1>%2) for print path (%3).");
+    }
+    return QString();
+}
+
+void LumexParser::parse(CameraElement* a_camera)
+{
+    if (!a_camera)
+        return;
+    m_outOfRange.clear();
+    m_modesByName.clear();
+    step(QStringLiteral("Loading global features"));
+    parseCategory(a_camera->globalCategory(), nullptr);
+    parseModes(a_camera);
+
+    const Lumex::ConstCamProperty root = m_file.root();
+    if (m_tree && !!root)
+        populateNonSchemaCompliant(a_camera, root, m_tree->elementByPath({text(root.name())}, false));
+    step(QStringLiteral("LUMEX parsing complete"));
+    reportOutOfRange(a_camera);
+}
+
+Lumex::ConstCamProperty LumexParser::parsePath(const QStringList& a_path, const PathHint* a_hint)
+{
+    breathe();
+    if (a_path.isEmpty())
+        return Lumex::ConstCamProperty();
+    Lumex::ConstCamProperty node = m_file.root();
+    int next = 0;
+    if (a_hint) {
+        const QString problem = pathHintProblem(a_path, *a_hint);
+        if (!problem.isEmpty())
+            ORVEX_THROW(BadPathHintException, problem);
+        node = a_hint->property;
+        next = a_hint->path.size();
+        if (a_path.size() == next)
+            return node;
+    }
+    if (!node || text(node.name()) != a_path.at(next))
+        return Lumex::ConstCamProperty();
+    for (int i = next + 1; i < a_path.size(); ++i) {
+        if (a_path.at(i).isEmpty())
+            ORVEX_THROW(BadPathException,
+                        QStringLiteral("Unnamed element in path (%1).").arg(a_path.join(QLatin1Char('>'))));
+        node = node[a_path.at(i).toUtf8().constData()];
+        if (!node)
+            return Lumex::ConstCamProperty();
+    }
+    return node;
+}
+
+void LumexParser::parseModes(CameraElement* a_camera)
+{
+    breathe();
+    const Lumex::ConstCamProperty modes = parsePath(s_modesPath, nullptr);
+    if (!modes)
+        ORVEX_THROW(BadCameraException, "Unable to parse the camera mode path.");
+    if (a_camera->modeCount() != 1) {
+        ORVEX_THROW(BadCameraObjectException,
+                    QStringLiteral("Cannot parse modes because the camera object wasn't properly initialized "
+                                   "(mode count is %1, but should be one).")
+                        .arg(a_camera->modeCount()));
+    }
+    const int count = int(modes.count("mode"));
+    if (count == 0)
+        ORVEX_THROW(BadCameraException, "The camera has no modes.");
+
+    // Names come first: they tell the modes apart in the file and on the board, so a second use would
+    // make one of them unreachable, and renaming it would change the file behind the user's back. Known
+    // distinct, they need no comparison with every other mode as each copy joins the camera.
+    QVector<Lumex::ConstCamProperty> nodes;
+    QStringList names;
+    nodes.reserve(count);
+    names.reserve(count);
+    QSet<QString> seen;
+    for (auto node = modes.begin("mode"); node != modes.end("mode"); ++node) {
+        const char* attribute = nullptr;
+        if (!node->get("name", attribute)) {
+            ORVEX_THROW(
+                BadModeException,
+                QStringLiteral("The camera mode at index %1 has no \"name\" attribute.").arg(nodes.size()));
+        }
+        const QString name = text(attribute);
+        if (seen.contains(name)) {
+            ORVEX_THROW(BadModeException,
+                        QStringLiteral("The camera mode name \"%1\" is used by more than one mode.")
+                            .arg(quotedValue(name)));
+        }
+        seen.insert(name);
+        nodes.append(*node);
+        names.append(name);
+    }
+
+    // Every mode starts as a copy of the untouched template, before the first one is filled.
+    ModeElement* modeTemplate = a_camera->mode(0);
+    modeTemplate->setName(names.first());
+    for (int added = a_camera->modeCount(); added < count; ++added) {
+        breathe();
+        ModeElement* copy = modeTemplate->clone();
+        copy->setName(names.at(added));
+        a_camera->appendUniquelyNamedMode(copy);
+    }
+
+    const QVector<ModeElement*> modeElements = a_camera->modes();
+    for (int index = 0; index < count; ++index) {
+        const Lumex::ConstCamProperty& node = nodes.at(index);
+        const QString& name = names.at(index);
+        ModeElement* mode = modeElements.value(index);
+        if (!mode) {
+            ORVEX_THROW(
+                BadModeException,
+                QStringLiteral("Unable to find entry for camera mode, \"%1\".").arg(quotedValue(name)));
+        }
+        m_modesByName.insert(name, mode);
+        LumexTreeElement* modeNode = nullptr;
+        if (m_tree) {
+            modeNode = m_tree->modeNode(mode);
+            if (!modeNode)
+                modeNode = m_tree->attachMode(mode);
+        }
+        step(QStringLiteral("Loading mode: ") + name);
+
+        const PathHint hint(node, s_modesPath, modeNode);
+        for (ModeCategoryElementBase* category : mode->categories())
+            parseCategory(category, &hint);
+    }
+}
+
+void LumexParser::parseCategory(CategoryElementBase* a_category, const PathHint* a_hint)
+{
+    breathe();
+    const QStringList path = a_category->elementPath();
+    const Lumex::ConstCamProperty node = parsePath(path, a_hint);
+    if (!node) {
+        ORVEX_THROW(
+            BadCategoryException,
+            QStringLiteral("Unable to parse a path for the \"%1\" category.").arg(a_category->name()));
+    }
+    LumexTreeElement* treeElement = a_hint ? a_hint->treeElement : nullptr;
+    const PathHint featureHint(node, path.mid(0, path.size() - 1), treeElement);
+
+    if (auto* modeCategory = qobject_cast<GenericModeCategory*>(a_category)) {
+        // An absent category stays absent: its features keep the schema's values and are not read.
+        if (!parseCategoryPresence(modeCategory, featureHint))
+            return;
+    } else if (m_tree) {
+        link(treeElement ? treeElement->descendantByPath(path, true) : m_tree->elementByPath(path, true),
+             a_category);
+    }
+    for (FeatureElementBase* feature : a_category->features())
+        parseFeature(feature, featureHint);
+}
+
+bool LumexParser::parseCategoryPresence(GenericModeCategory* a_category, const PathHint& a_modeHint)
+{
+    // The category's element is named after the category and held by the mode, wherever the category
+    // was copied from.
+    const QString name = a_category->name();
+    const bool present = !name.isEmpty() && !!a_modeHint.property[name.toUtf8().constData()];
+    a_category->categoryFeature()->setEnabled(present);
+    if (present && a_modeHint.treeElement) {
+        if (LumexTreeElement* modeNode =
+                a_modeHint.treeElement->descendantByPath(a_category->elementPath(), true))
+            link(modeNode->descendantByPath(modeNode->path() << name, true), a_category->categoryFeature());
+    }
+    return present;
+}
+
+void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_hint)
+{
+    breathe();
+    const QString name = a_feature->name();
+    const QByteArray utf8Name = name.toUtf8();
+    const QStringList path = a_feature->elementPath();
+    Lumex::ConstCamProperty holder = parsePath(path, &a_hint);
+    if (!holder) {
+        ORVEX_THROW(BadFeatureException,
+                    QStringLiteral("Unable to parse a path for the \"%1\" feature.").arg(name));
+    }
+
+    const bool repeated = a_feature->maxOccurs() != 1 && !name.isEmpty();
+    size_t count = 1;
+    if (repeated) {
+        count = holder.count(utf8Name.constData());
+        if (a_feature->minOccurs() > count) {
+            ORVEX_THROW(InstanceCountException,
+                        QStringLiteral("Expected at least %1 instances of the \"%2\" feature, but found %3.")
+                            .arg(qulonglong(a_feature->minOccurs()))
+                            .arg(name)
+                            .arg(qulonglong(count)));
+        }
+        if (a_feature->maxOccurs() < count) {
+            ORVEX_THROW(
+                InstanceCountException,
+                QStringLiteral("Expected no more than %1 instances of the \"%2\" feature, but found %3.")
+                    .arg(qulonglong(a_feature->maxOccurs()))
+                    .arg(name)
+                    .arg(qulonglong(count)));
+        }
+        while (a_feature->instanceCount() < count && a_feature->insertInstance(FeatureElementBase::NoIndex)) {
+        }
+        while (a_feature->instanceCount() > count && a_feature->removeInstance(0)) {
+        }
+    } else if (name.isEmpty()) {
+        // The holder's own text: there whenever the holder is.
+    } else if (a_feature->isAttribute()) {
+        const char* ignored = nullptr;
+        if (!holder.get(utf8Name.constData(), ignored)) {
+            if (a_feature->minOccurs() != 0) {
+                ORVEX_THROW(
+                    BadFeatureException,
+                    QStringLiteral("Unable to find an attribute for the required \"%1\" feature.").arg(name));
+            }
+            a_feature->setEnabled(false);
+            return;
+        }
+    } else {
+        const Lumex::ConstCamProperty element = holder[utf8Name.constData()];
+        if (!element) {
+            if (a_feature->minOccurs() != 0) {
+                ORVEX_THROW(
+                    BadFeatureException,
+                    QStringLiteral("Unable to find an instance of the required \"%1\" feature.").arg(name));
+            }
+            a_feature->setEnabled(false);
+            return;
+        }
+        holder = element;
+    }
+    if (count > 0)
+        a_feature->setEnabled(true);
+
+    LumexTreeElement* treeHolder = nullptr;
+    if (m_tree) {
+        treeHolder = a_hint.treeElement ? a_hint.treeElement->descendantByPath(path, true)
+                                        : m_tree->elementByPath(path, true);
+    }
+    QList<LumexTreeElement*> treeNodes;
+    if (treeHolder && !name.isEmpty()) {
+        while (treeHolder->childCount(name) < int(count))
+            treeHolder->addChild(name)->setIsSchemaCompliant(true);
+        while (treeHolder->childCount(name) > int(count))
+            treeHolder->removeChild(treeHolder->childByName(name));
+        treeNodes = treeHolder->childElements(name);
+        for (LumexTreeElement* node : qAsConst(treeNodes))
+            node->setIsAttribute(a_feature->isAttribute());
+    }
+
+    // Instances are met in document order: looking each up by its index would walk the holder from its
+    // first child every time.
+    auto instanceNode = holder.begin(repeated ? utf8Name.constData() : nullptr);
+    if (auto* list = qobject_cast<FeatureListFeatureBase*>(a_feature)) {
+        for (size_t instance = 0; instance < count; ++instance) {
+            const Lumex::ConstCamProperty node = repeated ? *instanceNode++ : holder;
+            LumexTreeElement* treeNode = treeNodes.value(int(instance));
+            link(treeNode, list);
+            const PathHint memberHint(node, path, treeNode ? treeNode : a_hint.treeElement);
+            for (size_t member = 0; member < list->memberCount(); ++member) {
+                if (FeatureElementBase* memberFeature = list->member(instance, member))
+                    parseFeature(memberFeature, memberHint);
+            }
+        }
+        return;
+    }
+
+    auto* value = qobject_cast<ValueFeatureElementBase*>(a_feature);
+    if (!value) {
+        ORVEX_THROW(BadFeatureException, QStringLiteral("The \"%1\" feature has an unknown type.").arg(name));
+    }
+    for (size_t instance = 0; instance < count; ++instance) {
+        const char* read = nullptr;
+        bool readable = false;
+        if (repeated) {
+            const Lumex::ConstCamProperty element = *instanceNode++;
+            readable = !!element && element.get(read);
+        } else if (a_feature->isAttribute()) {
+            readable = bool(holder.get(utf8Name.constData(), read));
+        } else {
+            readable = bool(holder.get(read));
+        }
+        if (!readable) {
+            ORVEX_THROW(
+                BadValueException,
+                QString::fromLatin1(a_feature->isAttribute()
+                                        ? "Unable to retrieve an attribute value for the \"%1\" feature."
+                                        : "Unable to retrieve a value for the \"%1\" feature.")
+                    .arg(name));
+        }
+        const QString problem = readValue(value, instance, text(read));
+        if (!problem.isEmpty())
+            ORVEX_THROW(BadValueException, problem);
+        // An unnamed feature is the text of its holder, whose node stands for it.
+        LumexTreeElement* node = name.isEmpty() ? treeHolder : treeNodes.value(int(instance));
+        if (node) {
+            link(node, value);
+            node->setValue(text(read).trimmed().toLocal8Bit());
+        }
+    }
+}
+
+QString LumexParser::readValue(ValueFeatureElementBase* a_feature, size_t a_index, const QString& a_text)
+{
+    const QString name = a_feature->name();
+    const QString value = a_text.trimmed();
+    if (value.isEmpty() && !qobject_cast<StringFeature*>(a_feature))
+        return QStringLiteral("Empty values unsupported by the \"%1\" feature.").arg(name);
+    const QString family =
+        a_feature->isAttribute()
+            ? QStringLiteral("Unable to retrieve an attribute value for the \"%1\" feature")
+            : QStringLiteral("Unable to retrieve a value for the \"%1\" feature");
+    if (!a_feature->setValueFromText(a_index, value))
+        return (family + QStringLiteral(" from \"%2\".")).arg(name, quotedValue(value));
+    // A fixed feature holds its fixed value whatever is set, so any other value would be lost.
+    if (a_feature->fixedValue().isValid() && a_feature->valueText(a_index) != value) {
+        return (family + QStringLiteral(" from \"%2\", which differs from its fixed value \"%3\"."))
+            .arg(name, quotedValue(value), escaped(a_feature->textFromValue(a_feature->fixedValue())));
+    }
+    if (!a_feature->isWithinRange(a_feature->value(a_index)))
+        m_outOfRange.append({name, value});
+    return QString();
+}
+
+void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lumex::ConstCamProperty& a_node,
+                                             LumexTreeElement* a_treeElement)
+{
+    for (unsigned index = 0; index < a_node.attribute_count(); ++index) {
+        const char* attribute = a_node.attribute(index);
+        const QString name = text(attribute);
+        bool known = false;
+        for (const LumexTreeElement* child : a_treeElement->childElements(name))
+            known = known || child->isAttribute();
+        if (known)
+            continue;
+        const char* value = nullptr;
+        a_node.get(attribute, value);
+        LumexTreeElement* node = a_treeElement->addChild(name);
+        node->setIsAttribute(true);
+        node->setValue(QByteArray(value ? value : ""));
+    }
+
+    // White space between the elements of element-only content only lays them out; once an element
+    // holds text of its own, every character of it counts.
+    bool hasElements = false;
+    bool hasText = false;
+    for (auto child = a_node.begin(nullptr); child != a_node.end(nullptr); ++child) {
+        if (child->is(Lumex::CamProperty::TextNode))
+            hasText = hasText || !isBlank(child->get());
+        else if (!child->is(Lumex::CamProperty::CommentNode | Lumex::CamProperty::OtherNode))
+            hasElements = true;
+    }
+    const bool dropBlanks = hasElements && !hasText;
+    const bool holdsValue = holdsFeatureValue(a_treeElement);
+
+    QHash<QString, int> seen;
+    for (auto child = a_node.begin(nullptr); child != a_node.end(nullptr); ++child) {
+        if (child->is(Lumex::CamProperty::OtherNode))
+            continue;
+        if (child->is(Lumex::CamProperty::TextNode)) {
+            const char* content = child->get();
+            if (holdsValue || (dropBlanks && isBlank(content)))
+                continue;
+            LumexTreeElement* node = a_treeElement->addChild(QString());
+            node->setIsText(true);
+            node->setValue(QByteArray(content ? content : ""));
+            continue;
+        }
+        if (child->is(Lumex::CamProperty::CommentNode)) {
+            const char* content = nullptr;
+            child->get(content);
+            LumexTreeElement* node = a_treeElement->addChild(QString());
+            node->setIsComment(true);
+            node->setValue(QByteArray(content ? content : ""));
+            continue;
+        }
+
+        const QString name = text(child->name());
+        const int occurrence = seen[name]++;
+        LumexTreeElement* next = nullptr;
+        if (QStringList(a_treeElement->path() << name) == s_modePath) {
+            const char* modeName = nullptr;
+            if (!child->get("name", modeName))
+                ORVEX_THROW(BadModeException, "Camera mode property lacks the \"name\" attribute.");
+            const ModeElement* mode = m_modesByName.value(text(modeName));
+            next = mode && m_tree ? m_tree->modeNode(mode) : nullptr;
+            if (!next) {
+                ORVEX_THROW(BadModeException, QStringLiteral("Unable to find entry for camera mode, \"%1\".")
+                                                  .arg(quotedValue(text(modeName))));
+            }
+        } else {
+            next = a_treeElement->childByName(name, occurrence);
+            if (!next)
+                next = a_treeElement->addChild(name);
+        }
+        populateNonSchemaCompliant(a_camera, *child, next);
+    }
+}
+
+void LumexParser::reportOutOfRange(CameraElement* a_camera)
+{
+    if (m_outOfRange.isEmpty())
+        return;
+    QStringList values;
+    for (const OutOfRangeValue& value : qAsConst(m_outOfRange))
+        values << QStringLiteral("\"%1\" (%2)").arg(value.feature, quotedValue(value.text));
+    m_outOfRange.clear();
+    const QString message =
+        QStringLiteral("The file holds values outside the range of their features; they are kept as "
+                       "written: %1.")
+            .arg(values.join(QStringLiteral(", ")));
+    if (WindowElement* window = a_camera->windowElement())
+        window->queueMessage(OutOfRangeTitle, message);
+    else
+        qWarning().noquote() << message;
+}
+
+void LumexParser::breathe()
+{
+    if (m_progress)
+        m_progress->breathe();
+}
+
+void LumexParser::step(const QString& a_detail)
+{
+    qDebug().noquote() << a_detail;
+    if (m_progress) {
+        m_progress->step();
+        m_progress->setDetailText(a_detail);
+    }
+}
+
+} // namespace Orvex

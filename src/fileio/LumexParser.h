@@ -1,0 +1,121 @@
+#pragma once
+
+#include "fileio/PathHint.h"
+#include "model/ExceptionBase.h"
+#include "platform/Lumex.h"
+
+#include <QHash>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+#include <cstddef>
+
+namespace Orvex {
+
+class CameraElement;
+class CategoryElementBase;
+class FeatureElementBase;
+class GenericModeCategory;
+class LumexTree;
+class LumexTreeElement;
+class ModeElement;
+class ProgressStepper;
+class ValueFeatureElementBase;
+
+// Reads one camera file into the camera element built from its schema and into the document tree.
+//
+// The file's frame is fixed: "quarnel_config" > "camera" > "features" holds the global features and
+// "quarnel_config" > "camera" > "modes" one "mode" element per mode, named by its "name" attribute.
+// Below those, every category and feature element names the markup element that holds it by its
+// elementPath: a feature is a child element of that name (one per instance when it may repeat), or an
+// attribute of the holder for an attribute feature; a feature without a name is the holder's own text. A
+// mode category is an optional element of the mode, holding the category's features.
+//
+// Values are taken exactly: a text that is no value of its feature is refused, and a number outside
+// its feature's range is kept as written and reported once per file as a queued message of the
+// window. Everything the schema does not describe (attributes, comments, text, elements) is copied into
+// the document tree beside the schema-known nodes, which are linked to their elements by id, so that
+// saving writes it back at its place. White space that only lays out elements is no content and is
+// left out; the printer lays its output out anew.
+//
+// A path hint's path leads to its node: the node's own name is the path element that follows it.
+//
+// Progress: the caller begins the stage of the stepper; the parser steps it and names what it reads
+// as the stage's detail. Every lookup breathes, so the user can cancel (OperationCanceledException).
+// Without a stepper the parser runs without progress and cannot be cancelled.
+class LumexParser : public QObject
+{
+    Q_OBJECT
+
+public:
+    ORVEX_DECLARE_EXCEPTION(LumexLoadException);
+    ORVEX_DECLARE_EXCEPTION(BadPathHintException);
+    ORVEX_DECLARE_EXCEPTION(BadPathException);
+    ORVEX_DECLARE_EXCEPTION(BadFeatureException);
+    ORVEX_DECLARE_EXCEPTION(InstanceCountException);
+    ORVEX_DECLARE_EXCEPTION(BadValueException);
+    ORVEX_DECLARE_EXCEPTION(BadCategoryException);
+    ORVEX_DECLARE_EXCEPTION(BadCameraException);
+    ORVEX_DECLARE_EXCEPTION(BadCameraObjectException);
+    ORVEX_DECLARE_EXCEPTION(BadModeException);
+
+    // The title of the message that names the values kept outside their features' range.
+    static const QString OutOfRangeTitle;
+
+    // Loads the file; throws LumexLoadException with the markup library's diagnostics as an HTML list
+    // when it cannot. The tree and the stepper (which may be null) are not owned.
+    LumexParser(const QString& a_path, LumexTree* a_tree, ProgressStepper* a_progress);
+    ~LumexParser() override;
+
+    // Why a_hint cannot start a lookup of a_path (longer than the path, or not leading along it); empty
+    // when it can. The printer checks its hints the same way.
+    static QString pathHintProblem(const QStringList& a_path, const PathHint& a_hint);
+
+    // Whether the text of "quarnel_config" > "camera" > "features" > "standard" names the standard,
+    // without regard to case; false when it is missing. Neither throws.
+    bool isCoaXPress() const;
+    bool isCameraLink() const;
+
+    // Fills a_camera, which holds the schema's templates and exactly one mode, and the document tree
+    // from the file. A failure leaves both partly filled, for the caller to discard.
+    void parse(CameraElement* a_camera);
+
+private:
+    struct OutOfRangeValue
+    {
+        QString feature;
+        QString text;
+    };
+
+    // The node at a_path, from the hint's node when there is a hint, else from the root; null when
+    // the file has none.
+    Lumex::ConstCamProperty parsePath(const QStringList& a_path, const PathHint* a_hint);
+    void parseModes(CameraElement* a_camera);
+    void parseCategory(CategoryElementBase* a_category, const PathHint* a_hint);
+    // Whether a mode category is in the file, linking its element when it is.
+    bool parseCategoryPresence(GenericModeCategory* a_category, const PathHint& a_modeHint);
+    void parseFeature(FeatureElementBase* a_feature, const PathHint& a_hint);
+    // Stores the value of a_text in instance a_index, noting a value out of range; why the feature
+    // cannot hold it otherwise, empty when it can.
+    QString readValue(ValueFeatureElementBase* a_feature, size_t a_index, const QString& a_text);
+    void populateNonSchemaCompliant(CameraElement* a_camera, const Lumex::ConstCamProperty& a_node,
+                                    LumexTreeElement* a_treeElement);
+    void reportOutOfRange(CameraElement* a_camera);
+
+    bool standardIs(const QString& a_standard) const;
+    void breathe();
+    void step(const QString& a_detail);
+
+    Lumex::CamFile m_file;
+    QPointer<LumexTree> m_tree;
+    QPointer<ProgressStepper> m_progress;
+    QVector<OutOfRangeValue> m_outOfRange;
+    // The modes as the file names them, for the walk over content the schema does not know, which meets
+    // every mode again.
+    QHash<QString, ModeElement*> m_modesByName;
+};
+
+} // namespace Orvex

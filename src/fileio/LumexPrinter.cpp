@@ -1,0 +1,486 @@
+#include "fileio/LumexPrinter.h"
+
+#include "elements/CameraElement.h"
+#include "elements/CameraGlobalCategory.h"
+#include "elements/FeatureListFeatureBase.h"
+#include "elements/GenericModeCategory.h"
+#include "elements/ModeElement.h"
+#include "elements/ValueFeatureElementBase.h"
+#include "fileio/LumexParser.h"
+#include "model/LumexTree.h"
+#include "model/LumexTreeElement.h"
+#include "platform/QNDriver.h"
+#include "widgets/ProgressStepper.h"
+
+#include <QDebug>
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace Orvex {
+
+namespace {
+
+const char* const s_rootName = "quarnel_config";
+
+QString text(const char* a_utf8)
+{
+    return QString::fromUtf8(a_utf8 ? a_utf8 : "");
+}
+
+QString escaped(const QString& a_text)
+{
+    return a_text.toHtmlEscaped();
+}
+
+QString joinedPath(const QStringList& a_path)
+{
+    return a_path.join(QLatin1Char('>'));
+}
+
+// The schema paths may come with either separator, whatever the platform.
+QString fileNameOnly(const QString& a_path)
+{
+    return a_path.mid(qMax(a_path.lastIndexOf(QLatin1Char('/')), a_path.lastIndexOf(QLatin1Char('\\'))) + 1);
+}
+
+QByteArray indentation(int a_depth)
+{
+    return '\n' + QByteArray(2 * a_depth, ' ');
+}
+
+// Copies a_source into a_target, putting each child of an element without text on a line of its own;
+// where there is text, the content is copied as it is. Returns the first failure of the markup library.
+Lumex::Error copyLaidOut(const Lumex::CamProperty& a_source, Lumex::CamProperty a_target, int a_depth)
+{
+    for (unsigned index = 0; index < a_source.attribute_count(); ++index) {
+        const char* name = a_source.attribute(index);
+        const char* value = nullptr;
+        Lumex::Error result = a_source.get(name, value);
+        if (result)
+            result = a_target.set(name, value);
+        if (!result)
+            return result;
+    }
+    bool hasChildren = false;
+    bool hasText = false;
+    for (auto child = a_source.begin(nullptr); child != a_source.end(nullptr); ++child) {
+        hasChildren = true;
+        hasText = hasText || child->is(Lumex::CamProperty::TextNode);
+    }
+    const bool indent = hasChildren && !hasText;
+    const auto append = [&a_target](Lumex::CamProperty::XmlNodeType a_kind, const char* a_value) {
+        Lumex::CamProperty node = a_target.push_back(a_kind);
+        return node.isNull() ? Lumex::Error("Write error", "A node could not be added.", a_value)
+                             : node.set(a_value);
+    };
+    const QByteArray inner = indentation(a_depth + 1);
+    for (auto child = a_source.begin(nullptr); child != a_source.end(nullptr); ++child) {
+        Lumex::Error result;
+        if (indent)
+            result = append(Lumex::CamProperty::TextNode, inner.constData());
+        if (result && child->is(Lumex::CamProperty::TextNode)) {
+            result = append(Lumex::CamProperty::TextNode, child->get());
+        } else if (result && child->is(Lumex::CamProperty::CommentNode)) {
+            result = append(Lumex::CamProperty::CommentNode, child->get());
+        } else if (result) {
+            Lumex::CamProperty element = a_target.push_back(child->name());
+            result = element.isNull()
+                         ? Lumex::Error("Write error", "An element could not be added.", child->name())
+                         : copyLaidOut(*child, element, a_depth + 1);
+        }
+        if (!result)
+            return result;
+    }
+    return indent ? append(Lumex::CamProperty::TextNode, indentation(a_depth).constData()) : Lumex::Error();
+}
+
+} // namespace
+
+LumexPrinter::LumexPrinter(ProgressStepper* a_progress, LumexTree* a_tree, QObject* a_parent)
+    : QObject(a_parent), m_document(s_rootName, Lumex::CamFile::SourceRootName), m_progress(a_progress),
+      m_tree(a_tree)
+{
+}
+
+LumexPrinter::~LumexPrinter() = default;
+
+void LumexPrinter::setSchemaPaths(const QString& a_coaXPressXsdPath, const QString& a_cameraLinkXsdPath)
+{
+    m_coaXPressXsdPath = a_coaXPressXsdPath;
+    m_cameraLinkXsdPath = a_cameraLinkXsdPath;
+}
+
+void LumexPrinter::print(CameraElement* a_camera)
+{
+    if (!a_camera)
+        return;
+    m_document = Lumex::CamFile(s_rootName, Lumex::CamFile::SourceRootName);
+    m_linkedNodes.clear();
+    if (m_tree && m_tree->root()) {
+        QList<const LumexTreeElement*> pending{m_tree->root()};
+        while (!pending.isEmpty()) {
+            const LumexTreeElement* node = pending.takeFirst();
+            if (node->elementId() != 0)
+                m_linkedNodes.insert(quint64(node->elementId()), node);
+            const QList<LumexTreeElement*> children = node->childElements();
+            for (int index = children.size() - 1; index >= 0; --index)
+                pending.prepend(children.at(index));
+        }
+    }
+
+    printCamera(a_camera);
+    writeFrameContent();
+
+    Lumex::CamFile laidOut(s_rootName, Lumex::CamFile::SourceRootName);
+    const Lumex::Error result = copyLaidOut(m_document.root(), laidOut.root(), 0);
+    if (!result) {
+        ORVEX_THROW(
+            FeatureLoadErrorException,
+            QStringLiteral("Unable to lay out the camera file: %1").arg(escaped(text(result.message()))));
+    }
+    m_document = std::move(laidOut);
+}
+
+bool LumexPrinter::save(const QString& a_path) const
+{
+    const QByteArray path = QFile::encodeName(a_path);
+    // Where no temporary file can be made beside the file, the markup library would write over the
+    // file in place, and a failure on the way would leave it half written.
+    const QFileInfo folder(QFileInfo(a_path).absolutePath());
+    const Lumex::Error result =
+        folder.isDir() && !folder.isWritable()
+            ? Lumex::Error("Write error", "The folder does not allow a temporary file.", path.constData())
+            : m_document.write(path.constData());
+    if (result)
+        return true;
+    for (Lumex::Error error = result; !bool(error); error = error.skip_next(Lumex::Error::NextError)) {
+        const QByteArray entry =
+            QByteArray("[LumexPrinter::") + __func__ + '@' + QByteArray::number(__LINE__) +
+            "] Camera file write error: " + (error.message() ? error.message() : "") + '\n';
+        QNDebugString(entry.constData());
+    }
+    return false;
+}
+
+Lumex::CamProperty LumexPrinter::printPath(const QStringList& a_path, const PathHint* a_hint)
+{
+    breathe();
+    if (a_path.isEmpty())
+        return Lumex::CamProperty();
+    Lumex::CamProperty node = m_document.root();
+    int next = 0;
+    if (a_hint) {
+        const QString problem = LumexParser::pathHintProblem(a_path, *a_hint);
+        if (!problem.isEmpty())
+            ORVEX_THROW(BadPathHintException, problem);
+        node = a_hint->property.property();
+        next = a_hint->path.size();
+        if (a_path.size() == next)
+            return node;
+    }
+    if (node.isNull() || text(node.name()) != a_path.at(next))
+        return Lumex::CamProperty();
+    for (int index = next + 1; index < a_path.size(); ++index) {
+        if (a_path.at(index).isEmpty())
+            ORVEX_THROW(BadPathException,
+                        QStringLiteral("Unnamed element in path (%1).").arg(joinedPath(a_path)));
+        const QByteArray name = a_path.at(index).toUtf8();
+        Lumex::CamProperty child = node[name.constData()];
+        if (child.isNull())
+            child = node.push_back(name.constData());
+        if (child.isNull())
+            return Lumex::CamProperty();
+        node = child;
+    }
+    return node;
+}
+
+void LumexPrinter::printCamera(CameraElement* a_camera)
+{
+    breathe();
+    Lumex::CamProperty root = m_document.root();
+    if (qstrcmp(root.name(), s_rootName) != 0) {
+        root.clear();
+        root.set_name(s_rootName);
+    }
+    QString schemaPath;
+    if (a_camera->standard() == CameraElement::StandardCameraLink)
+        schemaPath = m_cameraLinkXsdPath;
+    else if (a_camera->standard() == CameraElement::StandardCoaXPress)
+        schemaPath = m_coaXPressXsdPath;
+    if (schemaPath.isEmpty())
+        ORVEX_THROW(MissingFeatureException, "Unable to determine the device standard for file generation.");
+    Lumex::Error result = root.set("xmlns:xsi", "http://www.w3.org/2001/XMLSchema-instance");
+    if (result)
+        result = root.set("xsi:noNamespaceSchemaLocation", fileNameOnly(schemaPath).toUtf8().constData());
+    if (!result) {
+        ORVEX_THROW(MissingFeatureException,
+                    QStringLiteral("Unable to name the schema file \"%1\": %2")
+                        .arg(escaped(fileNameOnly(schemaPath)), escaped(text(result.message()))));
+    }
+
+    step(QStringLiteral("Writing global features"));
+    printFeatureList(a_camera->globalCategory(), nullptr);
+    if (!m_preserveExtraData) {
+        // The schema requires the camera's standard as an attribute, which the elements do not hold;
+        // with extra data kept it comes back from the file as it was.
+        const char* standard =
+            a_camera->standard() == CameraElement::StandardCameraLink ? "CameraLink" : "CoaXPress";
+        Lumex::CamProperty camera =
+            printPath({QString::fromLatin1(s_rootName), QStringLiteral("camera")}, nullptr);
+        const Lumex::Error named = camera.set("standard", standard);
+        if (!named) {
+            ORVEX_THROW(MissingFeatureException, QStringLiteral("Unable to name the camera's standard: %1")
+                                                     .arg(escaped(text(named.message()))));
+        }
+    }
+    for (ModeElement* mode : a_camera->modes()) {
+        step(QStringLiteral("Writing mode: ") + mode->name());
+        printMode(mode);
+    }
+    step(QStringLiteral("Camera data processed"));
+}
+
+void LumexPrinter::printMode(ModeElement* a_mode)
+{
+    breathe();
+    Lumex::CamProperty modes = printPath(a_mode->elementPath(), nullptr);
+    if (modes.isNull()) {
+        ORVEX_THROW(
+            ModeLoadErrorException,
+            QStringLiteral("Unable to print a path  for the \"%1\" mode.").arg(escaped(a_mode->name())));
+    }
+    Lumex::CamProperty mode = modes.push_back("mode");
+    const Lumex::Error named = mode.isNull()
+                                   ? Lumex::Error("Write error", "The mode could not be added.", nullptr)
+                                   : mode.set("name", a_mode->name().toUtf8().constData());
+    if (!named) {
+        ORVEX_THROW(ModeLoadErrorException,
+                    QStringLiteral("Unable to print the name of the \"%1\" mode: %2")
+                        .arg(escaped(a_mode->name()), escaped(text(named.message()))));
+    }
+
+    const PathHint modeHint(mode, a_mode->elementPath(), nullptr);
+    for (ModeCategoryElementBase* category : a_mode->categories()) {
+        breathe();
+        FeatureElementBase* presence = nullptr;
+        Lumex::CamProperty categoryElement;
+        if (auto* generic = qobject_cast<GenericModeCategory*>(category)) {
+            presence = generic->categoryFeature();
+            if (!presence->isEnabled())
+                continue;
+            categoryElement = printPath(category->elementPath() << category->name(), &modeHint);
+            if (categoryElement.isNull()) {
+                ORVEX_THROW(ModeLoadErrorException,
+                            QStringLiteral("Unable to print a path for the \"%1\" feature list.")
+                                .arg(category->name()));
+            }
+        }
+        printFeatureList(category, &modeHint);
+        if (presence)
+            writeLinkedContent(presence, categoryElement);
+    }
+    writeLinkedContent(a_mode, mode);
+}
+
+Lumex::CamProperty LumexPrinter::printFeatureList(ElementBase* a_list, const PathHint* a_hint)
+{
+    breathe();
+    const QStringList path = a_list->elementPath();
+    Lumex::CamProperty holder = printPath(path, a_hint);
+    if (holder.isNull()) {
+        ORVEX_THROW(
+            ModeLoadErrorException,
+            QStringLiteral("Unable to print a path for the \"%1\" feature list.").arg(a_list->name()));
+    }
+    auto* list = qobject_cast<FeatureListFeatureBase*>(a_list);
+    auto* category = qobject_cast<CategoryElementBase*>(a_list);
+    const QString name = list ? list->name() : QString();
+    const QStringList leading = name.isEmpty() ? QStringList(path.mid(0, path.size() - 1)) : path;
+    const size_t instances = list ? list->instanceCount() : (category ? 1 : 0);
+
+    Lumex::CamProperty last = holder;
+    for (size_t instance = 0; instance < instances; ++instance) {
+        Lumex::CamProperty element = name.isEmpty() ? holder : holder.push_back(name.toUtf8().constData());
+        if (element.isNull()) {
+            ORVEX_THROW(ModeLoadErrorException,
+                        QStringLiteral("Unable to print a path for the \"%1\" feature list.").arg(name));
+        }
+        const PathHint hint(element, leading, nullptr);
+        const QVector<FeatureElementBase*> members =
+            list ? list->instanceMembers(instance) : category->features();
+        for (FeatureElementBase* member : members)
+            printFeature(member, hint);
+        if (list)
+            writeTreeContent(element, instanceNode(list, instance));
+        last = element;
+    }
+    if (category)
+        writeLinkedContent(category, holder);
+    return last;
+}
+
+Lumex::CamProperty LumexPrinter::printFeature(FeatureElementBase* a_feature, const PathHint& a_hint)
+{
+    if (auto* list = qobject_cast<FeatureListFeatureBase*>(a_feature))
+        return printFeatureList(list, &a_hint);
+    auto* value = qobject_cast<ValueFeatureElementBase*>(a_feature);
+    if (!value) {
+        ORVEX_THROW(UnknownFeatureTypeException,
+                    QStringLiteral("The \"%1\" feature is an unknown type.").arg(a_feature->name()));
+    }
+
+    const QString name = value->name();
+    const QStringList path = value->elementPath();
+    Lumex::CamProperty holder = printPath(path, &a_hint);
+    if (holder.isNull())
+        ORVEX_THROW(FeatureLoadErrorException,
+                    QStringLiteral("Unable to print a path for the \"%1\" feature.").arg(name));
+    QStringList texts;
+    for (size_t instance = 0; instance < value->instanceCount(); ++instance)
+        texts << value->valueText(instance);
+    if (texts.isEmpty())
+        return holder;
+    const bool repeated = value->maxOccurs() != 1 && !value->isAttribute();
+    if (name.isEmpty() && (value->isAttribute() || repeated)) {
+        ORVEX_THROW(FeatureLoadErrorException,
+                    QStringLiteral("Unnamed feature at path (%1).").arg(joinedPath(path)));
+    }
+    const QByteArray utf8Name = name.toUtf8();
+    const auto written = [&](const Lumex::Error& a_result, const QString& a_value) {
+        if (!a_result) {
+            ORVEX_THROW(FeatureLoadErrorException,
+                        QStringLiteral("Unable to print the value \"%1\" of the \"%2\" feature: %3")
+                            .arg(escaped(a_value), name, escaped(text(a_result.message()))));
+        }
+    };
+
+    // The markup library escapes what it writes; escaping here as well would escape twice.
+    if (value->isAttribute()) {
+        const QString joined = texts.join(QLatin1Char(';'));
+        written(holder.set(utf8Name.constData(), joined.toUtf8().constData()), joined);
+        return holder;
+    }
+    if (name.isEmpty()) {
+        if (texts.size() == 1)
+            written(holder.set(texts.first().toUtf8().constData()), texts.first());
+        return holder;
+    }
+    if (!repeated && texts.size() != 1)
+        return holder;
+    const QList<const LumexTreeElement*> nodes = linkedNodes(value);
+    Lumex::CamProperty element = holder;
+    for (int instance = 0; instance < texts.size(); ++instance) {
+        element = holder.push_back(utf8Name.constData());
+        if (element.isNull()) {
+            ORVEX_THROW(FeatureLoadErrorException,
+                        QStringLiteral("Unable to print a path for the \"%1\" feature.").arg(name));
+        }
+        written(element.set(texts.at(instance).toUtf8().constData()), texts.at(instance));
+        writeTreeContent(element, nodes.value(instance));
+    }
+    return element;
+}
+
+void LumexPrinter::writeTreeContent(Lumex::CamProperty a_node, const LumexTreeElement* a_element)
+{
+    if (!m_preserveExtraData || !a_element)
+        return;
+    for (const LumexTreeElement* child : a_element->childElements()) {
+        if (child->isSchemaCompliant())
+            continue;
+        const QByteArray name = child->name().toUtf8();
+        Lumex::Error result;
+        if (child->isText() || child->isComment()) {
+            Lumex::CamProperty node = a_node.push_back(child->isText() ? Lumex::CamProperty::TextNode
+                                                                       : Lumex::CamProperty::CommentNode);
+            result = node.isNull() ? Lumex::Error("Write error", "The node could not be added.", nullptr)
+                                   : node.set(child->value().constData());
+        } else if (child->isAttribute()) {
+            result = a_node.set(name.constData(), child->value().constData());
+        } else {
+            Lumex::CamProperty element = a_node.push_back(name.constData());
+            if (element.isNull()) {
+                result = Lumex::Error("Write error", "The element could not be added.", name.constData());
+            } else if (!child->value().isNull()) {
+                result = element.set(child->value().constData());
+            }
+            if (result)
+                writeTreeContent(element, child);
+        }
+        if (!result) {
+            ORVEX_THROW(FeatureLoadErrorException,
+                        QStringLiteral("Unable to print the extra data at path (%1): %2")
+                            .arg(escaped(joinedPath(child->path())), escaped(text(result.message()))));
+        }
+    }
+}
+
+void LumexPrinter::writeLinkedContent(const ElementBase* a_element, Lumex::CamProperty a_node)
+{
+    for (const LumexTreeElement* node : linkedNodes(a_element))
+        writeTreeContent(a_node, node);
+}
+
+void LumexPrinter::writeFrameContent()
+{
+    if (!m_preserveExtraData || !m_tree)
+        return;
+    QStringList path;
+    const LumexTreeElement* node = m_tree->root();
+    for (const QString& name :
+         {QString::fromLatin1(s_rootName), QStringLiteral("camera"), QStringLiteral("modes")}) {
+        node = node ? node->childByName(name) : nullptr;
+        if (!node)
+            return;
+        path << name;
+        if (node->allSchemaCompliant())
+            continue;
+        const Lumex::CamProperty element = printPath(path, nullptr);
+        if (!element.isNull())
+            writeTreeContent(element, node);
+    }
+}
+
+QList<const LumexTreeElement*> LumexPrinter::linkedNodes(const ElementBase* a_element) const
+{
+    if (!a_element || a_element->id() == 0)
+        return {};
+    QList<const LumexTreeElement*> nodes = m_linkedNodes.values(a_element->id());
+    std::reverse(nodes.begin(), nodes.end());
+    return nodes;
+}
+
+const LumexTreeElement* LumexPrinter::instanceNode(const FeatureListFeatureBase* a_list,
+                                                   size_t a_instance) const
+{
+    // The members know their instance whatever was inserted, removed or moved since reading: the node
+    // of a member lies in the instance's node, and an unnamed member is that node's own text.
+    for (const FeatureElementBase* member : a_list->instanceMembers(a_instance)) {
+        const QList<const LumexTreeElement*> nodes = linkedNodes(member);
+        if (nodes.isEmpty())
+            continue;
+        return member->name().isEmpty() ? nodes.first() : nodes.first()->parentElement();
+    }
+    // None of its members was in the file: the instance can only be found by its position.
+    return linkedNodes(a_list).value(int(a_instance));
+}
+
+void LumexPrinter::breathe()
+{
+    if (m_progress)
+        m_progress->breathe();
+}
+
+void LumexPrinter::step(const QString& a_detail)
+{
+    qDebug().noquote() << a_detail;
+    if (m_progress) {
+        m_progress->step();
+        m_progress->setDetailText(a_detail);
+    }
+}
+
+} // namespace Orvex

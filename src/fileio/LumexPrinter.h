@@ -1,0 +1,98 @@
+#pragma once
+
+#include "fileio/PathHint.h"
+#include "model/ExceptionBase.h"
+#include "platform/Lumex.h"
+
+#include <QList>
+#include <QMultiMap>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QStringList>
+
+namespace Orvex {
+
+class CameraElement;
+class ElementBase;
+class FeatureElementBase;
+class FeatureListFeatureBase;
+class LumexTree;
+class LumexTreeElement;
+class ModeElement;
+class ProgressStepper;
+
+// Writes the camera element and the document tree back into a camera file of the shape LumexParser
+// reads. Schema content comes from the elements, in schema order: the global features, then each mode
+// with its present categories. What the document tree holds beyond the schema (attributes, comments,
+// text and elements read from the file) is written at the place it was read, after the schema content
+// of that place, unless extra data is not to be preserved. Values are written as they were read while
+// nobody changed them, otherwise in their feature's own notation.
+//
+// The output is laid out with two blanks of indentation per level wherever an element holds only
+// elements; inside text it is left as it is.
+//
+// A path hint's path leads to its node: the node's own name is the path element that follows it.
+//
+// Progress: as LumexParser, the caller begins the stage; every step breathes and may throw
+// OperationCanceledException, which leaves the file on disk untouched since nothing is written before
+// save().
+class LumexPrinter : public QObject
+{
+    Q_OBJECT
+
+public:
+    ORVEX_DECLARE_EXCEPTION(BadPathHintException);
+    ORVEX_DECLARE_EXCEPTION(BadPathException);
+    ORVEX_DECLARE_EXCEPTION(FeatureLoadErrorException);
+    ORVEX_DECLARE_EXCEPTION(UnknownFeatureTypeException);
+    ORVEX_DECLARE_EXCEPTION(ModeLoadErrorException);
+    ORVEX_DECLARE_EXCEPTION(MissingFeatureException);
+
+    // The stepper (which may be null) and the tree are not owned.
+    LumexPrinter(ProgressStepper* a_progress, LumexTree* a_tree, QObject* a_parent = nullptr);
+    ~LumexPrinter() override;
+
+    // The schema files of the two standards; the file names its own by file name only.
+    void setSchemaPaths(const QString& a_coaXPressXsdPath, const QString& a_cameraLinkXsdPath);
+    // On by default. Off, only what the schema describes is written.
+    void setPreserveExtraData(bool a_preserve) { m_preserveExtraData = a_preserve; }
+    bool preserveExtraData() const { return m_preserveExtraData; }
+
+    // Builds the document anew from a_camera and the tree.
+    void print(CameraElement* a_camera);
+    // Writes the document; the file is replaced only once the whole document is written, so a failed
+    // save leaves it as it was. Each error is logged; false when it failed.
+    bool save(const QString& a_path) const;
+
+private:
+    Lumex::CamProperty printPath(const QStringList& a_path, const PathHint* a_hint);
+    void printCamera(CameraElement* a_camera);
+    void printMode(ModeElement* a_mode);
+    // A feature list, or a category printed as a list without an element of its own. Returns the last
+    // element written.
+    Lumex::CamProperty printFeatureList(ElementBase* a_list, const PathHint* a_hint);
+    Lumex::CamProperty printFeature(FeatureElementBase* a_feature, const PathHint& a_hint);
+    // The extra data below a_element (the children the schema does not know) written into a_node.
+    void writeTreeContent(Lumex::CamProperty a_node, const LumexTreeElement* a_element);
+    void writeLinkedContent(const ElementBase* a_element, Lumex::CamProperty a_node);
+    void writeFrameContent();
+
+    // The tree nodes linked to the element with that id, in tree order.
+    QList<const LumexTreeElement*> linkedNodes(const ElementBase* a_element) const;
+    // The node read for instance a_instance of a_list; null for an instance that was not read.
+    const LumexTreeElement* instanceNode(const FeatureListFeatureBase* a_list, size_t a_instance) const;
+
+    void breathe();
+    void step(const QString& a_detail);
+
+    Lumex::CamFile m_document;
+    QPointer<ProgressStepper> m_progress;
+    QPointer<LumexTree> m_tree;
+    QString m_coaXPressXsdPath;
+    QString m_cameraLinkXsdPath;
+    bool m_preserveExtraData = true;
+    QMultiMap<quint64, const LumexTreeElement*> m_linkedNodes;
+};
+
+} // namespace Orvex

@@ -1,0 +1,86 @@
+#include "widgets/ProgressStepper.h"
+
+#include "model/OperationCanceledException.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+
+namespace Orvex {
+
+namespace {
+
+// Steps of unknown count after which half of a stage's range is covered.
+constexpr qint64 s_unknownCountHalfWaySteps = 10;
+
+} // namespace
+
+ProgressStepper::ProgressStepper(QProgressDialog* a_dialog, int a_minimum, int a_maximum, QObject* a_parent)
+    : QObject(a_parent), m_dialog(a_dialog), m_minimum(std::min(a_minimum, a_maximum)),
+      m_maximum(std::max(a_minimum, a_maximum)), m_from(m_minimum), m_to(m_minimum), m_value(m_minimum)
+{
+    if (!a_dialog)
+        return;
+    a_dialog->setRange(m_minimum, m_maximum);
+    connect(this, &ProgressStepper::progress, a_dialog, &QProgressDialog::setValue);
+    connect(a_dialog, &QProgressDialog::canceled, this, &ProgressStepper::cancel);
+}
+
+void ProgressStepper::beginStage(const QString& a_label, int a_from, int a_to, int a_stepCount)
+{
+    m_label = a_label;
+    setLabelText(QStringLiteral("<html><p><b>") + a_label + QStringLiteral("</b></p></html>"));
+    m_from = std::clamp(a_from, m_minimum, m_maximum);
+    m_to = std::clamp(a_to, m_from, m_maximum);
+    m_stepCount = std::max(a_stepCount, 0);
+    m_stepsDone = 0;
+    m_value = m_from;
+    emit progress(m_value);
+    breathe();
+}
+
+void ProgressStepper::step()
+{
+    ++m_stepsDone;
+    m_value = stageValue();
+    emit progress(m_value);
+    breathe();
+}
+
+int ProgressStepper::stageValue() const
+{
+    const qint64 range = qint64(m_to) - m_from;
+    const qint64 done = m_stepsDone;
+    if (m_stepCount > 0)
+        return int(m_from + range * std::min<qint64>(done, m_stepCount) / m_stepCount);
+    return int(m_from + range * done / (done + s_unknownCountHalfWaySteps));
+}
+
+void ProgressStepper::setDetailText(const QString& a_detail)
+{
+    QString text = QStringLiteral("<html>");
+    if (!m_label.isEmpty())
+        text += QStringLiteral("<p><b>") + m_label + QStringLiteral("</b></p>");
+    text += QStringLiteral("<p>") + a_detail + QStringLiteral("</p></html>");
+    setLabelText(text);
+}
+
+void ProgressStepper::setLabelText(const QString& a_text)
+{
+    if (m_dialog)
+        m_dialog->setLabelText(a_text);
+}
+
+void ProgressStepper::breathe()
+{
+    QCoreApplication::processEvents();
+    if (m_canceled)
+        ORVEX_THROW(OperationCanceledException, "Operation canceled.");
+}
+
+void ProgressStepper::cancel()
+{
+    m_canceled = true;
+}
+
+} // namespace Orvex
