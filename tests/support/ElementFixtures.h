@@ -1,0 +1,49 @@
+#pragma once
+
+#include "elements/FeatureElementBase.h"
+#include "elements/WidgetElementBase.h"
+
+#include <QStringList>
+#include <QVariant>
+
+#include <cstddef>
+
+namespace OrvexTest {
+
+// A bare parent for the features under test: it owns a page widget and has nothing to highlight.
+class HolderElement : public Orvex::WidgetElementBase
+{
+public:
+    using WidgetElementBase::WidgetElementBase;
+    HolderElement() : WidgetElementBase(nullptr, nullptr) {}
+    void highlight(size_t) override {}
+
+    // Puts the feature's widget on a shown page, so that clicks and key presses reach the value
+    // widgets as a user's do. Returns false when the window never got exposed (or activated).
+    bool show(Orvex::FeatureElementBase& a_feature, bool a_activate = false);
+};
+
+// A value feature that records each change it hands over for undo as "index: old -> new" instead of
+// pushing a command, so a test sees exactly what an edit would have put on the undo stack.
+template <class Feature>
+class Recording : public Feature
+{
+public:
+    using Feature::Feature;
+    using Feature::valueWidget;
+    QStringList pushes;
+
+    template <class Widget>
+    Widget* valueWidgetAs(size_t a_index) const
+    {
+        return qobject_cast<Widget*>(this->valueWidget(a_index));
+    }
+
+protected:
+    void pushValueChange(size_t a_index, const QVariant& a_old, const QVariant& a_new) override
+    {
+        pushes << QStringLiteral("%1: %2 -> %3").arg(a_index).arg(a_old.toString(), a_new.toString());
+    }
+};
+
+} // namespace OrvexTest
