@@ -1,10 +1,10 @@
 #include "elements/NavigationStack.h"
 
 #include "elements/ElementBase.h"
+#include "undo/HistoryMenu.h"
 
 #include <QAction>
-#include <QActionGroup>
-#include <QFont>
+#include <QIcon>
 #include <QMenu>
 #include <QScopedValueRollback>
 #include <QStyle>
@@ -12,12 +12,6 @@
 namespace Orvex {
 
 namespace {
-
-constexpr int HistoryEntries = 20;
-constexpr int HistoryEntriesAhead = 10;
-constexpr int TextLimit = 64;
-constexpr int TextCut = 61;
-constexpr int CurrentEntryWeight = 75;
 
 // The names of the element and of the elements above it ("Default > Timing") tell apart the many
 // categories and features that share a name across modes.
@@ -74,20 +68,8 @@ void NavigationStack::fillHistoryMenu(QMenu* a_menu)
 {
     if (!a_menu || m_entries.isEmpty())
         return;
-    const int count = m_entries.size();
-    int first = qMin(m_index + HistoryEntriesAhead, count - 1);
-    if (count >= HistoryEntries)
-        first = qMax(first, HistoryEntries - 1);
-    const int last = qMax(first - (HistoryEntries - 1), 0);
-
-    a_menu->setToolTipsVisible(true);
-    const QString groupName = QStringLiteral("NavigationStackHistoryGroup");
-    auto* group = a_menu->findChild<QActionGroup*>(groupName, Qt::FindDirectChildrenOnly);
-    if (!group) {
-        group = new QActionGroup(a_menu);
-        group->setObjectName(groupName);
-    }
-    group->setExclusive(true);
+    const auto [first, last] = HistoryMenu::span(m_entries.size(), m_index);
+    HistoryMenu menu(a_menu, QStringLiteral("NavigationStackHistoryGroup"));
     const QIcon behindIcon = a_menu->style()->standardIcon(QStyle::SP_ArrowLeft);
     const QIcon aheadIcon = a_menu->style()->standardIcon(QStyle::SP_ArrowRight);
 
@@ -96,22 +78,11 @@ void NavigationStack::fillHistoryMenu(QMenu* a_menu)
         if (!element)
             continue;
         const QString text = entryText(element);
-        QAction* entry =
-            a_menu->addAction(text.size() > TextLimit ? text.left(TextCut) + QStringLiteral("...") : text);
-        if (position < m_index)
-            entry->setIcon(behindIcon);
-        else if (position > m_index)
-            entry->setIcon(aheadIcon);
+        const QIcon icon = position < m_index ? behindIcon : position > m_index ? aheadIcon : QIcon();
+        QAction* entry = menu.addEntry(icon, HistoryMenu::shortened(text), text);
         entry->setData(position);
-        entry->setToolTip(text);
-        entry->setCheckable(true);
-        if (position == m_index) {
-            entry->setChecked(true);
-            QFont font = entry->font();
-            font.setWeight(CurrentEntryWeight);
-            entry->setFont(font);
-        }
-        group->addAction(entry);
+        if (position == m_index)
+            HistoryMenu::markCurrent(entry);
         connect(entry, &QAction::triggered, this, &NavigationStack::onNavigateSelection);
     }
 }

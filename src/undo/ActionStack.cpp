@@ -1,12 +1,10 @@
 #include "undo/ActionStack.h"
 
 #include "undo/ActionBatch.h"
+#include "undo/HistoryMenu.h"
 
 #include <QAction>
-#include <QActionGroup>
-#include <QFont>
 #include <QIcon>
-#include <QMenu>
 #include <QScopedValueRollback>
 #include <QStringList>
 
@@ -24,31 +22,6 @@ namespace Orvex {
 namespace {
 
 constexpr int UnreachableOffset = INT_MIN;
-constexpr int HistoryEntries = 20;
-constexpr int HistoryEntriesAhead = 9;
-constexpr int DescriptionLimit = 64;
-constexpr int DescriptionCut = 61;
-constexpr int CurrentStateWeight = 75;
-
-QString menuDescription(const QString& a_description)
-{
-    if (a_description.size() <= DescriptionLimit)
-        return a_description;
-    return a_description.left(DescriptionCut) + QStringLiteral("...");
-}
-
-// One group per menu, so that refilling a cleared menu does not pile up groups.
-QActionGroup* historyGroup(QMenu* a_menu)
-{
-    const QString name = QStringLiteral("ActionStackHistoryGroup");
-    QActionGroup* group = a_menu->findChild<QActionGroup*>(name, Qt::FindDirectChildrenOnly);
-    if (!group) {
-        group = new QActionGroup(a_menu);
-        group->setObjectName(name);
-    }
-    group->setExclusive(true);
-    return group;
-}
 
 } // namespace
 
@@ -143,26 +116,15 @@ void ActionStack::fillHistoryMenu(QMenu* a_menu)
 {
     if (!a_menu || m_actions.isEmpty())
         return;
-    const int count = m_actions.size();
-    int first = qMin(m_index + HistoryEntriesAhead, count - 1);
-    if (count >= HistoryEntries)
-        first = qMax(first, HistoryEntries - 1);
-    const int last = qMax(first - (HistoryEntries - 1), 0);
-
-    a_menu->setToolTipsVisible(true);
-    QActionGroup* group = historyGroup(a_menu);
+    // The current state lies just after the last applied action.
+    const auto [first, last] = HistoryMenu::span(m_actions.size(), m_index - 1);
+    HistoryMenu menu(a_menu, QStringLiteral("ActionStackHistoryGroup"));
     const QIcon undoIcon(QStringLiteral(":/icons/Undo.png"));
     const QIcon redoIcon(QStringLiteral(":/icons/Redo.png"));
 
     bool currentAdded = false;
     const auto addCurrentState = [&]() {
-        QAction* current = a_menu->addAction(QStringLiteral("Current State"));
-        QFont font = current->font();
-        font.setWeight(CurrentStateWeight);
-        current->setFont(font);
-        current->setCheckable(true);
-        current->setChecked(true);
-        group->addAction(current);
+        HistoryMenu::markCurrent(menu.addEntry(QIcon(), QStringLiteral("Current State"), QString()));
         currentAdded = true;
     };
 
@@ -172,12 +134,11 @@ void ActionStack::fillHistoryMenu(QMenu* a_menu)
         const bool redo = position >= m_index;
         const QString prefix = redo ? QStringLiteral("Redo: ") : QStringLiteral("Undo: ");
         const QString description = m_actions.at(position)->description();
-        QAction* entry = a_menu->addAction(redo ? redoIcon : undoIcon, prefix + menuDescription(description));
+        QAction* entry =
+            menu.addEntry(redo ? redoIcon : undoIcon, prefix + HistoryMenu::shortened(description),
+                          QStringLiteral("<dl><dt><b>") + prefix + QStringLiteral("</b></dt><dd>") +
+                              description.toHtmlEscaped() + QStringLiteral("</dd></dl>"));
         entry->setData(redo ? position + 1 : position);
-        entry->setToolTip(QStringLiteral("<dl><dt><b>") + prefix + QStringLiteral("</b></dt><dd>") +
-                          description.toHtmlEscaped() + QStringLiteral("</dd></dl>"));
-        entry->setCheckable(true);
-        group->addAction(entry);
         connect(entry, &QAction::triggered, this, &ActionStack::onApplySelection);
     }
     if (!currentAdded)
