@@ -1,22 +1,13 @@
 #pragma once
 
-#include "elements/ElementLocator.h"
-#include "elements/UndoRedoBase.h"
-
-#include <QPointer>
-#include <QVariant>
-#include <QVector>
-
-#include <cstddef>
+#include "elements/UndoRedoInstanceAddRemove.h"
 
 namespace Orvex {
-
-class FeatureElementBase;
 
 // An instance removed from a feature. Undo adds it again with the values it had (a value feature's
 // value, a feature list's member data) and gives a feature list's members their old ids back; redo
 // removes it again.
-class UndoRedoRemoveInstance : public UndoRedoBase
+class UndoRedoRemoveInstance : public UndoRedoInstanceAddRemove
 {
     Q_OBJECT
 
@@ -27,20 +18,13 @@ public:
     ~UndoRedoRemoveInstance() override;
 
     // False when the feature cannot be found from the root or has no such instance.
-    bool isValid() const { return m_root && m_locator.isValid() && m_hadInstance; }
-    ElementLocator locator() const { return m_locator; }
-    size_t index() const { return m_index; }
+    bool isValid() const { return isLocated() && m_hadInstance; }
 
 protected:
-    Result onUnapply() override;
-    Result onReapply() override;
+    Result onUnapply() override { return addInstance(); }
+    Result onReapply() override { return removeInstance(); }
 
 private:
-    QPointer<ElementBase> m_root;
-    ElementLocator m_locator;
-    size_t m_index;
-    QVariant m_values;
-    QVector<quint64> m_memberIds;
     bool m_hadInstance = false;
 };
 
