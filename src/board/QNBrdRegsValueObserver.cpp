@@ -1,24 +1,19 @@
 #include "board/QNBrdRegsValueObserver.h"
 
 #include "board/QNBrdRegsAddressItemModel.h"
-#include "board/QNRegisterAccess.h"
-#include "elements/ValueFeatureElementBase.h"
 
 namespace Orvex {
 
 QNBrdRegsValueObserver::QNBrdRegsValueObserver(QNBrdRegsAddressItemModel* a_addressModel, QObject* a_parent)
-    : ValueFeatureObserverBase(a_parent), m_addressModel(a_addressModel)
+    : QNRegsValueObserverBase(a_parent), m_addressModel(a_addressModel)
 {
 }
 
 QNBrdRegsValueObserver::~QNBrdRegsValueObserver() = default;
 
-void QNBrdRegsValueObserver::observeValueChange(ValueFeatureElementBase* a_element, size_t a_index,
-                                                const QVariant& a_newValue, QVariant&)
+bool QNBrdRegsValueObserver::readRegister(const QString& a_address, quint32* a_value) const
 {
-    quint32 value = 0;
-    if (m_addressModel && m_addressModel->readRegister(a_newValue.toString(), &value))
-        QNRegisterAccess::fillSiblingData(a_element, a_index, value);
+    return m_addressModel && m_addressModel->readRegister(a_address, a_value);
 }
 
 } // namespace Orvex

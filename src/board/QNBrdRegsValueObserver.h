@@ -1,6 +1,6 @@
 #pragma once
 
-#include "elements/ValueFeatureObserverBase.h"
+#include "board/QNRegsValueObserverBase.h"
 
 #include <QPointer>
 
@@ -9,8 +9,8 @@ namespace Orvex {
 class QNBrdRegsAddressItemModel;
 
 // Watches the address of a board register write: when it names a register of the open board, the
-// sibling data takes that register's current value, as an undoable change.
-class QNBrdRegsValueObserver : public ValueFeatureObserverBase
+// sibling data takes that register's current value.
+class QNBrdRegsValueObserver : public QNRegsValueObserverBase
 {
     Q_OBJECT
 
@@ -18,9 +18,8 @@ public:
     explicit QNBrdRegsValueObserver(QNBrdRegsAddressItemModel* a_addressModel, QObject* a_parent = nullptr);
     ~QNBrdRegsValueObserver() override;
 
-    // Never corrects the address itself.
-    void observeValueChange(ValueFeatureElementBase* a_element, size_t a_index, const QVariant& a_newValue,
-                            QVariant& a_replacement) override;
+protected:
+    bool readRegister(const QString& a_address, quint32* a_value) const override;
 
 private:
     QPointer<QNBrdRegsAddressItemModel> m_addressModel;

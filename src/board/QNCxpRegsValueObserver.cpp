@@ -6,18 +6,15 @@
 namespace Orvex {
 
 QNCxpRegsValueObserver::QNCxpRegsValueObserver(QNBrdDataSource* a_dataSource, QObject* a_parent)
-    : ValueFeatureObserverBase(a_parent), m_dataSource(a_dataSource)
+    : QNRegsValueObserverBase(a_parent), m_dataSource(a_dataSource)
 {
 }
 
 QNCxpRegsValueObserver::~QNCxpRegsValueObserver() = default;
 
-void QNCxpRegsValueObserver::observeValueChange(ValueFeatureElementBase* a_element, size_t a_index,
-                                                const QVariant& a_newValue, QVariant&)
+bool QNCxpRegsValueObserver::readRegister(const QString& a_address, quint32* a_value) const
 {
-    quint32 value = 0;
-    if (QNRegisterAccess::readCameraRegister(m_dataSource, a_newValue.toString(), &value))
-        QNRegisterAccess::fillSiblingData(a_element, a_index, value);
+    return QNRegisterAccess::readCameraRegister(m_dataSource, a_address, a_value);
 }
 
 } // namespace Orvex

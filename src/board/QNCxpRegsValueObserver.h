@@ -1,6 +1,6 @@
 #pragma once
 
-#include "elements/ValueFeatureObserverBase.h"
+#include "board/QNRegsValueObserverBase.h"
 
 #include <QPointer>
 
@@ -9,8 +9,8 @@ namespace Orvex {
 class QNBrdDataSource;
 
 // Watches the address of a CoaXPress camera register write: when the camera behind the open board
-// answers at that address, the sibling data takes the value read, as an undoable change.
-class QNCxpRegsValueObserver : public ValueFeatureObserverBase
+// answers at that address, the sibling data takes the value read.
+class QNCxpRegsValueObserver : public QNRegsValueObserverBase
 {
     Q_OBJECT
 
@@ -18,9 +18,8 @@ public:
     explicit QNCxpRegsValueObserver(QNBrdDataSource* a_dataSource, QObject* a_parent = nullptr);
     ~QNCxpRegsValueObserver() override;
 
-    // Never corrects the address itself.
-    void observeValueChange(ValueFeatureElementBase* a_element, size_t a_index, const QVariant& a_newValue,
-                            QVariant& a_replacement) override;
+protected:
+    bool readRegister(const QString& a_address, quint32* a_value) const override;
 
 private:
     QPointer<QNBrdDataSource> m_dataSource;

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "elements/StringFeatureCompleterItemModel.h"
+
+namespace Orvex {
+
+// The completions of a register's data, for the board's own registers and the camera's alike: the typed
+// value as it will be stored ("Hex: ") and the current value of the register that the sibling address
+// names, read when the popup opens and whenever the register's owner changes.
+class QNRegsDataItemModelBase : public StringFeatureCompleterItemModel
+{
+    Q_OBJECT
+
+public:
+    ~QNRegsDataItemModelBase() override;
+
+    int rowCount(const QModelIndex& a_parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex& a_index, int a_role = Qt::DisplayRole) const override;
+
+protected:
+    // a_currentLabel names the current value's row ("Reg: ", "Cam: ").
+    QNRegsDataItemModelBase(const QString& a_currentLabel, QObject* a_parent);
+
+    // The value of the register at a_address; false when nothing answers there.
+    virtual bool readRegister(const QString& a_address, quint32* a_value) const = 0;
+    // Called by the derived constructor, since the base cannot read through readRegister yet, and by
+    // whatever tells that the register's owner changed.
+    void readCurrentValue();
+
+    void sourceChanged(ValueFeatureElementBase* a_element, int a_index) override;
+    void latestValueChanged(const QString& a_value) override;
+
+private:
+    const QString m_currentLabel;
+    QString m_currentValue;
+};
+
+} // namespace Orvex
