@@ -2,14 +2,12 @@
 
 #include "app/WindowActions.h"
 
-#include <QByteArray>
 #include <QMainWindow>
 #include <QPointer>
 #include <QString>
 #include <QVector>
 
 class QAction;
-class QFileSystemWatcher;
 class QLabel;
 class QMenu;
 class QProgressDialog;
@@ -26,6 +24,8 @@ class CameraElement;
 class CameraFileSession;
 class CameraTreeModel;
 class CategoryElementBase;
+class DocumentFileWatcher;
+class DocumentHost;
 class DragMenu;
 class LumexExtraDataDialog;
 class LumexTree;
@@ -40,8 +40,10 @@ class WindowElement;
 // The editor's one main window. It holds at most one camera file: with none it shows the Documents
 // page and every document action is disabled; with one it shows the camera-and-modes tree beside the
 // category tabs of the page chosen there. The document's window element reaches this window only
-// through the signal and slot names below, so they must not change. Further documents are edited in
-// further processes of the editor.
+// through its DocumentHost. Further documents are edited in further processes of the editor.
+//
+// Window.cpp builds and wires the window, WindowFile.cpp runs the open, save and close flows,
+// WindowPages.cpp keeps the tree, the tabs and the breadcrumb on the page the document shows.
 class Window : public QMainWindow
 {
     Q_OBJECT
@@ -68,6 +70,7 @@ public:
     bool isDocumentModified() const;
     WindowElement* windowElement() const;
     LumexTree* documentTree() const;
+    DocumentHost* documentHost() const { return m_host; }
     // Native separators; empty without a document.
     QString documentPath() const { return m_documentPath; }
     // The board a file was opened from, -1 for none.
@@ -87,22 +90,38 @@ public:
     // "Orvex (" + folder + separator + file name + ")", the folder cut to 32 characters and "...".
     static QString titleFor(const QString& a_documentPath);
 
-signals:
-    void undo();
-    void redo();
-    void back();
-    void forward();
-    void cameraSelected();
-    void modeSelected(int a_index);
-    void cameraGlobalSelected();
-    void categorySelected(int a_index);
-
 public slots:
+    void open();
+    bool closeDocument();
+    bool saveTo(const QString& a_savePath);
+    bool save();
+    bool saveAs();
+    void openPreview();
+    void openNewWindow();
+    bool openFile(const QString& a_filePath, const QString& a_fileMode = QString(), int a_boardNum = -1);
+
+protected:
+    void closeEvent(QCloseEvent* a_event) override;
+    void dragEnterEvent(QDragEnterEvent* a_event) override;
+    void dragMoveEvent(QDragMoveEvent* a_event) override;
+    void dropEvent(QDropEvent* a_event) override;
+    bool eventFilter(QObject* a_watched, QEvent* a_event) override;
+
+private:
+    void createActions();
+    void createDock();
+    void createCentralPages();
+    void createShortcuts();
+    void connectSources();
+
+    // What the document's window element asks through the host.
     void setUndoRedoEnabled(bool a_undoEnabled, bool a_redoEnabled);
     void setBackForwardEnabled(bool a_backEnabled, bool a_forwardEnabled);
     void setCameraMode();
     void setMode(int a_modeIndex);
     void setModeCategory(int a_catIndex);
+    void updateDocumentState();
+
     void selectNextMode();
     void selectPrevMode();
     void selectNextCategory();
@@ -113,45 +132,19 @@ public slots:
     void updateModeLabels();
     void updateModeTabLabel();
     void updateModeActions();
-    void updateDocumentState();
     void updateExtraDataDialog();
-    void setDocumentPath(const QString& a_docPath);
-    void open();
-    bool closeDocument();
-    bool saveTo(const QString& a_savePath);
-    bool save();
-    bool saveAs();
-    void openPreview();
-    void openNewWindow();
-    void onFileChanged(const QString& a_path);
-    bool openFile(const QString& a_filePath, const QString& a_fileMode = QString(), int a_boardNum = -1);
-    void onModeChanged(int a_oldIndex);
+    void onModeChanged();
     void onCategoryChanged(int a_index);
     void onNameLabelLink(const QString& a_text);
-    void onDocumentsPageInvalidate();
-    void doUndo();
-    void doRedo();
-
-protected:
-    void closeEvent(QCloseEvent* a_event) override;
-    void dragEnterEvent(QDragEnterEvent* a_event) override;
-    void dragMoveEvent(QDragMoveEvent* a_event) override;
-    void dropEvent(QDropEvent* a_event) override;
-    bool eventFilter(QObject* a_watched, QEvent* a_event) override;
-
-private slots:
+    void onFileChanged(const QString& a_path, bool a_gone);
     void showQueuedMessages();
 
-private:
-    void createActions();
-    void createDock();
-    void createCentralPages();
-    void createShortcuts();
-    void connectSources();
-
+    void setDocumentPath(const QString& a_docPath);
     // The save-state question; true when the caller may go on, the document then being closed.
     bool settleDocumentState();
     bool loadDocument(const QString& a_filePath);
+    // Leaves the window as it is without a document after a load that failed.
+    void abandonLoad();
     void discardDocument();
     void showDocumentsPage();
     void showEditorPage();
@@ -160,25 +153,22 @@ private:
     void parkTabPages();
     // Lets the tree, the tabs and the breadcrumb show the page the camera element holds current.
     void followCurrentPage();
-    void fillHistoryButton(QToolButton* a_button, QMenu* a_menu, QAction* a_placeholder);
     QProgressDialog* createProgressDialog(const QString& a_label);
     // A local ".lumex" file when the drag carries exactly one URL from outside the program.
     QString droppableFile(const QDropEvent* a_event) const;
-    void watchDocument();
-    QByteArray documentDigest() const;
     void storeGeometry();
 
     QString m_configPath;
     QString m_cxpXsdPath;
     QString m_clXsdPath;
 
+    // The document's window element and everything it builds are its children.
+    DocumentHost* m_host = nullptr;
     // Shared with the command-line tool, so that both read and write every file alike.
     CameraFileSession* m_session = nullptr;
     QString m_documentPath;
-    // Contents of the file as last read or written, so that our own saves are not taken for changes.
-    QByteArray m_documentDigest;
     int m_boardNumber = -1;
-    QFileSystemWatcher* m_watcher = nullptr;
+    DocumentFileWatcher* m_watcher = nullptr;
 
     RecentlyOpenedFilesSource* m_recentSource = nullptr;
     QNBrdAttachedFilesSource* m_attachedSource = nullptr;

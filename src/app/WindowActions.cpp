@@ -1,5 +1,9 @@
 #include "app/WindowActions.h"
 
+#include "elements/NavigationStack.h"
+#include "elements/UndoRedoStack.h"
+#include "elements/WindowElement.h"
+
 #include <QAction>
 #include <QIcon>
 #include <QKeySequence>
@@ -27,7 +31,49 @@ QList<QKeySequence> shortcutsOf(const QKeySequence& a_first, QKeySequence::Stand
     return keys;
 }
 
+void fillHistoryButton(QToolButton* a_button, QMenu* a_menu, QAction* a_placeholder)
+{
+    const bool empty = a_menu->actions().isEmpty();
+    if (empty)
+        a_menu->addAction(a_placeholder);
+    if (!a_button)
+        return;
+    QAction* first = a_menu->actions().value(0);
+    if (!empty && first && first->isEnabled()) {
+        a_button->setDefaultAction(first);
+        a_button->setMenu(a_menu);
+        a_button->setPopupMode(QToolButton::MenuButtonPopup);
+        // Entries without an icon would turn the button into a long text in the tool bar.
+        if (first->icon().isNull())
+            a_button->setIcon(a_menu->icon());
+    } else {
+        a_button->setDefaultAction(nullptr);
+        a_button->setMenu(a_menu);
+        a_button->setIcon(a_menu->icon());
+        a_button->setText(a_menu->title());
+        a_button->setToolTip(QString(a_menu->title()).remove(QLatin1Char('&')));
+        a_button->setPopupMode(QToolButton::InstantPopup);
+    }
+    a_button->setEnabled(!empty);
+}
+
 } // namespace
+
+void WindowActions::fillChangesMenu(WindowElement* a_element)
+{
+    m_changesMenu->clear();
+    if (a_element)
+        a_element->undoRedoStack()->fillHistoryMenu(m_changesMenu);
+    fillHistoryButton(m_changesButton, m_changesMenu, m_noChangesAction);
+}
+
+void WindowActions::fillHistoryMenu(WindowElement* a_element)
+{
+    m_historyMenu->clear();
+    if (a_element)
+        a_element->navigationStack()->fillHistoryMenu(m_historyMenu);
+    fillHistoryButton(m_historyButton, m_historyMenu, m_noHistoryAction);
+}
 
 WindowActions WindowActions::create(QMainWindow* a_window, QMenu* a_boardMenu, QMenu* a_recentMenu)
 {

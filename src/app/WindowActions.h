@@ -10,6 +10,8 @@ class QToolButton;
 
 namespace Orvex {
 
+class WindowElement;
+
 // The main window's actions with their texts, tool tips, shortcuts and icons, its menus and its tool
 // bar. What each action runs is wired by the window.
 struct WindowActions
@@ -17,6 +19,11 @@ struct WindowActions
     // Creates the actions as children of a_window, the menus of its menu bar (with the two file menus
     // given as its "Open From &Board" and "Open &Recent" submenus) and the "Orvex Tools" tool bar.
     static WindowActions create(QMainWindow* a_window, QMenu* a_boardMenu, QMenu* a_recentMenu);
+
+    // Refills the two history menus (undo/redo and back/forward) and their tool bar buttons from the
+    // window element's stacks; without one they only hold their placeholders.
+    void fillChangesMenu(WindowElement* a_element);
+    void fillHistoryMenu(WindowElement* a_element);
 
     QAction* m_openAction = nullptr;
     QAction* m_saveAction = nullptr;

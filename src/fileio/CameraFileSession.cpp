@@ -2,6 +2,7 @@
 
 #include "board/QNBrdDataSource.h"
 #include "elements/CameraElement.h"
+#include "elements/DocumentHost.h"
 #include "elements/WindowElement.h"
 #include "fileio/LumexParser.h"
 #include "fileio/LumexPrinter.h"
@@ -25,7 +26,8 @@ void beginStage(ProgressStepper* a_progress, const QString& a_label, int a_from,
 
 } // namespace
 
-CameraFileSession::CameraFileSession(QObject* a_host, QObject* a_parent) : QObject(a_parent), m_host(a_host)
+CameraFileSession::CameraFileSession(DocumentHost* a_host, QObject* a_parent)
+    : QObject(a_parent), m_host(a_host ? a_host : new DocumentHost(this))
 {
 }
 

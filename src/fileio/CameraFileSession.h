@@ -7,6 +7,7 @@
 namespace Orvex {
 
 class CameraElement;
+class DocumentHost;
 class LumexTree;
 class ProgressStepper;
 class QNBrdDataSource;
@@ -17,8 +18,8 @@ class WindowElement;
 // that the editor and the command-line tools read and write every file alike.
 //
 // The document tree and the window element are Qt children of the host, which stands for the main
-// window: the window element connects to it by signal and slot names (see WindowElement). The session
-// deletes them when it closes the document.
+// window (see DocumentHost); without one given, the session answers the window element on a host of its
+// own, which shows nothing. The session deletes both when it closes the document.
 //
 // Progress: with a stepper, loading runs the stages "Loading LUMEX file" (0 to 9), "Loading Schema file"
 // (10 to 19), "Generating feature template from schema file" (20 to 59) and "Populating editor from file
@@ -36,7 +37,7 @@ public:
         UnknownStandard
     };
 
-    explicit CameraFileSession(QObject* a_host, QObject* a_parent = nullptr);
+    explicit CameraFileSession(DocumentHost* a_host = nullptr, QObject* a_parent = nullptr);
     ~CameraFileSession() override;
 
     // What the editor tells the user about a file of unknown standard.
@@ -74,7 +75,7 @@ signals:
     void standardDetermined(int a_standard);
 
 private:
-    QPointer<QObject> m_host;
+    QPointer<DocumentHost> m_host;
     QPointer<QNBrdDataSource> m_dataSource;
     QPointer<LumexTree> m_tree;
     QPointer<WindowElement> m_windowElement;

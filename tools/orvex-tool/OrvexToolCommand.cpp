@@ -2,7 +2,6 @@
 
 #include "CameraFileDump.h"
 #include "app/CommandLine.h"
-#include "app/HeadlessDocumentHost.h"
 #include "app/Startup.h"
 #include "elements/CameraElement.h"
 #include "elements/WindowElement.h"
@@ -190,8 +189,7 @@ QString OrvexToolCommand::plainText(const QString& a_html)
 
 int OrvexToolCommand::check(const QStringList& a_files)
 {
-    HeadlessDocumentHost host;
-    CameraFileSession session(&host);
+    CameraFileSession session;
     int status = Success;
     for (const QString& file : a_files) {
         if (load(session, file, stdout))
@@ -206,8 +204,7 @@ int OrvexToolCommand::check(const QStringList& a_files)
 
 int OrvexToolCommand::dump(const QString& a_file)
 {
-    HeadlessDocumentHost host;
-    CameraFileSession session(&host);
+    CameraFileSession session;
     if (!load(session, a_file, stderr))
         return Failure;
     for (const QString& line : CameraFileDump::lines(session.camera()))
@@ -218,8 +215,7 @@ int OrvexToolCommand::dump(const QString& a_file)
 
 int OrvexToolCommand::roundtrip(const QString& a_input, const QString& a_output)
 {
-    HeadlessDocumentHost host;
-    CameraFileSession session(&host);
+    CameraFileSession session;
     if (!load(session, a_input, stderr))
         return Failure;
     // The editor asks before it saves such a file; a script cannot answer, so it only hears of it.

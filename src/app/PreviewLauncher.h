@@ -1,0 +1,21 @@
+#pragma once
+
+class QString;
+class QWidget;
+
+namespace Orvex {
+
+class CameraElement;
+
+// Opens an acquisition preview of a saved camera file on a frame grabber, in a window of its own.
+class PreviewLauncher
+{
+public:
+    // Asks for the board and the mode when there is more than one of either to choose from, offering
+    // a_preferredBoard and the camera's current mode first; only boards of the camera's standard are
+    // offered. Failures are told to the user; a cancelled choice opens nothing.
+    static void launch(QWidget* a_parent, CameraElement* a_camera, const QString& a_filePath,
+                       int a_preferredBoard);
+};
+
+} // namespace Orvex

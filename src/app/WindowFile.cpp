@@ -1,0 +1,425 @@
+#include "app/Window.h"
+
+#include "app/CameraTreeModel.h"
+#include "app/FailureWarning.h"
+#include "app/LumexExtraDataDialog.h"
+#include "app/PreviewLauncher.h"
+#include "app/RecentlyOpenedFilesSource.h"
+#include "board/QNBrdDataSource.h"
+#include "elements/CameraElement.h"
+#include "elements/DocumentHost.h"
+#include "elements/ModeElement.h"
+#include "elements/NavigationStack.h"
+#include "elements/UndoRedoStack.h"
+#include "elements/WindowElement.h"
+#include "fileio/CameraFileSession.h"
+#include "model/ExceptionBase.h"
+#include "model/LumexTree.h"
+#include "model/OperationCanceledException.h"
+#include "platform/DocumentFileWatcher.h"
+#include "widgets/DialogSeam.h"
+#include "widgets/ProgressStepper.h"
+
+#include <QAction>
+#include <QDir>
+#include <QDragEnterEvent>
+#include <QFileInfo>
+#include <QMimeData>
+#include <QProgressDialog>
+#include <QScopedValueRollback>
+#include <QSignalBlocker>
+#include <QUrl>
+
+#include <memory>
+
+namespace Orvex {
+
+namespace {
+
+constexpr int ProgressMaximum = 100;
+
+const QString s_lumexFilter = QStringLiteral("LUMEX Camera File (*.lumex)");
+const QString s_lumexSuffix = QStringLiteral(".lumex");
+const QString s_progressTitle = QStringLiteral("File Load Progress");
+const QString s_wrappingUp = QStringLiteral("<html>Wrapping things up</html>");
+const QString s_defaultModeName = QStringLiteral("Default");
+
+} // namespace
+
+void Window::updateDocumentState()
+{
+    const bool open = windowElement();
+    setWindowTitle(titleFor(open ? m_documentPath : QString()));
+    m_actions.m_saveAction->setEnabled(open);
+    m_actions.m_saveAsAction->setEnabled(open);
+    m_actions.m_closeAction->setEnabled(open);
+    m_actions.m_extraDataAction->setEnabled(open);
+    m_actions.m_previewAction->setEnabled(open);
+    if (!open) {
+        for (QAction* action : {m_actions.m_undoAction, m_actions.m_redoAction, m_actions.m_backAction,
+                                m_actions.m_forwardAction})
+            action->setEnabled(false);
+    }
+}
+
+void Window::updateExtraDataDialog()
+{
+    m_extraDataDialog->fill(documentTree());
+}
+
+void Window::setDocumentPath(const QString& a_docPath)
+{
+    m_documentPath =
+        a_docPath.isEmpty() ? QString() : QDir::toNativeSeparators(QFileInfo(a_docPath).absoluteFilePath());
+    if (documentTree())
+        documentTree()->setFile(m_documentPath);
+    m_watcher->watch(m_documentPath);
+    if (!m_documentPath.isEmpty())
+        m_recentSource->addPath(m_documentPath);
+    updateDocumentState();
+}
+
+void Window::open()
+{
+    const QString folder = m_documentPath.isEmpty() ? QString() : QFileInfo(m_documentPath).absolutePath();
+    const QString path =
+        DialogSeam::openFileName(this, QStringLiteral("LUMEX File Open"), folder, s_lumexFilter);
+    if (!path.isEmpty())
+        openFile(path);
+}
+
+bool Window::closeDocument()
+{
+    if (!settleDocumentState())
+        return false;
+    showDocumentsPage();
+    return true;
+}
+
+bool Window::settleDocumentState()
+{
+    if (!windowElement())
+        return true;
+    if (isDocumentModified()) {
+        const QMessageBox::StandardButton answer = DialogSeam::question(
+            this, QStringLiteral("Save File State?"),
+            QStringLiteral(
+                "The file has been changed. Would you like to save and proceed, discard and proceed, "
+                "or cancel the operation?"),
+            QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Cancel);
+        if (answer == QMessageBox::Save) {
+            if (!save())
+                return false;
+        } else if (answer != QMessageBox::Discard) {
+            return false;
+        }
+    }
+    discardDocument();
+    return true;
+}
+
+void Window::discardDocument()
+{
+    m_treeModel->setWindowElement(nullptr);
+    updateModeCategories();
+    m_session->close();
+    m_documentPath.clear();
+    m_boardNumber = -1;
+    m_watcher->watch(QString());
+    m_extraDataDialog->fill(nullptr);
+    setUndoRedoEnabled(false, false);
+    setBackForwardEnabled(false, false);
+    showDocumentsPage();
+    updateDocumentState();
+    updateModeActions();
+}
+
+QProgressDialog* Window::createProgressDialog(const QString& a_label)
+{
+    auto* dialog = new QProgressDialog(a_label, QStringLiteral("Cancel"), 0, ProgressMaximum, this);
+    dialog->setWindowModality(Qt::ApplicationModal);
+    dialog->setWindowTitle(s_progressTitle);
+    dialog->setAutoClose(false);
+    dialog->setAutoReset(false);
+    dialog->setMinimumDuration(0);
+    dialog->setValue(0);
+    dialog->show();
+    return dialog;
+}
+
+bool Window::openFile(const QString& a_filePath, const QString& a_fileMode, int a_boardNum)
+{
+    if (!settleDocumentState())
+        return false;
+    if (!loadDocument(a_filePath))
+        return false;
+
+    if (a_boardNum >= 0) {
+        m_boardNumber = a_boardNum;
+        const int item = m_dataSource->findData(a_boardNum);
+        if (item >= 0)
+            m_dataSource->userSetBoard(item);
+    }
+    if (!a_fileMode.isEmpty()) {
+        CameraElement* camera = windowElement()->camera();
+        if (ModeElement* mode = camera->modeByName(a_fileMode)) {
+            emit m_host->modeSelected(camera->indexOfMode(mode));
+        } else {
+            DialogSeam::warning(
+                this, QStringLiteral("Mode Missing"),
+                QStringLiteral("<html>File open succeeded, but the mode specified at open, <i>") +
+                    a_fileMode.toHtmlEscaped() + QStringLiteral("</i>, does not appear to exist.</html>"));
+        }
+    }
+    return true;
+}
+
+bool Window::loadDocument(const QString& a_filePath)
+{
+    const QString filePath = QFileInfo(a_filePath).absoluteFilePath();
+    std::unique_ptr<QProgressDialog> dialog(
+        createProgressDialog(QStringLiteral("<html>Preparing for LUMEX file load</html>")));
+    ProgressStepper stepper(dialog.get(), 0, ProgressMaximum);
+    connect(&stepper, &ProgressStepper::progress, dialog.get(), &QProgressDialog::setValue);
+    connect(dialog.get(), &QProgressDialog::canceled, &stepper, &ProgressStepper::cancel);
+
+    const QString parsingError = QStringLiteral("Parsing Error");
+    try {
+        if (m_session->load(filePath, m_cxpXsdPath, m_clXsdPath, &stepper) !=
+            CameraFileSession::LoadResult::Loaded) {
+            dialog.reset();
+            abandonLoad();
+            DialogSeam::warning(this, parsingError, CameraFileSession::unknownStandardText());
+            return false;
+        }
+    } catch (const OperationCanceledException&) {
+        // The user asked for it: nothing to report.
+        dialog.reset();
+        abandonLoad();
+        return false;
+    } catch (const ExceptionBase& a_exception) {
+        dialog.reset();
+        abandonLoad();
+        warnFailure(this, parsingError, QStringLiteral("<html><p>Failed to parse the LUMEX file.</p>"),
+                    &a_exception);
+        return false;
+    } catch (...) {
+        dialog.reset();
+        abandonLoad();
+        warnFailure(this, QStringLiteral("Unknown Exception"),
+                    QStringLiteral("<html><p>Caught an unknown exception parsing the file.</p>"));
+        return false;
+    }
+
+    dialog->setLabelText(s_wrappingUp);
+    dialog->setValue(ProgressMaximum);
+    WindowElement* element = m_session->windowElement();
+    connect(element, &WindowElement::messageQueued, this, &Window::showQueuedMessages, Qt::QueuedConnection);
+    m_extraDataDialog->reset();
+    setDocumentPath(filePath);
+    element->undoRedoStack()->setOffsetFromInitial(0);
+    m_treeModel->setWindowElement(element);
+    updateModesAndCategories();
+    updateExtraDataDialog();
+    element->setCamera();
+    followCurrentPage();
+    showEditorPage();
+    setUndoRedoEnabled(false, false);
+    element->navigationStack()->emit_actionEnabled();
+    dialog.reset();
+    updateDocumentState();
+    showQueuedMessages();
+    return true;
+}
+
+void Window::abandonLoad()
+{
+    m_dataSource->setFilter(BoardType::AnyBoardType);
+    showDocumentsPage();
+    updateDocumentState();
+}
+
+bool Window::saveTo(const QString& a_savePath)
+{
+    if (!windowElement() || a_savePath.isEmpty())
+        return false;
+    CameraElement* camera = windowElement()->camera();
+    if (!camera->modeByName(s_defaultModeName)) {
+        const QMessageBox::StandardButton answer = DialogSeam::question(
+            this, QStringLiteral("\"Default\" Mode Missing"),
+            QStringLiteral("<p>Because this file has no \"Default\" mode, the frame grabber "
+                           "may not operate correctly in all conditions. Save the file "
+                           "anyway?</p>"),
+            QMessageBox::Save | QMessageBox::Cancel, QMessageBox::Cancel);
+        if (answer != QMessageBox::Save)
+            return false;
+    }
+
+    const QString savePath = QFileInfo(a_savePath).absoluteFilePath();
+    std::unique_ptr<QProgressDialog> dialog(
+        createProgressDialog(QStringLiteral("<html>Preparing for LUMEX file save</html>")));
+    ProgressStepper stepper(dialog.get(), 0, ProgressMaximum);
+    connect(&stepper, &ProgressStepper::progress, dialog.get(), &QProgressDialog::setValue);
+    connect(dialog.get(), &QProgressDialog::canceled, &stepper, &ProgressStepper::cancel);
+
+    bool written = false;
+    const QString generationError = QStringLiteral("File Generation Error");
+    try {
+        written = m_session->save(savePath, &stepper, m_extraDataDialog->preserveExtraData());
+        // Before anything lets the event loop run, so that the watcher does not take our own write
+        // for another program's.
+        if (written)
+            setDocumentPath(savePath);
+    } catch (const OperationCanceledException&) {
+        return false;
+    } catch (const ExceptionBase& a_exception) {
+        dialog.reset();
+        warnFailure(this, generationError,
+                    QStringLiteral("<p>An error occured generating the LUMEX output data:</p>"),
+                    &a_exception);
+        return false;
+    } catch (...) {
+        dialog.reset();
+        warnFailure(this, generationError,
+                    QStringLiteral("<p>Caught an unknown exception while generating the file.</p>"));
+        return false;
+    }
+    if (!written) {
+        dialog.reset();
+        DialogSeam::warning(this, QStringLiteral("File Save Error"),
+                            QStringLiteral("An error occured saving the camera file."));
+        return false;
+    }
+
+    dialog->setLabelText(s_wrappingUp);
+    dialog->setValue(ProgressMaximum);
+    if (windowElement())
+        windowElement()->undoRedoStack()->setOffsetFromInitial(0);
+    updateDocumentState();
+    return true;
+}
+
+bool Window::save()
+{
+    if (!windowElement())
+        return false;
+    if (m_documentPath.isEmpty())
+        return saveAs();
+    return saveTo(m_documentPath);
+}
+
+bool Window::saveAs()
+{
+    if (!windowElement())
+        return false;
+    QString path =
+        DialogSeam::saveFileName(this, QStringLiteral("LUMEX File Save"), m_documentPath, s_lumexFilter);
+    if (path.isEmpty())
+        return false;
+    if (QFileInfo(path).suffix().isEmpty())
+        path += s_lumexSuffix;
+    return saveTo(path);
+}
+
+void Window::openPreview()
+{
+    if (!windowElement())
+        return;
+    if (isDocumentModified() || m_documentPath.isEmpty()) {
+        const QMessageBox::StandardButton answer = DialogSeam::question(
+            this, QStringLiteral("Save Camera Configuration?"),
+            QStringLiteral(
+                "The camera configuration must be saved before a preview can be opened. Do you want to "
+                "save the configuration now?"),
+            QMessageBox::Save | QMessageBox::Cancel, QMessageBox::Cancel);
+        if (answer != QMessageBox::Save || !save())
+            return;
+    }
+
+    const int preferredBoard = m_boardNumber >= 0 ? m_boardNumber : int(m_dataSource->board());
+    PreviewLauncher::launch(this, windowElement()->camera(), m_documentPath, preferredBoard);
+}
+
+void Window::onFileChanged(const QString& a_path, bool a_gone)
+{
+    if (!windowElement())
+        return;
+    const QSignalBlocker blocker(m_watcher);
+    bool keep = false;
+    if (!a_gone) {
+        const QMessageBox::StandardButton answer = DialogSeam::warning(
+            this, QStringLiteral("Current File Changed"),
+            QStringLiteral("<p>") + a_path.toHtmlEscaped() +
+                QStringLiteral(
+                    "</p><p>The file has been changed by an external program. Should it be reloaded "
+                    "with the new contents?</p>"),
+            QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
+        keep = answer == QMessageBox::Yes && openFile(a_path);
+    } else {
+        const QMessageBox::StandardButton answer = DialogSeam::warning(
+            this, QStringLiteral("Current File Missing"),
+            QStringLiteral("<p>") + a_path.toHtmlEscaped() +
+                QStringLiteral(
+                    "</p><p>The file has been renamed, moved or deleted. Do you want to save a new copy "
+                    "now?</p>"),
+            QMessageBox::Save | QMessageBox::Ignore, QMessageBox::Ignore);
+        keep = answer == QMessageBox::Save && saveAs();
+    }
+    if (!keep && windowElement()) {
+        windowElement()->undoRedoStack()->markSavedStateUnreachable();
+        updateDocumentState();
+    }
+    m_watcher->rewatch();
+}
+
+void Window::showQueuedMessages()
+{
+    if (m_showingMessages || !windowElement())
+        return;
+    const QScopedValueRollback<bool> showing(m_showingMessages, true);
+    QString title;
+    QString text;
+    while (windowElement() && windowElement()->popMessage(title, text))
+        DialogSeam::warning(this, title, text);
+}
+
+QString Window::droppableFile(const QDropEvent* a_event) const
+{
+    if (a_event->source())
+        return QString();
+    const QMimeData* mime = a_event->mimeData();
+    if (!mime || !mime->hasUrls())
+        return QString();
+    const QList<QUrl> urls = mime->urls();
+    if (urls.size() != 1 || !urls.first().isLocalFile())
+        return QString();
+    const QString path = urls.first().toLocalFile();
+    return path.endsWith(s_lumexSuffix, Qt::CaseInsensitive) ? path : QString();
+}
+
+void Window::dragEnterEvent(QDragEnterEvent* a_event)
+{
+    if (droppableFile(a_event).isEmpty())
+        a_event->ignore();
+    else
+        a_event->acceptProposedAction();
+}
+
+void Window::dragMoveEvent(QDragMoveEvent* a_event)
+{
+    if (droppableFile(a_event).isEmpty())
+        a_event->ignore();
+    else
+        a_event->acceptProposedAction();
+}
+
+void Window::dropEvent(QDropEvent* a_event)
+{
+    const QString path = droppableFile(a_event);
+    if (!path.isEmpty() && openFile(path))
+        a_event->acceptProposedAction();
+    else
+        a_event->ignore();
+}
+
+} // namespace Orvex
