@@ -1,0 +1,230 @@
+#include "platform/BufferAcquisitionStreamer.h"
+#include "platform/QNDriver.h"
+#include "platform/QNExceptionBase.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <algorithm>
+#include <functional>
+#include <future>
+#include <set>
+
+namespace BA = BufferAcquisition;
+using Bytes = std::vector<std::uint8_t>;
+
+namespace {
+
+// Small frames at the highest rate the camera allows, so that runs end quickly; "Triggered" sends three
+// frames per software trigger.
+const char* const g_cameraFile = R"(<?xml version="1.0" encoding="UTF-8"?>
+<quarnel_config><camera><modes>
+  <mode name="Free"><Sensor><Width>32</Width><Height>8</Height></Sensor><Timing><FrameRate>1000</FrameRate></Timing></mode>
+  <mode name="Triggered"><Sensor><Width>32</Width><Height>8</Height></Sensor>
+    <Trigger><TriggerMode>On</TriggerMode><TriggerSource>Software</TriggerSource>
+      <FramesPerTrigger>3</FramesPerTrigger></Trigger></mode>
+</modes></camera></quarnel_config>
+)";
+
+// A wait only a fault runs into; it keeps a broken wake-up from hanging the test.
+constexpr int Patience = 10000;
+// Long enough for the free-running camera to send many frames: a wait this long that times out shows
+// that no frame was coming.
+constexpr int Quiet = 100;
+
+// Takes frames (and frees them) until a wait times out; each entry is a wait's result or the frame's
+// position among a_reference ("?" for none of them).
+QStringList drain(BA::Streamer& a_streamer, const std::vector<Bytes>& a_reference)
+{
+    QStringList results;
+    while (results.size() < 50 && (results.isEmpty() || results.last() != QLatin1String("timeout"))) {
+        BA::BufferRecord record;
+        const int result = a_streamer.waitForFrame(&record, Quiet);
+        if (result == BA::ResultOk) {
+            const auto at = std::find(a_reference.begin(), a_reference.end(),
+                                      Bytes(record.m_address, record.m_address + record.m_size));
+            results << (at == a_reference.end() ? QStringLiteral("?")
+                                                : QString::number(at - a_reference.begin()));
+            a_streamer.freeBuffer(record);
+        } else {
+            results << (result == BA::ResultTimeout   ? QStringLiteral("timeout")
+                        : result == BA::ResultAborted ? QStringLiteral("aborted")
+                                                      : QString::number(result, 16));
+        }
+    }
+    return results;
+}
+
+} // namespace
+
+class TestStreamer : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    std::string m_cameraPath;
+    // The first frames of a run, each from a buffer of its own.
+    std::vector<Bytes> m_frames;
+
+    void setUp(BA::Streamer& a_streamer, const char* a_mode, unsigned a_buffers, unsigned a_overflow)
+    {
+        a_streamer.open(0, m_cameraPath);
+        a_streamer.setCameraMode(a_mode);
+        a_streamer.setupBuffers(a_buffers, a_overflow, BA::LineAlignment4);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(m_dir.isValid());
+        QFile boards(m_dir.filePath("boards.json"));
+        QVERIFY(boards.open(QIODevice::WriteOnly));
+        boards.write(R"({"boards": [{"kind": "CoaXPress", "mk2": true}]})");
+        boards.close();
+        qputenv("QN_SIM_BOARDS", QFile::encodeName(boards.fileName()));
+        QNSimReload();
+        QFile camera(m_dir.filePath("cam.lumex"));
+        QVERIFY(camera.open(QIODevice::WriteOnly) && camera.write(g_cameraFile) > 0);
+        camera.close();
+        m_cameraPath = QFile::encodeName(camera.fileName()).toStdString();
+
+        BA::Streamer streamer;
+        setUp(streamer, "Free", 10, BA::OverflowDropNewest);
+        streamer.control(BA::CommandStartFrames, BA::WaitForCompletion, 10);
+        for (BA::BufferRecord record; streamer.waitForFrame(&record, Patience) == BA::ResultOk;) {
+            m_frames.emplace_back(record.m_address, record.m_address + record.m_size);
+            if (m_frames.size() == 10)
+                break;
+        }
+        QCOMPARE(int(m_frames.size()), 10);
+        // Positions in the run can only be told apart when every frame differs (the pattern moves).
+        QCOMPARE(int(std::set<Bytes>(m_frames.begin(), m_frames.end()).size()), 10);
+    }
+
+    void fixedRunEndsByItself_data()
+    {
+        QTest::addColumn<unsigned>("overflow");
+        QTest::addColumn<unsigned>("buffers");
+        QTest::addColumn<int>("frames");
+        QTest::addColumn<bool>("consume"); // take frames while the run goes on
+        QTest::addColumn<QString>("expected");
+        QTest::addColumn<int>("missed"); // -1: as the consumer keeps up
+
+        QTest::newRow("fewer frames than buffers")
+            << BA::OverflowDropOldest << 4u << 3 << false << "0 1 2" << 0;
+        QTest::newRow("oldest dropped and counted")
+            << BA::OverflowDropOldest << 2u << 5 << false << "3 4" << 3;
+        QTest::newRow("buffers reused") << BA::OverflowDropNewest << 2u << 6 << true << "0 1 2 3 4 5" << -1;
+    }
+
+    // A run of N frames delivers N frames in order (with drop-oldest, the newest of them) and then stops.
+    void fixedRunEndsByItself()
+    {
+        QFETCH(unsigned, overflow);
+        QFETCH(unsigned, buffers);
+        QFETCH(int, frames);
+        QFETCH(bool, consume);
+        QFETCH(QString, expected);
+        QFETCH(int, missed);
+
+        BA::Streamer streamer;
+        setUp(streamer, "Free", buffers, overflow);
+        streamer.control(BA::CommandStartFrames, BA::WaitForCompletion, std::uint64_t(frames));
+        if (!consume) {
+            QTRY_COMPARE(int(streamer.missedFrames()), missed);
+            QTRY_COMPARE(int(streamer.queueSize()), expected.count(' ') + 1);
+        }
+        QCOMPARE(drain(streamer, m_frames).join(' '), expected + " timeout");
+        if (missed >= 0)
+            QCOMPARE(int(streamer.missedFrames()), missed);
+    }
+
+    void commands_data()
+    {
+        QTest::addColumn<unsigned>("command");
+        QTest::addColumn<QString>("expected");
+
+        // Pause and stop leave the frames that landed; abort discards them and reports itself once.
+        QTest::newRow("pause") << BA::CommandPause << "0 1 2 timeout";
+        QTest::newRow("stop") << BA::CommandStop << "0 1 2 timeout";
+        QTest::newRow("abort") << BA::CommandAbort << "aborted timeout";
+    }
+
+    // With every buffer full the camera goes on; the command halts it until the next start.
+    void commands()
+    {
+        QFETCH(unsigned, command);
+        QFETCH(QString, expected);
+
+        BA::Streamer streamer;
+        setUp(streamer, "Free", 3, BA::OverflowDropNewest);
+        streamer.control(BA::CommandStart, BA::WaitForCompletion);
+        QTRY_COMPARE(streamer.queueSize(), 3u);
+        QTRY_VERIFY(streamer.missedFrames() > 0);
+        streamer.control(command, BA::WaitForFrameEnd);
+        QCOMPARE(drain(streamer, m_frames).join(' '), expected);
+
+        streamer.control(BA::CommandStart, BA::WaitForCompletion);
+        BA::BufferRecord record;
+        QCOMPARE(streamer.waitForFrame(&record, Patience), BA::ResultOk);
+    }
+
+    void waitEnded_data()
+    {
+        QTest::addColumn<bool>("waiting"); // the consumer waits before the call
+        QTest::addColumn<bool>("release");
+
+        QTest::newRow("abort before the wait") << false << false;
+        QTest::newRow("abort during the wait") << true << false;
+        QTest::newRow("buffers released during the wait") << true << true;
+    }
+
+    // A consumer waiting without limit on an idle camera gets its wait ended, not a frame.
+    void waitEnded()
+    {
+        QFETCH(bool, waiting);
+        QFETCH(bool, release);
+
+        BA::Streamer streamer;
+        setUp(streamer, "Free", 2, BA::OverflowDropOldest);
+        const std::function<void()> call = [&] {
+            release ? streamer.releaseBuffers() : streamer.control(BA::CommandAbort, BA::WaitForCompletion);
+        };
+        if (!waiting)
+            call();
+        auto consumer =
+            std::async(std::launch::async, [&] { return streamer.waitForFrame(nullptr, Patience); });
+        if (waiting) {
+            // Lets the consumer reach its wait, so that the wake-up is what ends it (were it late, the
+            // pending abort would still end it).
+            QTest::qWait(50);
+            call();
+        }
+        QCOMPARE(consumer.get(), BA::ResultAborted);
+        QCOMPARE(streamer.waitForFrame(nullptr, 0), release ? BA::ResultAborted : BA::ResultTimeout);
+    }
+
+    // Nothing comes without a trigger; each trigger brings its frames and no more.
+    void softwareTrigger()
+    {
+        BA::Streamer streamer;
+        setUp(streamer, "Triggered", 8, BA::OverflowDropNewest);
+        streamer.control(BA::CommandStart, BA::WaitForCompletion);
+        QCOMPARE(drain(streamer, m_frames), QStringList{"timeout"});
+        streamer.softwareTrigger(BA::SoftwareTriggerInput);
+        QCOMPARE(drain(streamer, m_frames).join(' '), "0 1 2 timeout");
+        streamer.softwareTrigger(BA::SoftwareTriggerInput);
+        streamer.softwareTrigger(BA::SoftwareTriggerInput);
+        QCOMPARE(drain(streamer, m_frames).join(' '), "3 4 5 6 7 8 timeout");
+        try {
+            streamer.softwareTrigger(BA::SoftwareTriggerInput + 1);
+            QFAIL("an unknown trigger input was accepted");
+        } catch (const QNExceptionBase& a_error) {
+            QCOMPARE(a_error.what(), "Streamer::softwareTrigger failed: no trigger input 41 (0x20003)");
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TestStreamer)
+#include "tst_streamer.moc"
