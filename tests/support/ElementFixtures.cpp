@@ -1,11 +1,25 @@
 #include "ElementFixtures.h"
 
+#include "TestSupport.h"
+
 #include <QApplication>
+#include <QFile>
 #include <QLayout>
 #include <QTest>
 #include <QWidget>
 
 namespace OrvexTest {
+
+QStringList goldenLines(const QString& a_relative)
+{
+    QFile file(sourcePath(a_relative));
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return {QStringLiteral("cannot read ") + file.fileName()};
+    QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
+    if (!lines.isEmpty() && lines.last().isEmpty())
+        lines.removeLast();
+    return lines;
+}
 
 bool HolderElement::show(Orvex::FeatureElementBase& a_feature, bool a_activate)
 {

@@ -10,6 +10,10 @@
 
 namespace OrvexTest {
 
+// The lines of an expected-output file kept in the source tree (a_relative from the top folder), so a
+// long listing is compared line by line and a mismatch names the first line that differs.
+QStringList goldenLines(const QString& a_relative);
+
 // A bare parent for the features under test: it owns a page widget and has nothing to highlight.
 class HolderElement : public Orvex::WidgetElementBase
 {
