@@ -1,6 +1,7 @@
 #pragma once
 
 #include "elements/ValueFeatureElementBase.h"
+#include "model/NumericValue.h"
 
 #include <optional>
 
@@ -12,12 +13,10 @@ namespace Orvex {
 // whose range and decimals follow from the representation type, narrowed by the schema's explicit
 // bounds and fraction digits.
 //
-// Stored values are exact: an integer type keeps qlonglong, or qulonglong above the qlonglong range, so
-// that 64-bit values beyond 2^53 survive loading and saving unchanged; only integers beyond the 64-bit
-// ranges (possible for "xs:integer" and at the deliberate 2^63 and 2^64 maxima) and all values of the
-// decimal types are doubles. The spin box, which only knows doubles, gets a conversion of the stored
-// value and never writes it back unless the user changed what it shows. Values handed in another form
-// (a schema's default text, a double) are accepted and read through normalizedValue().
+// Stored values are exact, in the form NumericValue holds them, which also reads, writes, bounds and
+// compares them. The spin box, which only knows doubles, gets a conversion of the stored value and never
+// writes it back unless the user changed what it shows. Values handed in another form (a schema's default
+// text, a double) are accepted and read through normalizedValue().
 class NumericFeature : public ValueFeatureElementBase
 {
     Q_OBJECT
@@ -28,38 +27,29 @@ class NumericFeature : public ValueFeatureElementBase
     Q_PROPERTY(bool hasExplicitMinimum READ hasExplicitMinimum WRITE setHasExplicitMinimum)
     Q_PROPERTY(bool hasExplicitMaximum READ hasExplicitMaximum WRITE setHasExplicitMaximum)
     Q_PROPERTY(bool hasFractionDigits READ hasFractionDigits WRITE setHasFractionDigits)
-    Q_PROPERTY(RepTypeEnum representationType READ representationType WRITE setRepresentationType)
+    Q_PROPERTY(Orvex::NumericValue::RepTypeEnum representationType READ representationType WRITE
+                   setRepresentationType)
 
 public:
-    // In schema order; the numbers are compared elsewhere. The fixed underlying type lets a schema's
-    // unknown number be held (and reported) without undefined behaviour.
-    enum RepTypeEnum : int
-    {
-        RT_integer,
-        RT_positiveInteger,
-        RT_negativeInteger,
-        RT_nonNegativeInteger,
-        RT_nonPositiveInteger,
-        RT_long,
-        RT_unsignedLong,
-        RT_int,
-        RT_unsignedInt,
-        RT_short,
-        RT_unsignedShort,
-        RT_byte,
-        RT_unsignedByte,
-        RT_decimal,
-        RT_float,
-        RT_double,
-    };
-    Q_ENUM(RepTypeEnum)
-
-    struct Limits
-    {
-        double minimum;
-        double maximum;
-        int decimals;
-    };
+    using RepTypeEnum = NumericValue::RepTypeEnum;
+    using Limits = NumericValue::Limits;
+    // The types under the names the editor has always offered them by.
+    static constexpr RepTypeEnum RT_integer = NumericValue::RT_integer;
+    static constexpr RepTypeEnum RT_positiveInteger = NumericValue::RT_positiveInteger;
+    static constexpr RepTypeEnum RT_negativeInteger = NumericValue::RT_negativeInteger;
+    static constexpr RepTypeEnum RT_nonNegativeInteger = NumericValue::RT_nonNegativeInteger;
+    static constexpr RepTypeEnum RT_nonPositiveInteger = NumericValue::RT_nonPositiveInteger;
+    static constexpr RepTypeEnum RT_long = NumericValue::RT_long;
+    static constexpr RepTypeEnum RT_unsignedLong = NumericValue::RT_unsignedLong;
+    static constexpr RepTypeEnum RT_int = NumericValue::RT_int;
+    static constexpr RepTypeEnum RT_unsignedInt = NumericValue::RT_unsignedInt;
+    static constexpr RepTypeEnum RT_short = NumericValue::RT_short;
+    static constexpr RepTypeEnum RT_unsignedShort = NumericValue::RT_unsignedShort;
+    static constexpr RepTypeEnum RT_byte = NumericValue::RT_byte;
+    static constexpr RepTypeEnum RT_unsignedByte = NumericValue::RT_unsignedByte;
+    static constexpr RepTypeEnum RT_decimal = NumericValue::RT_decimal;
+    static constexpr RepTypeEnum RT_float = NumericValue::RT_float;
+    static constexpr RepTypeEnum RT_double = NumericValue::RT_double;
 
     // RT_double, no explicit restrictions, one instance holding 0 (none when maxOccurs is 0).
     explicit NumericFeature(ElementBase* a_parentElement);
@@ -91,12 +81,11 @@ public:
     // limits and its spin boxes stay as they are.
     void setRepresentationType(RepTypeEnum a_representationType);
 
-    static bool isIntegerType(RepTypeEnum a_type)
+    static bool isIntegerType(RepTypeEnum a_type) { return NumericValue::isIntegerType(a_type); }
+    static std::optional<Limits> implicitLimits(RepTypeEnum a_type)
     {
-        return a_type >= RT_integer && a_type <= RT_unsignedByte;
+        return NumericValue::implicitLimits(a_type);
     }
-    // What the type alone allows; none for an unknown type.
-    static std::optional<Limits> implicitLimits(RepTypeEnum a_type);
     // What the spin boxes are configured with: the implicit limits narrowed by the explicit ones, and
     // rounded to the decimals as a spin box rounds its range.
     std::optional<Limits> limits() const;
@@ -104,28 +93,26 @@ public:
     // into the range; exact for 64-bit integers. Null for a value that is no number.
     QVariant boundedValue(const QVariant& a_value) const;
 
-    // The stored form of a_value for a_type (see the class comment); texts are read as parseValue reads
-    // them. Null for a value that is no finite number.
-    static QVariant normalizedValue(const QVariant& a_value, RepTypeEnum a_type);
-    // Reads a camera file's text, trimmed, into the stored form. Integer types take digits with an
-    // optional sign, and also decimal or exponent notation of a whole number ("1e3" reads as 1000);
-    // decimal types take decimal and exponent notation. Group separators, INF, NaN, values that
-    // overflow a double and fractions for an integer type are rejected with a null value and a_ok false.
-    // Ranges are not checked: a value outside them is kept as the file has it.
-    static QVariant parseValue(const QString& a_text, RepTypeEnum a_type, bool* a_ok = nullptr);
-    // The text a camera file gets: integer types as exact whole numbers (a fraction rounded as the spin
-    // box would), decimal types with the fewest digits that read back to the same double, both without
-    // exponent, in the C locale. A value that is no number is written as it came.
-    static QString formatValue(const QVariant& a_value, RepTypeEnum a_type);
-    // The same with this feature's representation type.
+    static QVariant normalizedValue(const QVariant& a_value, RepTypeEnum a_type)
+    {
+        return NumericValue::normalized(a_value, a_type);
+    }
+    static QVariant parseValue(const QString& a_text, RepTypeEnum a_type, bool* a_ok = nullptr)
+    {
+        return NumericValue::parse(a_text, a_type, a_ok);
+    }
+    static QString formatValue(const QVariant& a_value, RepTypeEnum a_type)
+    {
+        return NumericValue::format(a_value, a_type);
+    }
+    // NumericValue::parse with this feature's representation type.
     QVariant parseText(const QString& a_text, bool* a_ok = nullptr) const;
     // Empty for an instance that does not exist.
     QString fileText(size_t a_index) const;
 
-    // A camera file's number as parseValue reads it, and besides that an integer in "0x" hexadecimal
-    // notation with an optional sign.
+    // As NumericValue::parseWithHexadecimal reads it.
     QVariant valueFromText(const QString& a_text, bool* a_ok = nullptr) const override;
-    // As formatValue writes it.
+    // As NumericValue::format writes it.
     QString textFromValue(const QVariant& a_value) const override;
     // Within the limits of the type and the schema's explicit bounds, compared exactly for 64-bit
     // integers; a value with more fraction digits than allowed is no range problem.
