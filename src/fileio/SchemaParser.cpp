@@ -1,12 +1,6 @@
 #include "fileio/SchemaParser.h"
 
-#include "board/Dec2HexValueObserver.h"
-#include "board/QNBrdDataSource.h"
-#include "board/QNBrdRegsAddressItemModel.h"
-#include "board/QNBrdRegsDataItemModel.h"
-#include "board/QNBrdRegsValueObserver.h"
-#include "board/QNCxpRegsDataItemModel.h"
-#include "board/QNCxpRegsValueObserver.h"
+#include "board/RegisterFeatureWiring.h"
 #include "elements/BooleanFeature.h"
 #include "elements/CameraElement.h"
 #include "elements/CameraGlobalCategory.h"
@@ -15,6 +9,7 @@
 #include "elements/FeatureTableFeature.h"
 #include "elements/GenericModeCategory.h"
 #include "elements/ModeElement.h"
+#include "elements/NumericFeature.h"
 #include "elements/StringFeature.h"
 #include "elements/WindowElement.h"
 #include "model/LumexDiagnostics.h"
@@ -27,30 +22,11 @@
 #include <QRegExp>
 
 #include <algorithm>
-#include <iterator>
+#include <optional>
 
 namespace Orvex {
 
 namespace {
-
-const char* const s_numericTypes[] = {
-    "xs:integer",
-    "xs:positiveInteger",
-    "xs:negativeInteger",
-    "xs:nonNegativeInteger",
-    "xs:nonPositiveInteger",
-    "xs:long",
-    "xs:unsignedLong",
-    "xs:int",
-    "xs:unsignedInt",
-    "xs:short",
-    "xs:unsignedShort",
-    "xs:byte",
-    "xs:unsignedByte",
-    "xs:decimal",
-    "xs:float",
-    "xs:double",
-};
 
 constexpr unsigned s_nonElementKinds =
     Lumex::CamProperty::CommentNode | Lumex::CamProperty::OtherNode | Lumex::CamProperty::TextNode;
@@ -63,6 +39,22 @@ QString text(const char* a_utf8)
 QString nodeName(const Lumex::ConstCamProperty& a_node)
 {
     return text(a_node.name());
+}
+
+// Where the path hints place a register write's address or data, if anywhere.
+std::optional<RegisterFeatureWiring::Role> registerRole(unsigned a_flags)
+{
+    if (a_flags & SchemaParserHintNode::BoardRegisterAddress)
+        return RegisterFeatureWiring::BoardRegisterAddress;
+    if (a_flags & SchemaParserHintNode::BoardRegisterData)
+        return RegisterFeatureWiring::BoardRegisterData;
+    if (a_flags & (SchemaParserHintNode::CameraRegisterBeforeAddress |
+                   SchemaParserHintNode::CameraRegisterAfterAddress))
+        return RegisterFeatureWiring::CameraRegisterAddress;
+    if (a_flags &
+        (SchemaParserHintNode::CameraRegisterBeforeData | SchemaParserHintNode::CameraRegisterAfterData))
+        return RegisterFeatureWiring::CameraRegisterData;
+    return std::nullopt;
 }
 
 bool nodeAttribute(const Lumex::ConstCamProperty& a_node, const char* a_name, QString* a_value)
@@ -103,7 +95,8 @@ private:
 
 SchemaParser::SchemaParser(QObject* a_owner, LumexTree* a_tree, ProgressStepper* a_progress,
                            const QString& a_schemaPath)
-    : QObject(a_owner), m_tree(a_tree), m_progress(a_progress)
+    : QObject(a_owner), m_tree(a_tree), m_progress(a_progress),
+      m_registerWiring(std::make_unique<RegisterFeatureWiring>())
 {
     struct HintRow
     {
@@ -138,21 +131,12 @@ SchemaParser::~SchemaParser() = default;
 
 void SchemaParser::setBoardDataSource(QNBrdDataSource* a_dataSource)
 {
-    m_dataSource = a_dataSource;
+    m_registerWiring->setDataSource(a_dataSource);
 }
 
 QNBrdDataSource* SchemaParser::boardDataSource() const
 {
-    return m_dataSource;
-}
-
-std::optional<SchemaParser::RepresentationType> SchemaParser::representationType(const QString& a_xsdType)
-{
-    for (int type = 0; type < int(std::size(s_numericTypes)); ++type) {
-        if (a_xsdType == QLatin1String(s_numericTypes[type]))
-            return RepresentationType(type);
-    }
-    return std::nullopt;
+    return m_registerWiring->dataSource();
 }
 
 void SchemaParser::savePosition()
@@ -214,7 +198,7 @@ void SchemaParser::loadCamera(CameraElement* a_camera)
 {
     if (!a_camera)
         return;
-    m_camera = a_camera;
+    m_registerWiring->setOwner(a_camera);
     if (m_progress)
         m_progress->breathe();
 
@@ -423,8 +407,10 @@ void SchemaParser::applyProperties(FeatureElementBase* a_feature, const FeatureP
         a_feature->setAnnotation(a_properties.documentation);
 
     // Register helpers go on before the feature becomes a template, so that every copy shares them.
-    if (auto* stringFeature = qobject_cast<StringFeature*>(a_feature))
-        attachRegisterHelpers(stringFeature, m_pathHints.flagsAt(path));
+    if (auto* stringFeature = qobject_cast<StringFeature*>(a_feature)) {
+        if (const std::optional<RegisterFeatureWiring::Role> role = registerRole(m_pathHints.flagsAt(path)))
+            m_registerWiring->attach(stringFeature, *role);
+    }
 }
 
 SchemaParser::FeatureProperties SchemaParser::loadFeatureProperties()
@@ -475,7 +461,7 @@ FeatureElementBase* SchemaParser::createTypedFeature(const QString& a_type, Elem
         return createWatchedFeature<StringFeature>(a_container);
     if (a_type == QLatin1String("xs:boolean"))
         return createWatchedFeature<BooleanFeature>(a_container);
-    if (const std::optional<RepresentationType> type = representationType(a_type)) {
+    if (const std::optional<NumericValue::RepTypeEnum> type = NumericValue::typeOfSchemaName(a_type)) {
         auto* feature = createWatchedFeature<NumericFeature>(a_container);
         feature->setRepresentationType(*type);
         return feature;
@@ -595,52 +581,6 @@ FeatureElementBase* SchemaParser::makeComplexFeature(const FeatureProperties& a_
     goToChild(QStringLiteral("xs:complexType"));
     loadComplexContent(feature);
     return feature;
-}
-
-void SchemaParser::attachRegisterHelpers(StringFeature* a_feature, unsigned a_flags)
-{
-    const auto dec2Hex = [this] {
-        if (!m_dec2HexObserver)
-            m_dec2HexObserver = new Dec2HexValueObserver(m_camera);
-        return m_dec2HexObserver.data();
-    };
-    const auto addressModel = [this]() -> QNBrdRegsAddressItemModel* {
-        if (!m_addressModel && m_dataSource)
-            m_addressModel = new QNBrdRegsAddressItemModel(m_dataSource, m_camera);
-        return m_addressModel;
-    };
-
-    if (a_flags & SchemaParserHintNode::BoardRegisterAddress) {
-        if (QNBrdRegsAddressItemModel* model = addressModel()) {
-            if (!m_boardValueObserver)
-                m_boardValueObserver = new QNBrdRegsValueObserver(model, m_camera);
-            a_feature->setCompleterModel(model);
-            a_feature->addObserver(m_boardValueObserver);
-        }
-    } else if (a_flags & SchemaParserHintNode::BoardRegisterData) {
-        if (QNBrdRegsAddressItemModel* model = addressModel()) {
-            if (!m_boardDataModel)
-                m_boardDataModel = new QNBrdRegsDataItemModel(model, m_camera);
-            a_feature->setCompleterModel(m_boardDataModel);
-        }
-        a_feature->addObserver(dec2Hex());
-    } else if (a_flags & (SchemaParserHintNode::CameraRegisterBeforeAddress |
-                          SchemaParserHintNode::CameraRegisterAfterAddress)) {
-        a_feature->addObserver(dec2Hex());
-        if (m_dataSource) {
-            if (!m_cameraValueObserver)
-                m_cameraValueObserver = new QNCxpRegsValueObserver(m_dataSource, m_camera);
-            a_feature->addObserver(m_cameraValueObserver);
-        }
-    } else if (a_flags & (SchemaParserHintNode::CameraRegisterBeforeData |
-                          SchemaParserHintNode::CameraRegisterAfterData)) {
-        if (m_dataSource) {
-            if (!m_cameraDataModel)
-                m_cameraDataModel = new QNCxpRegsDataItemModel(m_dataSource, m_camera);
-            a_feature->setCompleterModel(m_cameraDataModel);
-        }
-        a_feature->addObserver(dec2Hex());
-    }
 }
 
 QString SchemaParser::readDocumentation() const

@@ -13,14 +13,13 @@
 #include <QVariant>
 
 #include <cstddef>
-#include <optional>
+#include <memory>
 #include <vector>
 
 namespace Orvex {
 
 class CameraElement;
 class CategoryElementBase;
-class Dec2HexValueObserver;
 class ElementBase;
 class FeatureElementBase;
 class LumexTree;
@@ -28,12 +27,7 @@ class LumexTreeElement;
 class ModeElement;
 class ProgressStepper;
 class QNBrdDataSource;
-class QNBrdRegsAddressItemModel;
-class QNBrdRegsDataItemModel;
-class QNBrdRegsValueObserver;
-class QNCxpRegsDataItemModel;
-class QNCxpRegsValueObserver;
-class StringFeature;
+class RegisterFeatureWiring;
 
 // Reads a camera-file schema (the fixed XSD subset the editor understands) into a camera element: the
 // global category, the mode template with its categories, and one feature element per schema feature with
@@ -63,8 +57,6 @@ public:
     ORVEX_DECLARE_EXCEPTION(BadValueException);
     ORVEX_DECLARE_EXCEPTION(MismatchedAttributeException);
     ORVEX_DECLARE_EXCEPTION(UnknownFeatureClassException);
-
-    using RepresentationType = NumericFeature::RepTypeEnum;
 
     // What the schema says of one feature element or attribute.
     struct FeatureProperties
@@ -106,9 +98,6 @@ public:
     // whenever no step is running.
     QStringList names() const { return m_names; }
 
-    // The representation type of a numeric XSD type name; none for any other name.
-    static std::optional<RepresentationType> representationType(const QString& a_xsdType);
-
 private:
     class PositionGuard;
 
@@ -138,7 +127,6 @@ private:
     // Null for a type name that no value feature stands for.
     FeatureElementBase* createTypedFeature(const QString& a_type, ElementBase* a_container);
     void applyProperties(FeatureElementBase* a_feature, const FeatureProperties& a_properties);
-    void attachRegisterHelpers(StringFeature* a_feature, unsigned a_flags);
 
     // The first "xs:documentation" of the first "xs:annotation" of the current node.
     QString readDocumentation() const;
@@ -169,15 +157,8 @@ private:
 
     QPointer<LumexTree> m_tree;
     QPointer<ProgressStepper> m_progress;
-    QPointer<QNBrdDataSource> m_dataSource;
-    QPointer<CameraElement> m_camera;
-
-    QPointer<QNBrdRegsAddressItemModel> m_addressModel;
-    QPointer<QNBrdRegsDataItemModel> m_boardDataModel;
-    QPointer<QNCxpRegsDataItemModel> m_cameraDataModel;
-    QPointer<QNBrdRegsValueObserver> m_boardValueObserver;
-    QPointer<QNCxpRegsValueObserver> m_cameraValueObserver;
-    QPointer<Dec2HexValueObserver> m_dec2HexObserver;
+    // Holds the board and makes the register helpers, Qt children of the camera being loaded.
+    std::unique_ptr<RegisterFeatureWiring> m_registerWiring;
 };
 
 } // namespace Orvex
