@@ -10,7 +10,7 @@ class TestElement : public Orvex::ElementBase
 {
 public:
     explicit TestElement(const QString& a_name, QStringList* a_log = nullptr, QObject* a_parent = nullptr)
-        : Orvex::ElementBase(a_parent), m_log(a_log)
+        : Orvex::ElementBase(a_parent), m_log(a_log ? a_log : &m_ownLog)
     {
         setName(a_name);
     }
@@ -18,25 +18,11 @@ public:
     const Orvex::WindowElement* windowElement() const override { return nullptr; }
     Orvex::WindowElement* windowElement() override { return nullptr; }
 
-    int raises() const { return m_raises; }
-    int lowers() const { return m_lowers; }
-
 protected:
-    void onRaise() override
-    {
-        ++m_raises;
-        if (m_log)
-            m_log->append(QStringLiteral("raise ") + name());
-    }
-    void onLower() override
-    {
-        ++m_lowers;
-        if (m_log)
-            m_log->append(QStringLiteral("lower ") + name());
-    }
+    void onRaise() override { m_log->append(QStringLiteral("raise ") + name()); }
+    void onLower() override { m_log->append(QStringLiteral("lower ") + name()); }
 
 private:
+    QStringList m_ownLog;
     QStringList* m_log;
-    int m_raises = 0;
-    int m_lowers = 0;
 };
