@@ -141,8 +141,6 @@ class TestCameraModes : public QObject
 private slots:
     void selection_data();
     void selection();
-    void messages_data();
-    void messages();
     void uniqueNames_data();
     void uniqueNames();
     void removeCurrentMode_data();
@@ -152,8 +150,6 @@ private slots:
     void cameraStandard_data();
     void cameraStandard();
     void cloneMode();
-    void stackControls_data();
-    void stackControls();
 };
 
 void TestCameraModes::selection_data()
@@ -164,50 +160,58 @@ void TestCameraModes::selection_data()
     QTest::addColumn<QStringList>("expected");
     QTest::addColumn<int>("mode");
     QTest::addColumn<int>("category");
+    // The undo/redo and back/forward buttons' last states, "U R/B F"; empty: not checked.
+    QTest::addColumn<QString>("controls");
+    // The messages queued for the user, "title|text" separated by commas.
+    QTest::addColumn<QString>("messages");
 
-    const QString cat0 = "setModeCategory 0";
-    QTest::newRow("mode shows its first category")
-        << 3 << 3 << QStringList{"mode 1"} << QStringList{cat0, "setMode 1"} << 1 << 0;
-    QTest::newRow("current mode again")
-        << 3 << 3 << QStringList{"mode 1", "mode 1"} << QStringList{cat0, "setMode 1"} << 1 << 0;
-    QTest::newRow("category of the mode") << 3 << 3 << QStringList{"mode 1", "category 2"}
-                                          << QStringList{cat0, "setMode 1", "setModeCategory 2"} << 1 << 2;
-    QTest::newRow("camera page") << 3 << 3 << QStringList{"mode 1", "camera"}
-                                 << QStringList{cat0, "setMode 1", "setCameraMode"} << -1 << -1;
-    QTest::newRow("camera page shown once")
-        << 3 << 3 << QStringList{"camera", "global", "camera"} << QStringList{"setCameraMode"} << -1 << -1;
-    QTest::newRow("mode keeps its category")
-        << 3 << 3 << QStringList{"mode 2", "category 1", "mode 0", "mode 2"}
-        << QStringList{cat0,        "setMode 2",         "setModeCategory 1", cat0,
-                       "setMode 0", "setModeCategory 1", "setMode 2"}
-        << 2 << 1;
-    QTest::newRow("next from camera page")
-        << 3 << 1 << QStringList{"next"} << QStringList{cat0, "setMode 0"} << 0 << 0;
-    QTest::newRow("next on last mode stays")
-        << 3 << 1 << QStringList{"mode 2", "next"} << QStringList{cat0, "setMode 2"} << 2 << 0;
-    QTest::newRow("prev steps back") << 3 << 1 << QStringList{"mode 2", "prev"}
-                                     << QStringList{cat0, "setMode 2", cat0, "setMode 1"} << 1 << 0;
-    QTest::newRow("prev on first mode") << 3 << 1 << QStringList{"mode 0", "prev"}
-                                        << QStringList{cat0, "setMode 0", "setCameraMode"} << -1 << -1;
-    QTest::newRow("prev on camera page") << 3 << 1 << QStringList{"prev"} << QStringList{} << -1 << -1;
-    QTest::newRow("no modes") << 0 << 0 << QStringList{"next", "prev"} << QStringList{} << -1 << -1;
-    QTest::newRow("next category wraps")
-        << 1 << 3 << QStringList{"mode 0", "category 2", "nextCat"}
-        << QStringList{cat0, "setMode 0", "setModeCategory 2", cat0} << 0 << 0;
-    QTest::newRow("prev category from first")
-        << 1 << 3 << QStringList{"mode 0", "prevCat"} << QStringList{cat0, "setMode 0", "setModeCategory 2"}
-        << 0 << 2;
-    QTest::newRow("one category") << 1 << 1 << QStringList{"mode 0", "nextCat", "prevCat"}
-                                  << QStringList{cat0, "setMode 0"} << 0 << 0;
-    QTest::newRow("back to a category")
-        << 1 << 3 << QStringList{"mode 0", "category 2", "back"}
-        << QStringList{cat0, "setMode 0", "setModeCategory 2", cat0} << 0 << 0;
-    QTest::newRow("back to camera page")
-        << 2 << 1 << QStringList{"camera", "mode 1", "back"}
-        << QStringList{"setCameraMode", cat0, "setMode 1", "setCameraMode"} << -1 << -1;
-    QTest::newRow("back and forward across modes")
-        << 2 << 2 << QStringList{"mode 0", "mode 1", "back", "forward"}
-        << QStringList{cat0, "setMode 0", cat0, "setMode 1", "setMode 0", cat0, "setMode 1", cat0} << 1 << 0;
+    // Steps and page calls separated by commas; "cat0" stands for "setModeCategory 0".
+    const auto row = [](const char* a_name, int a_modes, int a_categories, const char* a_script,
+                        const char* a_expected, int a_mode, int a_category, const char* a_controls = "",
+                        const char* a_messages = "") {
+        const auto list = [](const char* a_text) {
+            return QString(a_text).replace("cat0", "setModeCategory 0").split(',', Qt::SkipEmptyParts);
+        };
+        QTest::newRow(a_name) << a_modes << a_categories << list(a_script) << list(a_expected) << a_mode
+                              << a_category << a_controls << a_messages;
+    };
+    row("mode shows its first category", 3, 3, "mode 1", "cat0,setMode 1", 1, 0);
+    row("current mode again", 3, 3, "mode 1,mode 1", "cat0,setMode 1", 1, 0);
+    row("category of the mode", 3, 3, "mode 1,category 2", "cat0,setMode 1,setModeCategory 2", 1, 2);
+    row("camera page", 3, 3, "mode 1,camera", "cat0,setMode 1,setCameraMode", -1, -1);
+    row("camera page shown once", 3, 3, "camera,global,camera", "setCameraMode", -1, -1);
+    row("mode keeps its category", 3, 3, "mode 2,category 1,mode 0,mode 2",
+        "cat0,setMode 2,setModeCategory 1,cat0,setMode 0,setModeCategory 1,setMode 2", 2, 1);
+    row("next from camera page", 3, 1, "next", "cat0,setMode 0", 0, 0);
+    row("next on last mode stays", 3, 1, "mode 2,next", "cat0,setMode 2", 2, 0);
+    row("prev steps back", 3, 1, "mode 2,prev", "cat0,setMode 2,cat0,setMode 1", 1, 0);
+    row("prev on first mode", 3, 1, "mode 0,prev", "cat0,setMode 0,setCameraMode", -1, -1);
+    row("prev on camera page", 3, 1, "prev", "", -1, -1);
+    row("no modes", 0, 0, "next,prev", "", -1, -1);
+    row("next category wraps", 1, 3, "mode 0,category 2,nextCat", "cat0,setMode 0,setModeCategory 2,cat0", 0,
+        0);
+    row("prev category from first", 1, 3, "mode 0,prevCat", "cat0,setMode 0,setModeCategory 2", 0, 2);
+    row("one category", 1, 1, "mode 0,nextCat,prevCat", "cat0,setMode 0", 0, 0);
+    row("back to a category", 1, 3, "mode 0,category 2,back", "cat0,setMode 0,setModeCategory 2,cat0", 0, 0);
+    row("back to camera page", 2, 1, "camera,mode 1,back", "setCameraMode,cat0,setMode 1,setCameraMode", -1,
+        -1);
+    row("back and forward across modes", 2, 2, "mode 0,mode 1,back,forward",
+        "cat0,setMode 0,cat0,setMode 1,setMode 0,cat0,setMode 1,cat0", 1, 0, "0 0/1 0");
+    row("pushed", 2, 1, "push", "", -1, -1, "1 0/0 0");
+    row("undone from the window", 2, 1, "push,undo", "", -1, -1, "0 1/0 0");
+    row("redone from the window", 2, 1, "push,undo,redo", "", -1, -1, "1 0/0 0");
+    row("back from the window", 2, 1, "mode 0,mode 1,back", "cat0,setMode 0,cat0,setMode 1,setMode 0,cat0", 0,
+        0, "0 0/0 1");
+    row("push after back", 2, 1, "mode 0,mode 1,back,push", "cat0,setMode 0,cat0,setMode 1,setMode 0,cat0", 0,
+        0, "1 0/0 1");
+    const char* unknownMode = "Unknown Mode Index|Unknown mode index selected, ";
+    const char* unknownCategory = "Unknown Category Index|Unknown category index selected, ";
+    row("negative mode", 2, 2, "mode -1", "", -1, -1, "", qPrintable(unknownMode + QString("-1.")));
+    row("messages in arrival order", 2, 2, "mode 99,mode 0,category 99,category 2", "cat0,setMode 0", 0, 0,
+        "", qPrintable(unknownMode + QString("99.,") + unknownCategory + "99.," + unknownCategory + "2."));
+    row("category without a mode", 2, 2, "category 99", "", -1, -1);
+    row("feature warnings", 2, 2, "warn 1,clone,warn 2,mode 5", "", -1, -1, "",
+        qPrintable("Title 1|Text 1,Title 2|Text 2," + (unknownMode + QString("5."))));
 }
 
 void TestCameraModes::selection()
@@ -218,12 +222,29 @@ void TestCameraModes::selection()
     QFETCH(QStringList, expected);
     QFETCH(int, mode);
     QFETCH(int, category);
+    QFETCH(QString, controls);
+    QFETCH(QString, messages);
 
     Document document(modes, categories);
+    QSignalSpy queued(document.element, &WindowElement::messageQueued);
+    QCOMPARE(document.window.log.mid(0, 2),
+             (QStringList{"setUndoRedoEnabled 0 0", "setBackForwardEnabled 0 0"}));
     document.window.log.clear();
     for (const QString& step : script)
         run(document, step);
+    if (!controls.isEmpty()) {
+        QString last = "0 0/0 0";
+        for (const QString& line : document.window.calls({"setUndoRedoEnabled ", "setBackForwardEnabled "}))
+            last.replace(line.startsWith("setUndo") ? 0 : 4, 3, line.section(' ', 1));
+        QCOMPARE(last, controls);
+        QVERIFY(document.window.log.contains("updateDocumentState"));
+    }
 
+    QStringList popped;
+    for (QString title, text; document.element->popMessage(title, text);)
+        popped << title + '|' + text;
+    QCOMPARE(popped.join(','), messages);
+    QCOMPARE(queued.count(), popped.size());
     QCOMPARE(document.window.calls(s_pageCalls), expected);
     QCOMPARE(document.currentModeIndex(), mode);
     ModeElement* current = document.camera->currentMode();
@@ -239,45 +260,6 @@ void TestCameraModes::selection()
     }
 }
 
-void TestCameraModes::messages_data()
-{
-    QTest::addColumn<QStringList>("script");
-    QTest::addColumn<QStringList>("expected");
-
-    QTest::newRow("negative mode") << QStringList{"mode -1"}
-                                   << QStringList{"Unknown Mode Index|Unknown mode index selected, -1."};
-    QTest::newRow("in arrival order")
-        << QStringList{"mode 99", "mode 0", "category 99", "category 2"}
-        << QStringList{"Unknown Mode Index|Unknown mode index selected, 99.",
-                       "Unknown Category Index|Unknown category index selected, 99.",
-                       "Unknown Category Index|Unknown category index selected, 2."};
-    QTest::newRow("category without a mode") << QStringList{"category 99"} << QStringList{};
-    QTest::newRow("feature warnings") << QStringList{"warn 1", "clone", "warn 2", "mode 5"}
-                                      << QStringList{"Title 1|Text 1", "Title 2|Text 2",
-                                                     "Unknown Mode Index|Unknown mode index selected, 5."};
-}
-
-void TestCameraModes::messages()
-{
-    QFETCH(QStringList, script);
-    QFETCH(QStringList, expected);
-
-    Document document(2, 2);
-    QSignalSpy queued(document.element, &WindowElement::messageQueued);
-    for (const QString& step : script)
-        run(document, step);
-
-    QCOMPARE(queued.count(), expected.size());
-    QString title;
-    QString text;
-    for (const QString& message : expected) {
-        QVERIFY(document.element->popMessage(title, text));
-        QCOMPARE(title + '|' + text, message);
-    }
-    QVERIFY(!document.element->popMessage(title, text));
-    QVERIFY(title.isEmpty() && text.isEmpty());
-}
-
 void TestCameraModes::uniqueNames_data()
 {
     QTest::addColumn<QStringList>("existing");
@@ -286,35 +268,25 @@ void TestCameraModes::uniqueNames_data()
     QTest::addColumn<QString>("added");
     QTest::addColumn<QString>("expected");
 
-    QTest::newRow("second Default") << QStringList{"Default"} << "" << -1 << "Default"
-                                    << "Default_1";
-    QTest::newRow("third Default") << QStringList{"Default", "Default_1"} << "" << -1 << "Default"
-                                   << "Default_2";
-    QTest::newRow("reused after delete")
-        << QStringList{"Default", "Default_1", "Default_2"} << "Default_1" << -1 << "Default"
-        << "Default_1";
-    QTest::newRow("markup and spaces") << QStringList{} << "" << -1 << "  Fast <Scan> "
-                                       << "FastScan";
-    QTest::newRow("every markup character") << QStringList{} << "" << -1 << "a@b<c>d&e'f\"g"
-                                            << "abcdefg";
-    QTest::newRow("tabs and line breaks") << QStringList{} << "" << -1 << "x\ty\nz"
-                                          << "xyz";
-    QTest::newRow("blank") << QStringList{} << "" << -1 << "  "
-                           << "Default";
-    QTest::newRow("blank beside Default") << QStringList{"Default"} << "" << -1 << "  "
-                                          << "Default_1";
-    QTest::newRow("taken number") << QStringList{"Free", "Free_3"} << "" << -1 << "Free_3"
-                                  << "Free_1";
-    QTest::newRow("free number stands") << QStringList{"Free"} << "" << -1 << "Free_3"
-                                        << "Free_3";
-    QTest::newRow("bare base free") << QStringList{"Default_1"} << "" << -1 << "Default"
-                                    << "Default";
-    QTest::newRow("base taken literally") << QStringList{"a.b", "axb_1"} << "" << -1 << "a.b"
-                                          << "a.b_1";
-    QTest::newRow("inserted in front") << QStringList{"Scan", "Other"} << "" << 0 << "Scan"
-                                       << "Scan_1";
-    QTest::newRow("inserted in the middle") << QStringList{"Scan", "Other"} << "" << 1 << "Sc an"
-                                            << "Scan_1";
+    const auto row = [](const char* a_name, const char* a_existing, const char* a_removed, int a_position,
+                        const char* a_added, const char* a_expected) {
+        QTest::newRow(a_name) << QString(a_existing).split(' ', Qt::SkipEmptyParts) << a_removed << a_position
+                              << a_added << a_expected;
+    };
+    row("second Default", "Default", "", -1, "Default", "Default_1");
+    row("third Default", "Default Default_1", "", -1, "Default", "Default_2");
+    row("reused after delete", "Default Default_1 Default_2", "Default_1", -1, "Default", "Default_1");
+    row("markup and spaces", "", "", -1, "  Fast <Scan> ", "FastScan");
+    row("every markup character", "", "", -1, "a@b<c>d&e'f\"g", "abcdefg");
+    row("tabs and line breaks", "", "", -1, "x\ty\nz", "xyz");
+    row("blank", "", "", -1, "  ", "Default");
+    row("blank beside Default", "Default", "", -1, "  ", "Default_1");
+    row("taken number", "Free Free_3", "", -1, "Free_3", "Free_1");
+    row("free number stands", "Free", "", -1, "Free_3", "Free_3");
+    row("bare base free", "Default_1", "", -1, "Default", "Default");
+    row("base taken literally", "a.b axb_1", "", -1, "a.b", "a.b_1");
+    row("inserted in front", "Scan Other", "", 0, "Scan", "Scan_1");
+    row("inserted in the middle", "Scan Other", "", 1, "Sc an", "Scan_1");
 }
 
 void TestCameraModes::uniqueNames()
@@ -402,7 +374,6 @@ void TestCameraModes::categoryEnabled()
     page->show();
     auto* checkBox = qobject_cast<QCheckBox*>(category->categoryFeature()->widget());
     QVERIFY(checkBox);
-    QCOMPARE(checkBox->text(), QStringLiteral("Feature Enabled"));
     QCOMPARE(checkBox->isChecked(), startEnabled);
     QWidget* flagEditor = category->feature("Flag")->widget();
     QVERIFY(flagEditor);
@@ -430,10 +401,8 @@ void TestCameraModes::cameraStandard_data()
     QTest::addColumn<QString>("value");
     QTest::addColumn<int>("expected");
 
-    QTest::newRow("CoaXPress") << "CoaXPress" << int(CameraElement::StandardCoaXPress);
-    QTest::newRow("lower case") << "coaxpress" << int(CameraElement::StandardCoaXPress);
-    QTest::newRow("CameraLink") << "CameraLink" << int(CameraElement::StandardCameraLink);
-    QTest::newRow("upper case") << "CAMERALINK" << int(CameraElement::StandardCameraLink);
+    QTest::newRow("CoaXPress, any case") << "coaxpress" << int(CameraElement::StandardCoaXPress);
+    QTest::newRow("CameraLink, any case") << "CAMERALINK" << int(CameraElement::StandardCameraLink);
     QTest::newRow("other") << "GigE" << int(CameraElement::StandardUnknown);
     QTest::newRow("no feature") << QString() << int(CameraElement::StandardUnknown);
 }
@@ -454,7 +423,6 @@ void TestCameraModes::cameraStandard()
         QVERIFY(global->addFeature(standard));
     }
     QCOMPARE(document.camera->standard(), expected);
-    QCOMPARE(document.camera->property("standard").toInt(), expected);
 }
 
 void TestCameraModes::cloneMode()
@@ -485,67 +453,30 @@ void TestCameraModes::cloneMode()
     for (quint64 id : copyIds)
         QVERIFY(sourceIds.count(id) == 0);
 
-    QCOMPARE(copy->categoryCount(), source->categoryCount());
-    for (int index = 0; index < source->categoryCount(); ++index) {
-        auto* original = qobject_cast<GenericModeCategory*>(source->category(index));
-        auto* duplicate = qobject_cast<GenericModeCategory*>(copy->category(index));
-        QVERIFY(duplicate && duplicate->mode() == copy);
-        QCOMPARE(duplicate->name(), original->name());
-        QCOMPARE(duplicate->typeName(), original->typeName());
-        QCOMPARE(duplicate->categoryEnabled(), original->categoryEnabled());
-        QCOMPARE(duplicate->featureCount(), original->featureCount());
-        for (int feature = 0; feature < original->featureCount(); ++feature) {
-            FeatureElementBase* copied = duplicate->features().at(feature);
-            QCOMPARE(copied->parentElement(), duplicate);
-            QCOMPARE(copied->name(), original->features().at(feature)->name());
-            QCOMPARE(copied->dataSet(), original->features().at(feature)->dataSet());
+    // Category by category: name, type, switched on, and each feature's name and values.
+    const auto dump = [](ModeElement* a_mode) {
+        QStringList lines;
+        for (ModeCategoryElementBase* category : a_mode->categories()) {
+            auto* generic = qobject_cast<GenericModeCategory*>(category);
+            lines << QStringLiteral("%1 %2 %3")
+                         .arg(category->name(), generic->typeName())
+                         .arg(generic->categoryEnabled());
+            if (generic->mode() != a_mode)
+                lines << QStringLiteral("  in another mode");
+            for (FeatureElementBase* feature : generic->features()) {
+                if (feature->parentElement() != category)
+                    lines << QStringLiteral("  under another parent");
+                lines << QStringLiteral("  %1 %2").arg(feature->name(),
+                                                       QVariant(feature->dataSet()).toStringList().join(','));
+            }
         }
-    }
+        return lines;
+    };
+    QCOMPARE(dump(copy), dump(source));
+    QVERIFY(dump(source).contains("  Choice B"));
     // The copy is a mode of its own: changing it leaves the source alone.
     copy->category(0)->feature("Flag")->setProperty("value", false);
     QCOMPARE(source->category(0)->feature("Flag")->property("value").toBool(), true);
-}
-
-void TestCameraModes::stackControls_data()
-{
-    QTest::addColumn<QStringList>("script");
-    QTest::addColumn<QString>("undoRedo");
-    QTest::addColumn<QString>("backForward");
-
-    QTest::newRow("fresh document") << QStringList{} << "0 0"
-                                    << "0 0";
-    QTest::newRow("pushed") << QStringList{"push"} << "1 0"
-                            << "0 0";
-    QTest::newRow("undone from the window") << QStringList{"push", "undo"} << "0 1"
-                                            << "0 0";
-    QTest::newRow("redone from the window") << QStringList{"push", "undo", "redo"} << "1 0"
-                                            << "0 0";
-    QTest::newRow("pages visited") << QStringList{"mode 0", "mode 1"} << "0 0"
-                                   << "1 0";
-    QTest::newRow("back from the window") << QStringList{"mode 0", "mode 1", "back"} << "0 0"
-                                          << "0 1";
-    QTest::newRow("push after back") << QStringList{"mode 0", "mode 1", "back", "push"} << "1 0"
-                                     << "0 1";
-}
-
-void TestCameraModes::stackControls()
-{
-    QFETCH(QStringList, script);
-    QFETCH(QString, undoRedo);
-    QFETCH(QString, backForward);
-
-    Document document(2, 1);
-    QCOMPARE(document.window.log.mid(0, 2),
-             (QStringList{"setUndoRedoEnabled 0 0", "setBackForwardEnabled 0 0"}));
-    document.window.log.clear();
-    for (const QString& step : script)
-        run(document, step);
-
-    const QStringList undoCalls = document.window.calls({"setUndoRedoEnabled "});
-    const QStringList backCalls = document.window.calls({"setBackForwardEnabled "});
-    QCOMPARE(undoCalls.isEmpty() ? "0 0" : undoCalls.last().section(' ', 1), undoRedo);
-    QCOMPARE(backCalls.isEmpty() ? "0 0" : backCalls.last().section(' ', 1), backForward);
-    QCOMPARE(document.window.log.contains("updateDocumentState"), !script.isEmpty());
 }
 
 QTEST_MAIN(TestCameraModes)
