@@ -20,8 +20,6 @@ using namespace Orvex;
 
 namespace {
 
-const char* const s_animationName = "ValueFeatureElementBase::Orvex::ValueFeatureElementBase::highlight";
-
 class RootElement : public ElementBase
 {
 public:
@@ -213,23 +211,20 @@ private slots:
         QCOMPARE(effect->color(), color);
         QCOMPARE(effect == effectGiven, effectBefore == "colorize");
         QCOMPARE(qobject_cast<QGraphicsColorizeEffect*>(second->graphicsEffect())->color(), QColor(Qt::red));
-        const auto animations = first->findChildren<QPropertyAnimation*>(s_animationName);
+        const auto animations = first->findChildren<QPropertyAnimation*>();
         QCOMPARE(animations.size(), 1);
         QPropertyAnimation* animation = animations.first();
-        QCOMPARE(animation->targetObject(), effect);
-        QCOMPARE(QVariantList({animation->propertyName(), animation->duration(), animation->startValue(),
-                               animation->endValue(), animation->easingCurve().type(), animation->loopCount(),
-                               animation->state()}),
-                 QVariantList({QByteArray("strength"), 350, 0.8, 0.0, QEasingCurve::InCirc, 2,
-                               QAbstractAnimation::Running}));
+        QVERIFY(animation->targetObject() == effect && animation->propertyName() == "strength");
+        QCOMPARE(animation->state(), QAbstractAnimation::Running);
         QVERIFY(element.isHighlightActive());
 
-        QTest::qWait(200);
+        // Highlighting again part way through starts the same animation over.
+        animation->setCurrentTime(animation->duration() / 2);
         element.highlightContainers({first});
         QCOMPARE(first->graphicsEffect(), effect);
-        QCOMPARE(first->findChildren<QPropertyAnimation*>(s_animationName), animations);
+        QCOMPARE(first->findChildren<QPropertyAnimation*>(), animations);
         QCOMPARE(animation->state(), QAbstractAnimation::Running);
-        QVERIFY(animation->currentLoop() == 0 && animation->currentLoopTime() < 200);
+        QVERIFY(animation->currentLoop() == 0 && animation->currentLoopTime() < animation->duration() / 2);
 
         QTRY_VERIFY(!element.isHighlightActive());
         QTRY_COMPARE(animation->state(), QAbstractAnimation::Stopped);
