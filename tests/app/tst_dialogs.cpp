@@ -8,9 +8,7 @@
 #include "widgets/DialogSeam.h"
 
 #include <QCheckBox>
-#include <QDialogButtonBox>
 #include <QPlainTextEdit>
-#include <QPushButton>
 #include <QRegularExpression>
 #include <QTabWidget>
 #include <QTest>
@@ -161,38 +159,27 @@ void TestDialogs::seamFallbacks()
 void TestDialogs::aboutDialog()
 {
     AboutOrvexDialog dialog;
-    QCOMPARE(dialog.objectName(), QStringLiteral("aboutOrvexDialog"));
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("About Orvex"));
-    auto* buttons = dialog.findChild<QDialogButtonBox*>();
-    QVERIFY(buttons && buttons->button(QDialogButtonBox::Ok));
-
     const QString text = dialog.text();
     for (const char* row : {"Orvex Version", "SDK Version", "Driver Version"})
         QCOMPARE(text.count(QLatin1String(row)), 2);
     QVERIFY(text.contains(QString::fromUtf8(QNDriverVersion()).toHtmlEscaped()));
     QVERIFY(text.contains(AboutOrvexDialog::orvexVersion().toHtmlEscaped()));
     QVERIFY(AboutOrvexDialog::orvexVersion().contains(QRegularExpression(", Build \\d+$")));
-
-    buttons->button(QDialogButtonBox::Ok)->click();
-    QCOMPARE(dialog.result(), int(QDialog::Accepted));
 }
 
+// Each licence tab shows its own text, read-only.
 void TestDialogs::licensingDialog()
 {
     QNQtLgplDialog dialog;
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("Qt Licensing"));
     QTabWidget* tabs = dialog.tabs();
-    QCOMPARE(tabs->count(), 3);
-    const QStringList labels{"LGPL v2.1", "LGPL v3.0", "Qt LGPL Exception"};
     const QStringList openings{"GNU LESSER GENERAL PUBLIC LICENSE\n                       Version 2.1",
                                "GNU LESSER GENERAL PUBLIC LICENSE\n                       Version 3",
                                "Qt LGPL Exception version 1.1"};
+    QCOMPARE(tabs->count(), openings.size());
     for (int index = 0; index < tabs->count(); ++index) {
-        QCOMPARE(tabs->tabText(index), labels[index]);
         auto* view = qobject_cast<QPlainTextEdit*>(tabs->widget(index));
-        QVERIFY(view);
-        QVERIFY(view->isReadOnly());
-        QVERIFY2(view->toPlainText().left(200).contains(openings[index]), qPrintable(labels[index]));
+        QVERIFY(view && view->isReadOnly());
+        QVERIFY2(view->toPlainText().left(200).contains(openings[index]), qPrintable(tabs->tabText(index)));
     }
 }
 
@@ -242,27 +229,14 @@ void TestDialogs::extraDataTree()
 void TestDialogs::extraDataDialog()
 {
     LumexExtraDataDialog dialog;
-    QCOMPARE(dialog.objectName(), QStringLiteral("LumexExtraDataDialog"));
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("LUMEX Extra Data"));
-    QTreeWidget* tree = dialog.tree();
-    QCOMPARE(tree->headerItem()->text(0), QStringLiteral("Name"));
-    QCOMPARE(tree->headerItem()->text(1), QStringLiteral("Value"));
-    QVERIFY(tree->toolTip().contains("Schema compliant features are included to provide context."));
-
     auto* preserve = dialog.findChild<QCheckBox*>();
-    QVERIFY(preserve);
-    QCOMPARE(preserve->text(), QStringLiteral("Preserve Extra Data"));
-    QVERIFY(dialog.preserveExtraData());
+    QVERIFY(preserve && dialog.preserveExtraData());
     preserve->click();
     QVERIFY(!dialog.preserveExtraData());
+    // Each document starts by keeping its extra data, whatever the previous one chose.
     dialog.reset();
     QVERIFY(dialog.preserveExtraData());
     QVERIFY(preserve->isChecked());
-
-    auto* buttons = dialog.findChild<QDialogButtonBox*>();
-    QVERIFY(buttons && buttons->button(QDialogButtonBox::Close));
-    buttons->button(QDialogButtonBox::Close)->click();
-    QCOMPARE(dialog.result(), int(QDialog::Rejected));
 }
 
 QTEST_MAIN(TestDialogs)
