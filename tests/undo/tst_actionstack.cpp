@@ -113,35 +113,34 @@ class TestActionStack : public QObject
 private slots:
     void actionResults_data()
     {
-        QTest::addColumn<bool>("undo");
-        QTest::addColumn<bool>("startApplied");
-        QTest::addColumn<int>("bodyResult");
-        QTest::addColumn<QString>("expected"); // result, applied afterwards, body calls, state signals
+        QTest::addColumn<QString>("call");     // undo or redo, applied before, the body's result
+        QTest::addColumn<QString>("expected"); // the result, applied after, body runs, state signals
 
-        QTest::newRow("undo done") << true << true << 1 << "1 0 1 1";
-        QTest::newRow("undo done, go on") << true << true << 2 << "2 1 1 0";
-        QTest::newRow("undo when undone") << true << false << 1 << "0 0 0 0";
-        QTest::newRow("redo done") << false << false << 1 << "1 1 1 1";
-        QTest::newRow("redo failed") << false << false << 3 << "3 0 1 0";
-        QTest::newRow("redo when applied") << false << true << 1 << "0 1 0 0";
+        const auto row = [](const char* a_tag, const char* a_call, const char* a_expected) {
+            QTest::newRow(a_tag) << a_call << a_expected;
+        };
+        row("undo done", "u 1 1", "1 0 1 1");
+        row("undo done, go on", "u 1 2", "2 1 1 0");
+        row("undo when undone", "u 0 1", "0 0 0 0");
+        row("redo done", "r 0 1", "1 1 1 1");
+        row("redo failed", "r 0 3", "3 0 1 0");
+        row("redo when applied", "r 1 1", "0 1 0 0");
     }
 
     // Only Done flips the applied flag; the body runs only when the action is not already in the asked state.
     void actionResults()
     {
-        QFETCH(bool, undo);
-        QFETCH(bool, startApplied);
-        QFETCH(int, bodyResult);
+        QFETCH(QString, call);
         QFETCH(QString, expected);
 
         Document document;
         TestAction action(&document, QStringLiteral("a"));
-        if (!startApplied)
-            QCOMPARE(action.unapply(), ActionBase::Done);
-        action.m_undoResult = action.m_redoResult = static_cast<ActionBase::Result>(bodyResult);
+        if (call.at(2) == '0')
+            action.unapply();
+        action.m_undoResult = action.m_redoResult = static_cast<ActionBase::Result>(call.at(4).digitValue());
         action.m_bodyCalls = 0;
         QSignalSpy spy(&action, &ActionBase::stateChanged);
-        const int result = undo ? action.unapply() : action.reapply();
+        const int result = call.at(0) == 'u' ? action.unapply() : action.reapply();
         QCOMPARE(QStringLiteral("%1 %2 %3 %4")
                      .arg(result)
                      .arg(action.isApplied())
@@ -270,20 +269,17 @@ private slots:
 
     void busyDropsReentry_data()
     {
-        QTest::addColumn<QString>("reentry"); // a script, or "signal": a push from the action's own signal
+        QTest::addColumn<QString>("reentry");
         QTest::addColumn<QString>("trigger");
         QTest::addColumn<int>("expectedIndex");
 
-        QTest::newRow("push from an undo") << "p"
-                                           << "u" << 2;
-        QTest::newRow("push from a setIndex") << "p"
-                                              << "i0" << 0;
-        QTest::newRow("undo from an undo") << "u"
-                                           << "u" << 2;
-        QTest::newRow("setIndex from a redo") << "i0"
-                                              << "u r" << 3;
-        QTest::newRow("push from the action's own signal") << "signal"
-                                                           << "u" << 2;
+        const auto row = [](const char* a_tag, const char* a_reentry, const char* a_trigger, int a_index) {
+            QTest::newRow(a_tag) << a_reentry << a_trigger << a_index;
+        };
+        row("push from an undo", "p", "u", 2);
+        row("push from a setIndex", "p", "i0", 0);
+        row("undo from an undo", "u", "u", 2);
+        row("setIndex from a redo", "i0", "u r", 3);
     }
 
     // While actions run, pushes, undos, redos and jumps from within them are dropped.
@@ -297,11 +293,7 @@ private slots:
         Document other;
         ActionStack stack;
         run(stack, document, QStringLiteral("p p p"));
-        TestAction* top = actionAt(stack, 2);
-        if (reentry == QLatin1String("signal"))
-            connect(top, &ActionBase::stateChanged, this, [&]() { run(stack, other, QStringLiteral("p")); });
-        else
-            top->m_hook = [&]() { run(stack, other, reentry); };
+        actionAt(stack, 2)->m_hook = [&]() { run(stack, other, reentry); };
         run(stack, document, trigger);
 
         QCOMPARE(stack.count(), 3);
