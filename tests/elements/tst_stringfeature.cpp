@@ -1,3 +1,4 @@
+#include "ElementFixtures.h"
 #include "elements/StringFeature.h"
 #include "elements/StringFeatureCompleterHelper.h"
 
@@ -7,29 +8,11 @@
 #include <QTest>
 
 using namespace Orvex;
+using OrvexTest::HolderElement;
 
 namespace {
 
-class HolderElement : public WidgetElementBase
-{
-public:
-    using WidgetElementBase::WidgetElementBase;
-    void highlight(size_t) override {}
-};
-
-class Recording : public StringFeature
-{
-public:
-    using StringFeature::StringFeature;
-    QLineEdit* edit(size_t a_index) const { return qobject_cast<QLineEdit*>(valueWidget(a_index)); }
-    QStringList pushes;
-
-protected:
-    void pushValueChange(size_t a_index, const QVariant& a_old, const QVariant& a_new) override
-    {
-        pushes << QStringLiteral("%1: %2 -> %3").arg(a_index).arg(a_old.toString(), a_new.toString());
-    }
-};
+using Recording = OrvexTest::Recording<StringFeature>;
 
 // Three rows, so that typing opens a popup; records what the base hands down.
 class NamesModel : public StringFeatureCompleterItemModel
@@ -54,24 +37,16 @@ protected:
 
 struct Scene
 {
-    HolderElement holder{nullptr, nullptr};
+    HolderElement holder;
     Recording feature{&holder};
-    Scene(size_t a_count)
+    explicit Scene(size_t a_count)
     {
-        holder.setWidget(new QWidget);
-        holder.widget()->setLayout(new QVBoxLayout);
         feature.setName("Address");
         feature.setMinOccurs(0);
         feature.setMaxOccurs(3);
         feature.setDataSet(QVector<QVariant>(int(a_count), QString()).toList());
     }
-    void show()
-    {
-        holder.widget()->layout()->addWidget(feature.createWidget());
-        holder.widget()->show();
-        QApplication::setActiveWindow(holder.widget());
-        QVERIFY(QTest::qWaitForWindowActive(holder.widget()));
-    }
+    QLineEdit* edit(size_t a_index) const { return feature.valueWidgetAs<QLineEdit>(a_index); }
 };
 
 const QString s_sample = QStringLiteral("The quick red fox jumped over the lazy dog.");
@@ -119,10 +94,10 @@ void TestStringFeature::typingRestrictions()
     QFETCH(QString, shown);
     QFETCH(bool, validated);
     Scene scene(2);
-    scene.show();
+    QVERIFY(scene.holder.show(scene.feature, true));
     scene.feature.setStringPattern(schemaPattern("[0-9]+"));
-    const QPointer<QLineEdit> first = scene.feature.edit(0);
-    QList<QPointer<const QValidator>> old{first->validator(), scene.feature.edit(1)->validator()};
+    const QPointer<QLineEdit> first = scene.edit(0);
+    QList<QPointer<const QValidator>> old{first->validator(), scene.edit(1)->validator()};
     if (whileKept)
         scene.feature.setEnabled(false);
     scene.feature.setStringPattern(schemaPattern(pattern));
@@ -130,11 +105,11 @@ void TestStringFeature::typingRestrictions()
     scene.feature.setDataSet(QVariantList{"", "", ""});
 
     // The first line edit is the kept one when the instances were all gone.
-    QCOMPARE(scene.feature.edit(0), first.data());
+    QCOMPARE(scene.edit(0), first.data());
     for (int i = 0; i < (whileKept ? 1 : 2); ++i)
         QVERIFY(!old[i]);
     for (size_t i = 0; i < 3; ++i) {
-        QLineEdit* edit = scene.feature.edit(i);
+        QLineEdit* edit = scene.edit(i);
         QTest::keyClicks(edit, typed);
         QCOMPARE(edit->text(), shown);
         QCOMPARE(edit->maxLength(), lengthMax);
@@ -162,28 +137,21 @@ void TestStringFeature::valueTakenWhenEditingFinishes_data()
     QTest::addColumn<int>("finish");
     QTest::addColumn<QString>("value");
     QTest::addColumn<QString>("shown");
-    const QString none;
+    const auto row = [](const char* a_name, const char* a_fixed, const char* a_pattern, int a_lengthMax,
+                        const char* a_loaded, const char* a_typed, int a_finish, const char* a_value,
+                        const char* a_shown) {
+        QTest::newRow(a_name) << a_fixed << a_pattern << a_lengthMax << a_loaded << a_typed << a_finish
+                              << a_value << a_shown;
+    };
     const int noLimit = StringFeature::DefaultLengthMax;
-    QTest::newRow("Return") << none << none << noLimit << none << "ab" << int(Qt::Key_Return) << "ab"
-                            << "ab";
-    QTest::newRow("Enter") << none << none << noLimit << none << "ab" << int(Qt::Key_Enter) << "ab"
-                           << "ab";
-    QTest::newRow("focus leaves") << none << none << noLimit << none << "ab" << int(Qt::Key_Tab) << "ab"
-                                  << "ab";
-    QTest::newRow("unfinished match not taken")
-        << none << "[a-z]{3}" << noLimit << none << "ab" << int(Qt::Key_Return) << ""
-        << "ab";
-    QTest::newRow("fixed value") << "F" << none << noLimit << none << "ab" << int(Qt::Key_Return) << "F"
-                                 << "F";
+    row("Return", "", "", noLimit, "", "ab", Qt::Key_Return, "ab", "ab");
+    row("focus leaves", "", "", noLimit, "", "ab", Qt::Key_Tab, "ab", "ab");
+    row("unfinished match not taken", "", "[a-z]{3}", noLimit, "", "ab", Qt::Key_Return, "", "ab");
+    row("fixed value", "F", "", noLimit, "", "ab", Qt::Key_Return, "F", "F");
     // A file's value stays as it is, even where the user could not have typed it.
-    QTest::newRow("loaded, breaks the pattern")
-        << none << "[0-9]+" << noLimit << "abcdef" << none << int(Qt::Key_Tab) << "abcdef"
-        << "abcdef";
-    QTest::newRow("loaded, too long") << none << none << 3 << "abcdef" << none << int(Qt::Key_Tab) << "abcdef"
-                                      << "abcdef";
-    QTest::newRow("loaded, too long, extended") << none << none << 3 << "abcdef"
-                                                << "gh" << int(Qt::Key_Return) << "abcdef"
-                                                << "abcdef";
+    row("loaded, breaks the pattern", "", "[0-9]+", noLimit, "abcdef", "", Qt::Key_Tab, "abcdef", "abcdef");
+    row("loaded, too long", "", "", 3, "abcdef", "", Qt::Key_Tab, "abcdef", "abcdef");
+    row("loaded, too long, extended", "", "", 3, "abcdef", "gh", Qt::Key_Return, "abcdef", "abcdef");
 }
 
 void TestStringFeature::valueTakenWhenEditingFinishes()
@@ -202,19 +170,17 @@ void TestStringFeature::valueTakenWhenEditingFinishes()
     scene.feature.setStringLengthMax(lengthMax);
     if (!fixed.isEmpty())
         scene.feature.setFixedValue(fixed);
-    scene.show();
+    QVERIFY(scene.holder.show(scene.feature, true));
     scene.feature.setCompleterModel(&model);
     QVERIFY(scene.feature.insertInstance(FeatureElementBase::NoIndex));
     scene.feature.setValue(2, loaded);
     const QString start = scene.feature.value(2).toString();
-    QLineEdit* edit = scene.feature.edit(2);
+    QLineEdit* edit = scene.edit(2);
     QCOMPARE(edit->isReadOnly(), !fixed.isEmpty());
-    QVERIFY(scene.feature.edit(0)->completer());
+    QVERIFY(scene.edit(0)->completer());
     const QPointer<QCompleter> completer = edit->completer();
     QVERIFY(completer);
     QCOMPARE(completer->parent(), edit);
-    QCOMPARE(completer->completionMode(), QCompleter::UnfilteredPopupCompletion);
-    QCOMPARE(completer->caseSensitivity(), Qt::CaseInsensitive);
     QCOMPARE(completer->completionColumn(), 1);
     edit->setFocus();
     QTRY_VERIFY(edit->hasFocus());
