@@ -1,3 +1,4 @@
+#include "ElementFixtures.h"
 #include "elements/ValueFeatureElementBase.h"
 #include "elements/ValueFeatureObserverBase.h"
 
@@ -8,27 +9,17 @@
 #include <QTest>
 
 using namespace Orvex;
+using OrvexTest::HolderElement;
 
 namespace {
 
-class HolderElement : public WidgetElementBase
-{
-public:
-    using WidgetElementBase::WidgetElementBase;
-    void highlight(size_t) override {}
-};
-
 // Text values in line edits; records each change handed over for undo as "index: old -> new".
-class TestValueFeature : public ValueFeatureElementBase
+class TestValueFeature : public OrvexTest::Recording<ValueFeatureElementBase>
 {
 public:
-    explicit TestValueFeature(ElementBase* a_parent) : ValueFeatureElementBase(a_parent)
-    {
-        setValueProperty("text");
-    }
-    QStringList pushes;
+    explicit TestValueFeature(ElementBase* a_parent) : Recording(a_parent) { setValueProperty("text"); }
 
-    QLineEdit* edit(size_t a_index) const { return qobject_cast<QLineEdit*>(valueWidget(a_index)); }
+    QLineEdit* edit(size_t a_index) const { return valueWidgetAs<QLineEdit>(a_index); }
     QString displayText(size_t a_index) const override { return value(a_index).toString(); }
     QSize maxSize() const override { return QSize(); }
     ValueFeatureElementBase* cloneFeature(ElementBase*) const override { return nullptr; }
@@ -41,10 +32,6 @@ protected:
         return edit;
     }
     QVariant newInstanceValue() const override { return QStringLiteral("new"); }
-    void pushValueChange(size_t a_index, const QVariant& a_old, const QVariant& a_new) override
-    {
-        pushes << QStringLiteral("%1: %2 -> %3").arg(a_index).arg(a_old.toString(), a_new.toString());
-    }
 };
 
 // "upper" asks for upper case, "X" always for X, "more" for one more "+" each time, "pass" for nothing.
@@ -121,7 +108,7 @@ void TestValueFeatureElement::userEdits()
     QFETCH(QString, observers);
     QFETCH(QString, edit);
     QFETCH(QStringList, pushes);
-    HolderElement holder(nullptr, nullptr);
+    HolderElement holder;
     TestValueFeature feature(&holder);
     feature.setMaxOccurs(2);
     feature.setDataSet(values("a,a"));
@@ -195,7 +182,7 @@ void TestValueFeatureElement::directChanges()
     QFETCH(QString, operations);
     QFETCH(QString, result);
     QFETCH(QString, changed);
-    HolderElement holder(nullptr, nullptr);
+    HolderElement holder;
     TestValueFeature feature(&holder);
     feature.setMaxOccurs(5);
     if (widget == "before")
