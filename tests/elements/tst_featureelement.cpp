@@ -1,3 +1,4 @@
+#include "ElementFixtures.h"
 #include "elements/FeatureElementBase.h"
 
 #include <QCoreApplication>
@@ -6,15 +7,9 @@
 #include <QTest>
 
 using namespace Orvex;
+using OrvexTest::HolderElement;
 
 namespace {
-
-class HolderElement : public WidgetElementBase
-{
-public:
-    using WidgetElementBase::WidgetElementBase;
-    void highlight(size_t) override {}
-};
 
 // Values are named after their creation order, so where each one ends up shows which instance moved.
 class TestFeature : public FeatureElementBase
@@ -182,7 +177,7 @@ private slots:
         QFETCH(QString, after);
         QFETCH(QString, values);
         QFETCH(QString, signalLog);
-        HolderElement holder(nullptr, nullptr);
+        HolderElement holder;
         auto feature = makeFeature(&holder, before, count, widget);
         QStringList log;
         connect(feature.get(), &FeatureElementBase::instanceInserted, this,
@@ -250,7 +245,7 @@ private slots:
         QFETCH(size_t, count);
         QFETCH(QString, action);
         QFETCH(QStringList, requested);
-        HolderElement holder(nullptr, nullptr);
+        HolderElement holder;
         auto feature = makeFeature(&holder, occurs, count, "after");
 
         const QStringList words = action.split(' ');
@@ -292,7 +287,7 @@ private slots:
         QFETCH(bool, parentHasWidget);
         QFETCH(bool, toggle);
         QFETCH(bool, buttons);
-        HolderElement holder(nullptr, nullptr);
+        HolderElement holder;
         if (parentHasWidget)
             holder.setWidget(new QWidget);
         auto feature = makeFeature(&holder, occurs, std::max<size_t>(bounds(occurs).first, 1));
@@ -326,7 +321,7 @@ private slots:
     void widgetOwnership()
     {
         QFETCH(bool, parentWidgetFirst);
-        HolderElement holder(nullptr, nullptr);
+        HolderElement holder;
         holder.setWidget(new QWidget);
         auto feature = makeFeature(&holder, "0..5", 3, "after");
         QPointer<QWidget> widget = feature->widget();
