@@ -12,11 +12,19 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryDir>
 #include <QTreeView>
 
 using namespace Orvex;
 
 namespace OrvexTest {
+
+std::unique_ptr<QTemporaryDir> startWindowTest()
+{
+    DialogSeam::reset();
+    DialogSeam::setTestMode(true);
+    return std::make_unique<QTemporaryDir>();
+}
 
 std::unique_ptr<Window> makeWindow(const QString& a_configPath)
 {
@@ -36,22 +44,14 @@ QAction* windowAction(const QWidget& a_window, const QString& a_text)
     return nullptr;
 }
 
-QStringList messages()
+QStringList messages(bool a_titlesOnly)
 {
     QStringList result;
     for (const DialogSeam::Record& record : DialogSeam::log()) {
         if (record.m_kind != DialogSeam::Kind::OpenFileName &&
             record.m_kind != DialogSeam::Kind::SaveFileName)
-            result << record.m_title + QStringLiteral(": ") + record.m_text;
+            result << (a_titlesOnly ? record.m_title : record.m_title + QStringLiteral(": ") + record.m_text);
     }
-    return result;
-}
-
-QStringList messageTitles()
-{
-    QStringList result;
-    for (const QString& message : messages())
-        result << message.section(QStringLiteral(": "), 0, 0);
     return result;
 }
 
