@@ -60,151 +60,144 @@ class TestCameraTree : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void moveWrapsAround_data();
-    void moveWrapsAround();
-    void rename_data();
-    void rename();
-    void cloneAndDelete();
-    void dragsModeName();
-};
-
-void TestCameraTree::init()
-{
-    DialogSeam::reset();
-    DialogSeam::setTestMode(true);
-}
-
-void TestCameraTree::moveWrapsAround_data()
-{
-    QTest::addColumn<int>("selected");
-    QTest::addColumn<bool>("up");
-    QTest::addColumn<QStringList>("order");
-
-    QTest::newRow("middle up") << 1 << true << QStringList{"B", "A", "C"};
-    QTest::newRow("middle down") << 1 << false << QStringList{"A", "C", "B"};
-    QTest::newRow("first up swaps with last") << 0 << true << QStringList{"C", "B", "A"};
-    QTest::newRow("last down swaps with first") << 2 << false << QStringList{"C", "B", "A"};
-}
-
-void TestCameraTree::moveWrapsAround()
-{
-    QFETCH(int, selected);
-    QFETCH(bool, up);
-    QFETCH(QStringList, order);
-
-    Document document({"A", "B", "C"});
-    const QString moved = document.rows().at(selected);
-    document.model.selectPosition(selected);
-    QSignalSpy treeChanged(&document.model, &CameraTreeModel::treeChanged);
-    if (up)
-        document.model.moveModeUp();
-    else
-        document.model.moveModeDown();
-
-    QCOMPARE(document.rows(), order);
-    QCOMPARE(document.cameraOrder(), order);
-    QCOMPARE(document.model.selectedMode()->name(), moved);
-    QVERIFY(!treeChanged.isEmpty());
-    document.stack()->unapply();
-    QCOMPARE(document.rows(), (QStringList{"A", "B", "C"}));
-    document.stack()->reapply();
-    QCOMPARE(document.rows(), order);
-}
-
-void TestCameraTree::rename_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("expected");
-    QTest::addColumn<QString>("refusal");
-
-    const QString characters = "Modes names may not contain the following characters: <b>@</b> <b>&lt;</b> "
-                               "<b>&gt;</b> <b>&amp;</b> <b>'</b> <b>&quot;</b>";
-    QTest::newRow("plain") << "Slow"
-                           << "Slow" << QString();
-    QTest::newRow("white space dropped") << " Quick Scan "
-                                         << "QuickScan" << QString();
-    QTest::newRow("angle brackets") << "Fast<1>"
-                                    << "B" << characters;
-    QTest::newRow("quote") << "say\"hi"
-                           << "B" << characters;
-    QTest::newRow("taken")
-        << "A"
-        << "B"
-        << "<html>A different mode already has the name \"A\". Duplicate mode names are not "
-           "allowed.";
-    QTest::newRow("taken after white space")
-        << "A "
-        << "B"
-        << "<html>A different mode already has the name \"A\". Duplicate "
-           "mode names are not allowed.";
-}
-
-void TestCameraTree::rename()
-{
-    QFETCH(QString, name);
-    QFETCH(QString, expected);
-    QFETCH(QString, refusal);
-
-    Document document({"A", "B"});
-    QSignalSpy labelsChanged(&document.model, &CameraTreeModel::labelsChanged);
-    const bool accepted = document.model.setData(document.model.modeIndex(1), name);
-
-    QCOMPARE(accepted, refusal.isEmpty());
-    QCOMPARE(document.rows(), (QStringList{"A", expected}));
-    const QList<DialogSeam::Record> log = DialogSeam::log();
-    if (refusal.isEmpty()) {
-        QVERIFY(log.isEmpty());
-        QCOMPARE(labelsChanged.count(), 1);
-        document.stack()->unapply();
-        QCOMPARE(document.rows(), (QStringList{"A", "B"}));
-        QCOMPARE(labelsChanged.count(), 2);
-    } else {
-        QCOMPARE(log.size(), 1);
-        QCOMPARE(log.first().m_title, QStringLiteral("Mode Name Error"));
-        QCOMPARE(log.first().m_text, refusal);
-        QCOMPARE(document.stack()->count(), 0);
+    void init()
+    {
+        DialogSeam::reset();
+        DialogSeam::setTestMode(true);
     }
-}
 
-void TestCameraTree::cloneAndDelete()
-{
-    Document document({"Default", "Fast"});
-    QVERIFY(!document.model.canCloneMode());
-    document.model.selectPosition(0);
-    QVERIFY(document.model.canDeleteMode());
+    void moveWrapsAround_data()
+    {
+        QTest::addColumn<int>("selected");
+        QTest::addColumn<bool>("up");
+        QTest::addColumn<QStringList>("order");
 
-    document.model.cloneMode();
-    QCOMPARE(document.rows(), (QStringList{"Default", "Default_1", "Fast"}));
-    QCOMPARE(document.model.selectedPosition(), 1);
+        QTest::newRow("middle up") << 1 << true << QStringList{"B", "A", "C"};
+        QTest::newRow("middle down") << 1 << false << QStringList{"A", "C", "B"};
+        QTest::newRow("first up swaps with last") << 0 << true << QStringList{"C", "B", "A"};
+        QTest::newRow("last down swaps with first") << 2 << false << QStringList{"C", "B", "A"};
+    }
 
-    document.model.deleteMode();
-    document.model.selectPosition(0);
-    document.model.deleteMode();
-    QCOMPARE(document.rows(), QStringList{"Fast"});
-    QVERIFY(!document.model.canDeleteMode());
+    void moveWrapsAround()
+    {
+        QFETCH(int, selected);
+        QFETCH(bool, up);
+        QFETCH(QStringList, order);
 
-    document.stack()->unapply();
-    QCOMPARE(document.rows(), (QStringList{"Default", "Fast"}));
-    document.stack()->unapply();
-    QCOMPARE(document.rows(), (QStringList{"Default", "Default_1", "Fast"}));
-    document.stack()->unapply();
-    QCOMPARE(document.rows(), (QStringList{"Default", "Fast"}));
-    document.stack()->reapply();
-    QCOMPARE(document.rows(), (QStringList{"Default", "Default_1", "Fast"}));
-}
+        Document document({"A", "B", "C"});
+        const QString moved = document.rows().at(selected);
+        document.model.selectPosition(selected);
+        QSignalSpy treeChanged(&document.model, &CameraTreeModel::treeChanged);
+        if (up)
+            document.model.moveModeUp();
+        else
+            document.model.moveModeDown();
 
-void TestCameraTree::dragsModeName()
-{
-    Document document({"Default", "Fast"});
-    QVERIFY(document.model.flags(document.model.modeIndex(1)).testFlag(Qt::ItemIsDragEnabled));
-    QVERIFY(!document.model.flags(document.model.cameraIndex()).testFlag(Qt::ItemIsDragEnabled));
+        QCOMPARE(document.rows(), order);
+        QCOMPARE(document.cameraOrder(), order);
+        QCOMPARE(document.model.selectedMode()->name(), moved);
+        QVERIFY(!treeChanged.isEmpty());
+        document.stack()->unapply();
+        QCOMPARE(document.rows(), (QStringList{"A", "B", "C"}));
+        document.stack()->reapply();
+        QCOMPARE(document.rows(), order);
+    }
 
-    std::unique_ptr<QMimeData> mime(document.model.mimeData({document.model.modeIndex(1)}));
-    QVERIFY(mime);
-    QCOMPARE(mime->data("QuarnelOrvex/ModeNameString"), QByteArray("Fast"));
-    QVERIFY(!document.model.mimeData({document.model.cameraIndex()}));
-}
+    void rename_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("expected");
+        QTest::addColumn<QString>("refusal");
+
+        const QString characters =
+            "Modes names may not contain the following characters: <b>@</b> <b>&lt;</b> "
+            "<b>&gt;</b> <b>&amp;</b> <b>'</b> <b>&quot;</b>";
+        QTest::newRow("plain") << "Slow"
+                               << "Slow" << QString();
+        QTest::newRow("white space dropped") << " Quick Scan "
+                                             << "QuickScan" << QString();
+        QTest::newRow("angle brackets") << "Fast<1>"
+                                        << "B" << characters;
+        QTest::newRow("quote") << "say\"hi"
+                               << "B" << characters;
+        QTest::newRow("taken")
+            << "A"
+            << "B"
+            << "<html>A different mode already has the name \"A\". Duplicate mode names are not "
+               "allowed.";
+        QTest::newRow("taken after white space")
+            << "A "
+            << "B"
+            << "<html>A different mode already has the name \"A\". Duplicate "
+               "mode names are not allowed.";
+    }
+
+    void rename()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, expected);
+        QFETCH(QString, refusal);
+
+        Document document({"A", "B"});
+        QSignalSpy labelsChanged(&document.model, &CameraTreeModel::labelsChanged);
+        const bool accepted = document.model.setData(document.model.modeIndex(1), name);
+
+        QCOMPARE(accepted, refusal.isEmpty());
+        QCOMPARE(document.rows(), (QStringList{"A", expected}));
+        const QList<DialogSeam::Record> log = DialogSeam::log();
+        if (refusal.isEmpty()) {
+            QVERIFY(log.isEmpty());
+            QCOMPARE(labelsChanged.count(), 1);
+            document.stack()->unapply();
+            QCOMPARE(document.rows(), (QStringList{"A", "B"}));
+            QCOMPARE(labelsChanged.count(), 2);
+        } else {
+            QCOMPARE(log.size(), 1);
+            QCOMPARE(log.first().m_title, QStringLiteral("Mode Name Error"));
+            QCOMPARE(log.first().m_text, refusal);
+            QCOMPARE(document.stack()->count(), 0);
+        }
+    }
+
+    void cloneAndDelete()
+    {
+        Document document({"Default", "Fast"});
+        QVERIFY(!document.model.canCloneMode());
+        document.model.selectPosition(0);
+        QVERIFY(document.model.canDeleteMode());
+
+        document.model.cloneMode();
+        QCOMPARE(document.rows(), (QStringList{"Default", "Default_1", "Fast"}));
+        QCOMPARE(document.model.selectedPosition(), 1);
+
+        document.model.deleteMode();
+        document.model.selectPosition(0);
+        document.model.deleteMode();
+        QCOMPARE(document.rows(), QStringList{"Fast"});
+        QVERIFY(!document.model.canDeleteMode());
+
+        document.stack()->unapply();
+        QCOMPARE(document.rows(), (QStringList{"Default", "Fast"}));
+        document.stack()->unapply();
+        QCOMPARE(document.rows(), (QStringList{"Default", "Default_1", "Fast"}));
+        document.stack()->unapply();
+        QCOMPARE(document.rows(), (QStringList{"Default", "Fast"}));
+        document.stack()->reapply();
+        QCOMPARE(document.rows(), (QStringList{"Default", "Default_1", "Fast"}));
+    }
+
+    void dragsModeName()
+    {
+        Document document({"Default", "Fast"});
+        QVERIFY(document.model.flags(document.model.modeIndex(1)).testFlag(Qt::ItemIsDragEnabled));
+        QVERIFY(!document.model.flags(document.model.cameraIndex()).testFlag(Qt::ItemIsDragEnabled));
+
+        std::unique_ptr<QMimeData> mime(document.model.mimeData({document.model.modeIndex(1)}));
+        QVERIFY(mime);
+        QCOMPARE(mime->data("QuarnelOrvex/ModeNameString"), QByteArray("Fast"));
+        QVERIFY(!document.model.mimeData({document.model.cameraIndex()}));
+    }
+};
 
 QTEST_MAIN(TestCameraTree)
 #include "tst_cameratree.moc"

@@ -89,155 +89,150 @@ class TestDialogs : public QObject
     Q_OBJECT
 
 private slots:
-    void seamFallbacks_data();
-    void seamFallbacks();
-    void aboutDialog();
-    void licensingDialog();
-    void extraDataTree_data();
-    void extraDataTree();
-    void extraDataDialog();
-};
+    void seamFallbacks_data()
+    {
+        QTest::addColumn<int>("buttons");
+        QTest::addColumn<int>("defaultButton");
+        QTest::addColumn<int>("queued");
+        QTest::addColumn<int>("answer");
+        QTest::addColumn<bool>("fromQueue");
 
-void TestDialogs::seamFallbacks_data()
-{
-    QTest::addColumn<int>("buttons");
-    QTest::addColumn<int>("defaultButton");
-    QTest::addColumn<int>("queued");
-    QTest::addColumn<int>("answer");
-    QTest::addColumn<bool>("fromQueue");
-
-    using Box = QMessageBox;
-    QTest::newRow("default") << int(Box::Save | Box::Discard | Box::Cancel) << int(Box::Cancel) << -1
-                             << int(Box::Cancel) << false;
-    QTest::newRow("no default: cancelling button")
-        << int(Box::Yes | Box::No) << int(Box::NoButton) << -1 << int(Box::No) << false;
-    QTest::newRow("no default: only button")
-        << int(Box::Ok) << int(Box::NoButton) << -1 << int(Box::Ok) << false;
-    QTest::newRow("queued") << int(Box::Open | Box::Close) << int(Box::Close) << int(Box::Open)
-                            << int(Box::Open) << true;
-    QTest::newRow("queued answer not offered")
-        << int(Box::Yes | Box::No) << int(Box::No) << int(Box::Save) << int(Box::No) << false;
-}
-
-void TestDialogs::seamFallbacks()
-{
-    QFETCH(int, buttons);
-    QFETCH(int, defaultButton);
-    QFETCH(int, queued);
-    QFETCH(int, answer);
-    QFETCH(bool, fromQueue);
-
-    DialogSeam::reset();
-    DialogSeam::setTestMode(true);
-    if (queued >= 0)
-        DialogSeam::queueAnswer(QMessageBox::StandardButton(queued));
-    if (queued >= 0 && !fromQueue)
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("not a button of Title"));
-    const QMessageBox::StandardButton given =
-        DialogSeam::warning(nullptr, "Title", "<p>Text</p>", QMessageBox::StandardButtons(buttons),
-                            QMessageBox::StandardButton(defaultButton));
-    QCOMPARE(int(given), answer);
-    QCOMPARE(DialogSeam::pendingAnswers(), 0);
-    const QList<DialogSeam::Record> log = DialogSeam::log();
-    QCOMPARE(log.size(), 1);
-    QCOMPARE(log[0].m_kind, DialogSeam::Kind::Warning);
-    QCOMPARE(log[0].m_text, QStringLiteral("<p>Text</p>"));
-    QCOMPARE(int(log[0].m_answer), answer);
-    QCOMPARE(log[0].m_fromQueue, fromQueue);
-
-    // Choosers answer from their own queue, not from the message boxes' one.
-    DialogSeam::queueAnswer(QMessageBox::Ok);
-    QCOMPARE(DialogSeam::openFileName(nullptr, "Open", "/tmp", "Any (*)"), QString());
-    DialogSeam::queueFileName("/tmp/a.lumex");
-    QCOMPARE(DialogSeam::saveFileName(nullptr, "Save", "/tmp", "Any (*)"), QStringLiteral("/tmp/a.lumex"));
-    QCOMPARE(DialogSeam::pendingAnswers(), 1);
-    DialogSeam::reset();
-    QVERIFY(!DialogSeam::testMode());
-    QVERIFY(DialogSeam::log().isEmpty());
-}
-
-void TestDialogs::aboutDialog()
-{
-    AboutOrvexDialog dialog;
-    const QString text = dialog.text();
-    for (const char* row : {"Orvex Version", "SDK Version", "Driver Version"})
-        QCOMPARE(text.count(QLatin1String(row)), 2);
-    QVERIFY(text.contains(QString::fromUtf8(QNDriverVersion()).toHtmlEscaped()));
-    QVERIFY(text.contains(AboutOrvexDialog::orvexVersion().toHtmlEscaped()));
-    QVERIFY(AboutOrvexDialog::orvexVersion().contains(QRegularExpression(", Build \\d+$")));
-}
-
-// Each licence tab shows its own text, read-only.
-void TestDialogs::licensingDialog()
-{
-    QNQtLgplDialog dialog;
-    QTabWidget* tabs = dialog.tabs();
-    const QStringList openings{"GNU LESSER GENERAL PUBLIC LICENSE\n                       Version 2.1",
-                               "GNU LESSER GENERAL PUBLIC LICENSE\n                       Version 3",
-                               "Qt LGPL Exception version 1.1"};
-    QCOMPARE(tabs->count(), openings.size());
-    for (int index = 0; index < tabs->count(); ++index) {
-        auto* view = qobject_cast<QPlainTextEdit*>(tabs->widget(index));
-        QVERIFY(view && view->isReadOnly());
-        QVERIFY2(view->toPlainText().left(200).contains(openings[index]), qPrintable(tabs->tabText(index)));
+        using Box = QMessageBox;
+        QTest::newRow("default") << int(Box::Save | Box::Discard | Box::Cancel) << int(Box::Cancel) << -1
+                                 << int(Box::Cancel) << false;
+        QTest::newRow("no default: cancelling button")
+            << int(Box::Yes | Box::No) << int(Box::NoButton) << -1 << int(Box::No) << false;
+        QTest::newRow("no default: only button")
+            << int(Box::Ok) << int(Box::NoButton) << -1 << int(Box::Ok) << false;
+        QTest::newRow("queued") << int(Box::Open | Box::Close) << int(Box::Close) << int(Box::Open)
+                                << int(Box::Open) << true;
+        QTest::newRow("queued answer not offered")
+            << int(Box::Yes | Box::No) << int(Box::No) << int(Box::Save) << int(Box::No) << false;
     }
-}
 
-void TestDialogs::extraDataTree_data()
-{
-    QTest::addColumn<QStringList>("extras");
-    QTest::addColumn<QStringList>("lines");
+    void seamFallbacks()
+    {
+        QFETCH(int, buttons);
+        QFETCH(int, defaultButton);
+        QFETCH(int, queued);
+        QFETCH(int, answer);
+        QFETCH(bool, fromQueue);
 
-    QTest::newRow("all compliant") << QStringList{} << QStringList{};
-    QTest::newRow("comment") << QStringList{"comment"}
-                             << QStringList{"quarnel_config = ", "  #comment = Quarnel Imaging QC-4M180 *"};
-    QTest::newRow("attribute of a feature")
-        << QStringList{"attribute"}
-        << QStringList{"quarnel_config = ", "  camera = ", "    features = ", "      Model = QC-4M180",
-                       "        @revision = B *"};
-    QTest::newRow("unknown element shown whole")
-        << QStringList{"element"}
-        << QStringList{"quarnel_config = ", "  camera = ",       "    features = ",
-                       "      Vendor =  *", "        @id = 7 *", "        #text = Quarnel Imaging *"};
-    QTest::newRow("inside a mode") << QStringList{"in mode"}
-                                   << QStringList{"quarnel_config = ", "  camera = ",
-                                                  "    modes = ",      "      mode = Fast",
-                                                  "        Sensor = ", "          Binning = 2 *"};
-}
+        DialogSeam::reset();
+        DialogSeam::setTestMode(true);
+        if (queued >= 0)
+            DialogSeam::queueAnswer(QMessageBox::StandardButton(queued));
+        if (queued >= 0 && !fromQueue)
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("not a button of Title"));
+        const QMessageBox::StandardButton given =
+            DialogSeam::warning(nullptr, "Title", "<p>Text</p>", QMessageBox::StandardButtons(buttons),
+                                QMessageBox::StandardButton(defaultButton));
+        QCOMPARE(int(given), answer);
+        QCOMPARE(DialogSeam::pendingAnswers(), 0);
+        const QList<DialogSeam::Record> log = DialogSeam::log();
+        QCOMPARE(log.size(), 1);
+        QCOMPARE(log[0].m_kind, DialogSeam::Kind::Warning);
+        QCOMPARE(log[0].m_text, QStringLiteral("<p>Text</p>"));
+        QCOMPARE(int(log[0].m_answer), answer);
+        QCOMPARE(log[0].m_fromQueue, fromQueue);
 
-void TestDialogs::extraDataTree()
-{
-    QFETCH(QStringList, extras);
-    QFETCH(QStringList, lines);
+        // Choosers answer from their own queue, not from the message boxes' one.
+        DialogSeam::queueAnswer(QMessageBox::Ok);
+        QCOMPARE(DialogSeam::openFileName(nullptr, "Open", "/tmp", "Any (*)"), QString());
+        DialogSeam::queueFileName("/tmp/a.lumex");
+        QCOMPARE(DialogSeam::saveFileName(nullptr, "Save", "/tmp", "Any (*)"),
+                 QStringLiteral("/tmp/a.lumex"));
+        QCOMPARE(DialogSeam::pendingAnswers(), 1);
+        DialogSeam::reset();
+        QVERIFY(!DialogSeam::testMode());
+        QVERIFY(DialogSeam::log().isEmpty());
+    }
 
-    LumexTree tree("camera.lumex");
-    FakeMode mode;
-    buildTree(tree, mode, extras);
-    LumexExtraDataDialog dialog;
-    dialog.fill(&tree);
-    QCOMPARE(describe(dialog.tree()), lines);
-    QCOMPARE(dialog.hasExtraData(), !lines.isEmpty());
+    void aboutDialog()
+    {
+        AboutOrvexDialog dialog;
+        const QString text = dialog.text();
+        for (const char* row : {"Orvex Version", "SDK Version", "Driver Version"})
+            QCOMPARE(text.count(QLatin1String(row)), 2);
+        QVERIFY(text.contains(QString::fromUtf8(QNDriverVersion()).toHtmlEscaped()));
+        QVERIFY(text.contains(AboutOrvexDialog::orvexVersion().toHtmlEscaped()));
+        QVERIFY(AboutOrvexDialog::orvexVersion().contains(QRegularExpression(", Build \\d+$")));
+    }
 
-    // A refill replaces the contents; no document empties the tree.
-    dialog.fill(&tree);
-    QCOMPARE(describe(dialog.tree()), lines);
-    dialog.fill(nullptr);
-    QCOMPARE(dialog.tree()->topLevelItemCount(), 0);
-    QVERIFY(!dialog.hasExtraData());
-}
+    // Each licence tab shows its own text, read-only.
+    void licensingDialog()
+    {
+        QNQtLgplDialog dialog;
+        QTabWidget* tabs = dialog.tabs();
+        const QStringList openings{"GNU LESSER GENERAL PUBLIC LICENSE\n                       Version 2.1",
+                                   "GNU LESSER GENERAL PUBLIC LICENSE\n                       Version 3",
+                                   "Qt LGPL Exception version 1.1"};
+        QCOMPARE(tabs->count(), openings.size());
+        for (int index = 0; index < tabs->count(); ++index) {
+            auto* view = qobject_cast<QPlainTextEdit*>(tabs->widget(index));
+            QVERIFY(view && view->isReadOnly());
+            QVERIFY2(view->toPlainText().left(200).contains(openings[index]),
+                     qPrintable(tabs->tabText(index)));
+        }
+    }
 
-void TestDialogs::extraDataDialog()
-{
-    LumexExtraDataDialog dialog;
-    auto* preserve = dialog.findChild<QCheckBox*>();
-    QVERIFY(preserve && dialog.preserveExtraData());
-    preserve->click();
-    QVERIFY(!dialog.preserveExtraData());
-    // Each document starts by keeping its extra data, whatever the previous one chose.
-    dialog.reset();
-    QVERIFY(dialog.preserveExtraData());
-    QVERIFY(preserve->isChecked());
-}
+    void extraDataTree_data()
+    {
+        QTest::addColumn<QStringList>("extras");
+        QTest::addColumn<QStringList>("lines");
+
+        QTest::newRow("all compliant") << QStringList{} << QStringList{};
+        QTest::newRow("comment") << QStringList{"comment"}
+                                 << QStringList{"quarnel_config = ",
+                                                "  #comment = Quarnel Imaging QC-4M180 *"};
+        QTest::newRow("attribute of a feature")
+            << QStringList{"attribute"}
+            << QStringList{"quarnel_config = ", "  camera = ", "    features = ", "      Model = QC-4M180",
+                           "        @revision = B *"};
+        QTest::newRow("unknown element shown whole")
+            << QStringList{"element"}
+            << QStringList{"quarnel_config = ", "  camera = ",       "    features = ",
+                           "      Vendor =  *", "        @id = 7 *", "        #text = Quarnel Imaging *"};
+        QTest::newRow("inside a mode")
+            << QStringList{"in mode"}
+            << QStringList{"quarnel_config = ", "  camera = ",       "    modes = ",
+                           "      mode = Fast", "        Sensor = ", "          Binning = 2 *"};
+    }
+
+    void extraDataTree()
+    {
+        QFETCH(QStringList, extras);
+        QFETCH(QStringList, lines);
+
+        LumexTree tree("camera.lumex");
+        FakeMode mode;
+        buildTree(tree, mode, extras);
+        LumexExtraDataDialog dialog;
+        dialog.fill(&tree);
+        QCOMPARE(describe(dialog.tree()), lines);
+        QCOMPARE(dialog.hasExtraData(), !lines.isEmpty());
+
+        // A refill replaces the contents; no document empties the tree.
+        dialog.fill(&tree);
+        QCOMPARE(describe(dialog.tree()), lines);
+        dialog.fill(nullptr);
+        QCOMPARE(dialog.tree()->topLevelItemCount(), 0);
+        QVERIFY(!dialog.hasExtraData());
+    }
+
+    void extraDataDialog()
+    {
+        LumexExtraDataDialog dialog;
+        auto* preserve = dialog.findChild<QCheckBox*>();
+        QVERIFY(preserve && dialog.preserveExtraData());
+        preserve->click();
+        QVERIFY(!dialog.preserveExtraData());
+        // Each document starts by keeping its extra data, whatever the previous one chose.
+        dialog.reset();
+        QVERIFY(dialog.preserveExtraData());
+        QVERIFY(preserve->isChecked());
+    }
+};
 
 QTEST_MAIN(TestDialogs)
 #include "tst_dialogs.moc"

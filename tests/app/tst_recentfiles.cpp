@@ -39,221 +39,213 @@ class TestRecentFiles : public QObject
 {
     Q_OBJECT
 
-private slots:
-    void initTestCase();
-    void init();
-    void listUpdates_data();
-    void listUpdates();
-    void menuAndPage_data();
-    void menuAndPage();
-    void autoUpdateOncePerShowing();
-    void dragMenu_data();
-    void dragMenu();
-
-private:
     std::unique_ptr<QTemporaryDir> m_dir;
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QCoreApplication::setOrganizationName(QStringLiteral("Quarnel"));
+        QCoreApplication::setApplicationName(QStringLiteral("OrvexRecentFilesTest"));
+    }
+
+    void init()
+    {
+        QSettings().clear();
+        m_dir = std::make_unique<QTemporaryDir>();
+        QVERIFY(QDir::setCurrent(m_dir->path()));
+        QStringList names{"a.lumex", "b.lumex", "c.lumex", "R&D.lumex"};
+        for (int index = 1; index <= 26; ++index)
+            names << QStringLiteral("f%1.lumex").arg(index);
+        for (const QString& name : names)
+            QVERIFY(QFile(name).open(QIODevice::WriteOnly));
+        QVERIFY(QFile::link(m_dir->filePath("c.lumex"), "l.lumex"));
+    }
+
+    void listUpdates_data()
+    {
+        QTest::addColumn<QStringList>("initial");
+        QTest::addColumn<QString>("removed");
+        QTest::addColumn<QString>("added");
+        QTest::addColumn<QStringList>("expected");
+        QTest::addColumn<bool>("changed");
+
+        const QStringList abc{"a.lumex", "b.lumex", "c.lumex"};
+        QStringList many;
+        for (int index = 26; index >= 1; --index)
+            many << QStringLiteral("f%1.lumex").arg(index);
+        const QString none;
+        QTest::newRow("26th file drops the oldest")
+            << QStringList(many.mid(1)) << none << many[0] << QStringList(many.mid(0, 25)) << true;
+        QTest::newRow("reopened file moves to the front")
+            << abc << none << QStringLiteral("c.lumex") << QStringList{"c.lumex", "a.lumex", "b.lumex"}
+            << true;
+        QTest::newRow("reopening the newest") << abc << none << QStringLiteral("a.lumex") << abc << false;
+        QTest::newRow("added file missing") << abc << none << QStringLiteral("gone.lumex") << abc << false;
+        QTest::newRow("added through a link") << QStringList{"a.lumex"} << none << QStringLiteral("l.lumex")
+                                              << QStringList{"c.lumex", "a.lumex"} << true;
+        QTest::newRow("file deleted since")
+            << abc << QStringLiteral("b.lumex") << none << QStringList{"a.lumex", "c.lumex"} << true;
+        QTest::newRow("link, dotted path and folder stored")
+            << QStringList{"l.lumex", "./a.lumex", "c.lumex", "."} << none << none
+            << QStringList{"c.lumex", "a.lumex"} << false;
+    }
+
+    void listUpdates()
+    {
+        QFETCH(QStringList, initial);
+        QFETCH(QString, removed);
+        QFETCH(QString, added);
+        QFETCH(QStringList, expected);
+        QFETCH(bool, changed);
+
+        store(initial);
+        RecentlyOpenedFilesSource source;
+        QSignalSpy spy(&source, &RecentlyOpenedFilesSource::recentFilesChanged);
+        if (!removed.isNull())
+            QVERIFY(QFile::remove(removed));
+        if (added.isNull())
+            source.update();
+        else
+            source.addPath(added);
+
+        QCOMPARE(source.recentFiles(), canonical(expected));
+        QCOMPARE(QSettings().value("recent_documents").toStringList(), canonical(expected));
+        QCOMPARE(spy.count(), changed ? 1 : 0);
+    }
+
+    void menuAndPage_data()
+    {
+        QTest::addColumn<QStringList>("files");
+        QTest::addColumn<QStringList>("texts");
+        QTest::newRow("empty") << QStringList() << QStringList();
+        QTest::newRow("two files") << QStringList{"R&D.lumex", "b.lumex"}
+                                   << QStringList{"R&&D.lumex", "b.lumex"};
+    }
+
+    void menuAndPage()
+    {
+        QFETCH(QStringList, files);
+        QFETCH(QStringList, texts);
+
+        const QStringList paths = canonical(files);
+        store(paths);
+        DragMenu menu;
+        RecentlyOpenedFilesSource source(&menu);
+        QWidget window;
+        QWidget* page = source.documentsPageWidget(&window);
+        QSignalSpy selected(&source, &RecentlyOpenedFilesSource::fileSelected);
+        // The window records every file it opens, which rebuilds the list from within the entry's click.
+        connect(&source, &RecentlyOpenedFilesSource::fileSelected, &source,
+                &RecentlyOpenedFilesSource::addPath);
+
+        // After the refresh action: the entries, or one disabled placeholder.
+        const QList<QAction*> actions = menu.actions().mid(1);
+        QList<QToolButton*> buttons = page->findChildren<QToolButton*>();
+        QCOMPARE(buttons.size(), files.size());
+        if (files.isEmpty()) {
+            QCOMPARE(actions.size(), 1);
+            QVERIFY(!actions[0]->isEnabled());
+            return;
+        }
+        QCOMPARE(actions.size(), files.size());
+        for (int index = 0; index < files.size(); ++index) {
+            QCOMPARE(actions[index]->text(), texts[index]);
+            QCOMPARE(actions[index]->toolTip(), QDir::toNativeSeparators(paths[index]));
+            const QUrl url(actions[index]->property(DragMenu::dragUrlProperty).toString());
+            QCOMPARE(url.toLocalFile(), paths[index]);
+            QCOMPARE(buttons[index]->text(), texts[index]);
+        }
+
+        actions.last()->trigger();
+        QCOMPARE(selected.count(), 1);
+        QCOMPARE(selected.first().first().toString(), paths.last());
+        QCOMPARE(menu.actions()[1]->data().toString(), paths.last());
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        buttons = page->findChildren<QToolButton*>();
+        QCOMPARE(buttons.first()->text(), texts.last());
+        QTest::mouseClick(buttons.last(), Qt::LeftButton);
+        QCOMPARE(selected.last().first().toString(), paths.first());
+    }
+
+    void autoUpdateOncePerShowing()
+    {
+        const QStringList abc = canonical({"a.lumex", "b.lumex", "c.lumex"});
+        store(abc.mid(2));
+        RecentlyOpenedFilesSource source;
+        QSignalSpy changed(&source, &RecentlyOpenedFilesSource::recentFilesChanged);
+
+        // Other windows of the editor write the store meanwhile.
+        store(abc.mid(1));
+        source.menu()->popup(QPoint(10, 10));
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(source.menu()->actions().size(), 3);
+        store(abc);
+        source.autoUpdate();
+        QCOMPARE(changed.count(), 1);
+        source.menu()->hide();
+        source.menu()->popup(QPoint(10, 10));
+        QCOMPARE(changed.count(), 2);
+        QCOMPARE(source.recentFiles(), abc);
+
+        store(abc.mid(2));
+        source.refreshAction()->trigger();
+        QCOMPARE(source.recentFiles(), abc.mid(2));
+    }
+
+    void dragMenu_data()
+    {
+        const int distance = QApplication::startDragDistance();
+        QTest::addColumn<bool>("draggable");
+        QTest::addColumn<QPoint>("offset");
+        QTest::addColumn<bool>("drags");
+        QTest::newRow("click") << true << QPoint() << false;
+        QTest::newRow("short move") << true << QPoint(distance - 1, 0) << false;
+        QTest::newRow("drag") << true << QPoint(distance, 0) << true;
+        QTest::newRow("drag diagonally") << true << QPoint(distance / 2, distance - distance / 2) << true;
+        QTest::newRow("entry without URL") << false << QPoint(2 * distance, 0) << false;
+    }
+
+    void dragMenu()
+    {
+        QFETCH(bool, draggable);
+        QFETCH(QPoint, offset);
+        QFETCH(bool, drags);
+        // Elsewhere a drag runs a real nested event loop that would wait for a drop.
+        if (drags && QGuiApplication::platformName() != QLatin1String("offscreen"))
+            QSKIP("Starting a drag needs the offscreen platform");
+
+        DragMenu menu;
+        menu.addAction(QStringLiteral("Refresh"));
+        QAction* entry = menu.addAction(QStringLiteral("a long enough file name.lumex"));
+        const QUrl url(QStringLiteral("file:///cameras/a.lumex"));
+        if (draggable)
+            entry->setProperty(DragMenu::dragUrlProperty, url.toString());
+        QSignalSpy triggered(entry, &QAction::triggered);
+        menu.popup(QPoint(10, 10));
+        QVERIFY(QTest::qWaitForWindowExposed(&menu));
+
+        const QRect rect = menu.actionGeometry(entry);
+        const QPoint pressed = rect.center() - offset / 2;
+        for (QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseMove, QEvent::MouseButtonRelease}) {
+            const QPoint pos = type == QEvent::MouseButtonPress ? pressed : pressed + offset;
+            QMouseEvent event(
+                type, pos, menu.mapToGlobal(pos), type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton,
+                type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(&menu, &event);
+        }
+
+        QCOMPARE(triggered.count(), drags ? 0 : 1);
+        QVERIFY(!menu.isVisible());
+        auto* drag = menu.findChild<QDrag*>();
+        QCOMPARE(drag != nullptr, drags);
+        if (drags) {
+            QCOMPARE(drag->mimeData()->urls(), QList<QUrl>{url});
+            QCOMPARE(drag->pixmap().size(), rect.size() * menu.devicePixelRatioF());
+            QCOMPARE(drag->supportedActions(), Qt::CopyAction);
+        }
+    }
 };
-
-void TestRecentFiles::initTestCase()
-{
-    QStandardPaths::setTestModeEnabled(true);
-    QCoreApplication::setOrganizationName(QStringLiteral("Quarnel"));
-    QCoreApplication::setApplicationName(QStringLiteral("OrvexRecentFilesTest"));
-}
-
-void TestRecentFiles::init()
-{
-    QSettings().clear();
-    m_dir = std::make_unique<QTemporaryDir>();
-    QVERIFY(QDir::setCurrent(m_dir->path()));
-    QStringList names{"a.lumex", "b.lumex", "c.lumex", "R&D.lumex"};
-    for (int index = 1; index <= 26; ++index)
-        names << QStringLiteral("f%1.lumex").arg(index);
-    for (const QString& name : names)
-        QVERIFY(QFile(name).open(QIODevice::WriteOnly));
-    QVERIFY(QFile::link(m_dir->filePath("c.lumex"), "l.lumex"));
-}
-
-void TestRecentFiles::listUpdates_data()
-{
-    QTest::addColumn<QStringList>("initial");
-    QTest::addColumn<QString>("removed");
-    QTest::addColumn<QString>("added");
-    QTest::addColumn<QStringList>("expected");
-    QTest::addColumn<bool>("changed");
-
-    const QStringList abc{"a.lumex", "b.lumex", "c.lumex"};
-    QStringList many;
-    for (int index = 26; index >= 1; --index)
-        many << QStringLiteral("f%1.lumex").arg(index);
-    const QString none;
-    QTest::newRow("26th file drops the oldest")
-        << QStringList(many.mid(1)) << none << many[0] << QStringList(many.mid(0, 25)) << true;
-    QTest::newRow("reopened file moves to the front")
-        << abc << none << QStringLiteral("c.lumex") << QStringList{"c.lumex", "a.lumex", "b.lumex"} << true;
-    QTest::newRow("reopening the newest") << abc << none << QStringLiteral("a.lumex") << abc << false;
-    QTest::newRow("added file missing") << abc << none << QStringLiteral("gone.lumex") << abc << false;
-    QTest::newRow("added through a link") << QStringList{"a.lumex"} << none << QStringLiteral("l.lumex")
-                                          << QStringList{"c.lumex", "a.lumex"} << true;
-    QTest::newRow("file deleted since")
-        << abc << QStringLiteral("b.lumex") << none << QStringList{"a.lumex", "c.lumex"} << true;
-    QTest::newRow("link, dotted path and folder stored")
-        << QStringList{"l.lumex", "./a.lumex", "c.lumex", "."} << none << none
-        << QStringList{"c.lumex", "a.lumex"} << false;
-}
-
-void TestRecentFiles::listUpdates()
-{
-    QFETCH(QStringList, initial);
-    QFETCH(QString, removed);
-    QFETCH(QString, added);
-    QFETCH(QStringList, expected);
-    QFETCH(bool, changed);
-
-    store(initial);
-    RecentlyOpenedFilesSource source;
-    QSignalSpy spy(&source, &RecentlyOpenedFilesSource::recentFilesChanged);
-    if (!removed.isNull())
-        QVERIFY(QFile::remove(removed));
-    if (added.isNull())
-        source.update();
-    else
-        source.addPath(added);
-
-    QCOMPARE(source.recentFiles(), canonical(expected));
-    QCOMPARE(QSettings().value("recent_documents").toStringList(), canonical(expected));
-    QCOMPARE(spy.count(), changed ? 1 : 0);
-}
-
-void TestRecentFiles::menuAndPage_data()
-{
-    QTest::addColumn<QStringList>("files");
-    QTest::addColumn<QStringList>("texts");
-    QTest::newRow("empty") << QStringList() << QStringList();
-    QTest::newRow("two files") << QStringList{"R&D.lumex", "b.lumex"} << QStringList{"R&&D.lumex", "b.lumex"};
-}
-
-void TestRecentFiles::menuAndPage()
-{
-    QFETCH(QStringList, files);
-    QFETCH(QStringList, texts);
-
-    const QStringList paths = canonical(files);
-    store(paths);
-    DragMenu menu;
-    RecentlyOpenedFilesSource source(&menu);
-    QWidget window;
-    QWidget* page = source.documentsPageWidget(&window);
-    QSignalSpy selected(&source, &RecentlyOpenedFilesSource::fileSelected);
-    // The window records every file it opens, which rebuilds the list from within the entry's click.
-    connect(&source, &RecentlyOpenedFilesSource::fileSelected, &source, &RecentlyOpenedFilesSource::addPath);
-
-    // After the refresh action: the entries, or one disabled placeholder.
-    const QList<QAction*> actions = menu.actions().mid(1);
-    QList<QToolButton*> buttons = page->findChildren<QToolButton*>();
-    QCOMPARE(buttons.size(), files.size());
-    if (files.isEmpty()) {
-        QCOMPARE(actions.size(), 1);
-        QVERIFY(!actions[0]->isEnabled());
-        return;
-    }
-    QCOMPARE(actions.size(), files.size());
-    for (int index = 0; index < files.size(); ++index) {
-        QCOMPARE(actions[index]->text(), texts[index]);
-        QCOMPARE(actions[index]->toolTip(), QDir::toNativeSeparators(paths[index]));
-        const QUrl url(actions[index]->property(DragMenu::dragUrlProperty).toString());
-        QCOMPARE(url.toLocalFile(), paths[index]);
-        QCOMPARE(buttons[index]->text(), texts[index]);
-    }
-
-    actions.last()->trigger();
-    QCOMPARE(selected.count(), 1);
-    QCOMPARE(selected.first().first().toString(), paths.last());
-    QCOMPARE(menu.actions()[1]->data().toString(), paths.last());
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    buttons = page->findChildren<QToolButton*>();
-    QCOMPARE(buttons.first()->text(), texts.last());
-    QTest::mouseClick(buttons.last(), Qt::LeftButton);
-    QCOMPARE(selected.last().first().toString(), paths.first());
-}
-
-void TestRecentFiles::autoUpdateOncePerShowing()
-{
-    const QStringList abc = canonical({"a.lumex", "b.lumex", "c.lumex"});
-    store(abc.mid(2));
-    RecentlyOpenedFilesSource source;
-    QSignalSpy changed(&source, &RecentlyOpenedFilesSource::recentFilesChanged);
-
-    // Other windows of the editor write the store meanwhile.
-    store(abc.mid(1));
-    source.menu()->popup(QPoint(10, 10));
-    QCOMPARE(changed.count(), 1);
-    QCOMPARE(source.menu()->actions().size(), 3);
-    store(abc);
-    source.autoUpdate();
-    QCOMPARE(changed.count(), 1);
-    source.menu()->hide();
-    source.menu()->popup(QPoint(10, 10));
-    QCOMPARE(changed.count(), 2);
-    QCOMPARE(source.recentFiles(), abc);
-
-    store(abc.mid(2));
-    source.refreshAction()->trigger();
-    QCOMPARE(source.recentFiles(), abc.mid(2));
-}
-
-void TestRecentFiles::dragMenu_data()
-{
-    const int distance = QApplication::startDragDistance();
-    QTest::addColumn<bool>("draggable");
-    QTest::addColumn<QPoint>("offset");
-    QTest::addColumn<bool>("drags");
-    QTest::newRow("click") << true << QPoint() << false;
-    QTest::newRow("short move") << true << QPoint(distance - 1, 0) << false;
-    QTest::newRow("drag") << true << QPoint(distance, 0) << true;
-    QTest::newRow("drag diagonally") << true << QPoint(distance / 2, distance - distance / 2) << true;
-    QTest::newRow("entry without URL") << false << QPoint(2 * distance, 0) << false;
-}
-
-void TestRecentFiles::dragMenu()
-{
-    QFETCH(bool, draggable);
-    QFETCH(QPoint, offset);
-    QFETCH(bool, drags);
-    // Elsewhere a drag runs a real nested event loop that would wait for a drop.
-    if (drags && QGuiApplication::platformName() != QLatin1String("offscreen"))
-        QSKIP("Starting a drag needs the offscreen platform");
-
-    DragMenu menu;
-    menu.addAction(QStringLiteral("Refresh"));
-    QAction* entry = menu.addAction(QStringLiteral("a long enough file name.lumex"));
-    const QUrl url(QStringLiteral("file:///cameras/a.lumex"));
-    if (draggable)
-        entry->setProperty(DragMenu::dragUrlProperty, url.toString());
-    QSignalSpy triggered(entry, &QAction::triggered);
-    menu.popup(QPoint(10, 10));
-    QVERIFY(QTest::qWaitForWindowExposed(&menu));
-
-    const QRect rect = menu.actionGeometry(entry);
-    const QPoint pressed = rect.center() - offset / 2;
-    for (QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseMove, QEvent::MouseButtonRelease}) {
-        const QPoint pos = type == QEvent::MouseButtonPress ? pressed : pressed + offset;
-        QMouseEvent event(type, pos, menu.mapToGlobal(pos),
-                          type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton,
-                          type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(&menu, &event);
-    }
-
-    QCOMPARE(triggered.count(), drags ? 0 : 1);
-    QVERIFY(!menu.isVisible());
-    auto* drag = menu.findChild<QDrag*>();
-    QCOMPARE(drag != nullptr, drags);
-    if (drags) {
-        QCOMPARE(drag->mimeData()->urls(), QList<QUrl>{url});
-        QCOMPARE(drag->pixmap().size(), rect.size() * menu.devicePixelRatioF());
-        QCOMPARE(drag->supportedActions(), Qt::CopyAction);
-    }
-}
 
 QTEST_MAIN(TestRecentFiles)
 #include "tst_recentfiles.moc"
