@@ -109,7 +109,6 @@ void checkRows(TestFeature& a_feature, bool a_buttons)
         QVERIFY(edit && edit == record->valueWidget());
         QCOMPARE(edit->text(), a_feature.values[i]);
         if (a_buttons) {
-            QCOMPARE(record->removeButton()->text(), QStringLiteral("-"));
             QCOMPARE(record->removeButton()->isEnabled(), canRemove);
             QCOMPARE(record->insertButton()->isEnabled(), canInsert);
         }
@@ -296,10 +295,7 @@ private slots:
         QVERIFY(feature->name() == "TapGeometry" && feature->isAttribute());
         QWidget* widget = feature->createWidget();
         QCOMPARE(feature->createWidget(), widget);
-        QCOMPARE(widget->objectName(), QStringLiteral("TransparentWidget"));
         QCOMPARE(widget->parentWidget(), holder.widget());
-        QVERIFY(qobject_cast<QVBoxLayout*>(widget->layout()));
-        QCOMPARE(widget->layout()->contentsMargins(), QMargins());
         checkRows(*feature, buttons);
 
         FeatureInstanceRecord* record = feature->instanceRecord(0);
