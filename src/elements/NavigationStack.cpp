@@ -1,6 +1,8 @@
 #include "elements/NavigationStack.h"
 
+#include "elements/CameraElement.h"
 #include "elements/ElementBase.h"
+#include "elements/ModeElement.h"
 #include "undo/HistoryMenu.h"
 
 #include <QAction>
@@ -41,6 +43,21 @@ ElementBase* NavigationStack::elementAt(int a_position) const
     return m_entries.value(a_position).data();
 }
 
+// A deleted mode is kept alive by its undo command, so only its camera can tell that it is gone.
+bool NavigationStack::isReachable(int a_position) const
+{
+    const ElementBase* element = elementAt(a_position);
+    if (!element)
+        return false;
+    for (const QObject* object = element; object; object = object->parent()) {
+        if (const auto* mode = qobject_cast<const ModeElement*>(object)) {
+            const CameraElement* camera = mode->camera();
+            return camera && camera->indexOfMode(mode) >= 0;
+        }
+    }
+    return true;
+}
+
 void NavigationStack::setMaxDepth(int a_maxDepth)
 {
     m_maxDepth = qMax(0, a_maxDepth);
@@ -75,7 +92,7 @@ void NavigationStack::fillHistoryMenu(QMenu* a_menu)
 
     for (int position = first; position >= last; --position) {
         const ElementBase* element = m_entries.at(position);
-        if (!element)
+        if (!isReachable(position))
             continue;
         const QString text = entryText(element);
         const QIcon icon = position < m_index ? behindIcon : position > m_index ? aheadIcon : QIcon();
@@ -115,7 +132,7 @@ bool NavigationStack::setIndex(size_t a_index)
     if (m_busy || a_index >= static_cast<size_t>(m_entries.size()))
         return false;
     const int position = static_cast<int>(a_index);
-    if (!m_entries.at(position))
+    if (!isReachable(position))
         return false;
     switchTo(position);
     return true;
@@ -134,7 +151,7 @@ void NavigationStack::onNavigateSelection()
 int NavigationStack::liveBefore(int a_position) const
 {
     for (int position = qMin(a_position, m_entries.size()) - 1; position >= 0; --position) {
-        if (m_entries.at(position))
+        if (isReachable(position))
             return position;
     }
     return -1;
@@ -143,7 +160,7 @@ int NavigationStack::liveBefore(int a_position) const
 int NavigationStack::liveAfter(int a_position) const
 {
     for (int position = qMax(a_position + 1, 0); position < m_entries.size(); ++position) {
-        if (m_entries.at(position))
+        if (isReachable(position))
             return position;
     }
     return -1;

@@ -12,8 +12,9 @@ namespace Orvex {
 
 class ElementBase;
 
-// The back/forward history of the elements the user visited. An entry whose element has been destroyed
-// stays in place but is skipped and cannot be selected.
+// The back/forward history of the elements the user visited. An entry whose element has been destroyed,
+// or whose mode is out of its camera (deleted, but kept by the undo history), stays in place but is
+// skipped and cannot be selected; undoing the deletion makes it reachable again.
 class NavigationStack : public QObject
 {
     Q_OBJECT
@@ -31,6 +32,8 @@ public:
     int count() const { return m_entries.size(); }
     // Null for a position out of range and for an entry whose element is gone.
     ElementBase* elementAt(int a_position) const;
+    // The entry's element lives and, when it belongs to a mode, that mode is in its camera.
+    bool isReachable(int a_position) const;
 
     int maxDepth() const { return m_maxDepth; }
     void setMaxDepth(int a_maxDepth);
