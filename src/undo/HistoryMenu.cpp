@@ -25,6 +25,12 @@ HistoryMenu::HistoryMenu(QMenu* a_menu, const QString& a_groupName) : m_menu(a_m
         m_group->setObjectName(a_groupName);
     }
     m_group->setExclusive(true);
+    const QList<QAction*> oldEntries = m_group->actions();
+    for (QAction* entry : oldEntries) {
+        m_menu->removeAction(entry);
+        m_group->removeAction(entry);
+        entry->deleteLater();
+    }
 }
 
 std::pair<int, int> HistoryMenu::span(int a_count, int a_current)
@@ -42,10 +48,11 @@ QString HistoryMenu::shortened(const QString& a_text)
 
 QAction* HistoryMenu::addEntry(const QIcon& a_icon, const QString& a_text, const QString& a_toolTip)
 {
-    QAction* entry = m_menu->addAction(a_icon, a_text);
+    // Made for the group, which takes it in at once.
+    auto* entry = new QAction(a_icon, a_text, m_group);
     entry->setToolTip(a_toolTip);
     entry->setCheckable(true);
-    m_group->addAction(entry);
+    m_menu->addAction(entry);
     return entry;
 }
 

@@ -13,7 +13,9 @@ namespace Orvex {
 
 // Fills a history menu the way the undo history and the navigation history share: at most twenty entries,
 // newest first, with up to ten beyond the current one; checkable entries in one exclusive group per menu;
-// long texts cut short; the current entry checked and in bold.
+// long texts cut short; the current entry checked and in bold. A menu is refilled from within its own
+// entries' triggered(), so the entries belong to the menu's group rather than to the menu: clearing the
+// menu only takes them out, and the next fill deletes them once the event loop gets back.
 class HistoryMenu
 {
 public:
@@ -21,7 +23,8 @@ public:
     static constexpr int EntriesAhead = 10;
 
     // Takes the menu's group named a_groupName, made on the first fill, so that refilling a cleared
-    // menu does not pile up groups.
+    // menu does not pile up groups. The entries of the previous fill leave the menu now and are
+    // deleted later.
     HistoryMenu(QMenu* a_menu, const QString& a_groupName);
 
     // The newest and the oldest position listed of a history of a_count entries whose current entry is at
