@@ -34,18 +34,22 @@ QString entryText(const QNBrdAttachedFilesSource::AttachedFile& a_file)
     return escapedName(a_file.fileMode.isEmpty() ? fileName : a_file.fileMode + QLatin1Char('@') + fileName);
 }
 
-// Splits a "mode@file" entry at its first "@". An entry ending in "@" is a file name as a whole: the
-// split would leave no file to open.
-void splitEntry(const QString& a_entry, QString* a_mode, QString* a_fileName)
+// Splits a "mode@file" entry at the first "@" of its file name, so that folders, full paths and "@" in
+// a folder name stay part of the path: "sub/Fast@cam.lumex" opens "sub/cam.lumex" in the mode "Fast".
+// A file name ending in "@" is a name as a whole: the split would leave no file to open.
+void splitEntry(const QString& a_entry, QString* a_mode, QString* a_filePath)
 {
-    const int at = a_entry.indexOf(QLatin1Char('@'));
+    // The driver's lists may come from either system, so both separators end a folder.
+    const int nameStart =
+        qMax(a_entry.lastIndexOf(QLatin1Char('/')), a_entry.lastIndexOf(QLatin1Char('\\'))) + 1;
+    const int at = a_entry.indexOf(QLatin1Char('@'), nameStart);
     if (at < 0 || a_entry.endsWith(QLatin1Char('@'))) {
         a_mode->clear();
-        *a_fileName = a_entry;
+        *a_filePath = a_entry;
         return;
     }
-    *a_mode = a_entry.left(at);
-    *a_fileName = a_entry.mid(at + 1);
+    *a_mode = a_entry.mid(nameStart, at - nameStart);
+    *a_filePath = a_entry.left(nameStart) + a_entry.mid(at + 1);
 }
 
 } // namespace
@@ -207,11 +211,11 @@ QNBrdAttachedFilesSource::attachedFiles(HwBrdHandle a_handle, int a_boardNumber)
         cursor = stop + 1;
 
         AttachedFile file;
-        QString fileName;
-        splitEntry(text, &file.fileMode, &fileName);
-        if (fileName.isEmpty() || (QDir::isRelativePath(fileName) && folder.isEmpty()))
+        QString entryPath;
+        splitEntry(text, &file.fileMode, &entryPath);
+        if (entryPath.isEmpty() || (QDir::isRelativePath(entryPath) && folder.isEmpty()))
             continue;
-        const QString path = QDir::cleanPath(QDir(folder).filePath(fileName));
+        const QString path = QDir::cleanPath(QDir(folder).filePath(entryPath));
         if (!QFileInfo(path).isFile())
             continue;
         file.filePath = QDir::toNativeSeparators(path);
