@@ -4,6 +4,7 @@
 #include "elements/ModeElement.h"
 #include "elements/UndoRedoModeClone.h"
 #include "elements/UndoRedoModeDelete.h"
+#include "elements/UndoRedoModeOrderReinsert.h"
 #include "elements/UndoRedoModeOrderSwap.h"
 #include "elements/UndoRedoPropertySet.h"
 #include "elements/UndoRedoStack.h"
@@ -240,8 +241,9 @@ Qt::ItemFlags CameraTreeModel::flags(const QModelIndex& a_index) const
 {
     if (!a_index.isValid())
         return Qt::NoItemFlags;
+    // Modes are dropped between the camera's rows, never onto a row: the view asks the parent.
     if (a_index.internalId() == CameraItem)
-        return Qt::ItemIsEnabled | Qt::ItemIsSelectable;
+        return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsDropEnabled;
     return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsEditable | Qt::ItemIsDragEnabled |
            Qt::ItemNeverHasChildren;
 }
@@ -260,6 +262,8 @@ QMimeData* CameraTreeModel::mimeData(const QModelIndexList& a_indexes) const
         auto* mime = new QMimeData;
         mime->setData(QString::fromLatin1(modeNameMimeType), m_names.value(position).toUtf8());
         mime->setText(m_names.value(position));
+        m_dragData = mime;
+        m_dragMode = m_modes.value(position);
         return mime;
     }
     return nullptr;
@@ -268,6 +272,34 @@ QMimeData* CameraTreeModel::mimeData(const QModelIndexList& a_indexes) const
 Qt::DropActions CameraTreeModel::supportedDragActions() const
 {
     return Qt::CopyAction;
+}
+
+bool CameraTreeModel::canDropMimeData(const QMimeData* a_data, Qt::DropAction, int a_row, int,
+                                      const QModelIndex& a_parent) const
+{
+    if (!m_window || !m_camera || m_modes.size() < 2 || !a_data || a_data != m_dragData || !m_dragMode)
+        return false;
+    if (a_parent != cameraIndex() || a_row < 0 || a_row > m_modes.size())
+        return false;
+    const int from = m_camera->indexOfMode(m_dragMode);
+    return from >= 0 && a_row != from && a_row != from + 1;
+}
+
+bool CameraTreeModel::dropMimeData(const QMimeData* a_data, Qt::DropAction a_action, int a_row, int a_column,
+                                   const QModelIndex& a_parent)
+{
+    if (!canDropMimeData(a_data, a_action, a_row, a_column, a_parent))
+        return false;
+    ModeElement* moved = m_dragMode;
+    const int from = m_camera->indexOfMode(moved);
+    ModeElement* newSuccessor = m_camera->mode(a_row);
+    ModeElement* oldSuccessor = m_camera->mode(from + 1);
+    const int to = from < a_row ? a_row - 1 : a_row;
+    if (!m_camera->moveMode(from, to))
+        return false;
+    push(QSharedPointer<UndoRedoModeOrderReinsert>::create(m_window, moved, newSuccessor, oldSuccessor));
+    selectPosition(m_camera->indexOfMode(moved));
+    return true;
 }
 
 void CameraTreeModel::cloneMode()

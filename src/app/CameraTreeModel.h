@@ -7,6 +7,7 @@
 #include <QVector>
 
 class QItemSelectionModel;
+class QMimeData;
 class QWidget;
 
 namespace Orvex {
@@ -20,7 +21,8 @@ class WindowElement;
 // camera's order, labelled with the mode names. The model owns the selection model its view must use,
 // since every mode command acts on the selected mode; each one is pushed on the document's undo/redo
 // stack. Rows mirror the camera's own insert, remove and move announcements, so undo and redo of the
-// mode commands move the rows as well. Mode rows can be renamed in place and dragged out as their name.
+// mode commands move the rows as well. Mode rows can be renamed in place and dragged out as their name;
+// dropped between the rows of this same tree, a dragged mode moves there, undoably.
 class CameraTreeModel : public QAbstractItemModel
 {
     Q_OBJECT
@@ -68,6 +70,12 @@ public:
     QStringList mimeTypes() const override;
     QMimeData* mimeData(const QModelIndexList& a_indexes) const override;
     Qt::DropActions supportedDragActions() const override;
+    // Only a drag that started in this tree, put between two mode rows (or after the last), under the
+    // rules of Move Up and Move Down; a drop that would leave the mode where it is changes nothing.
+    bool canDropMimeData(const QMimeData* a_data, Qt::DropAction a_action, int a_row, int a_column,
+                         const QModelIndex& a_parent) const override;
+    bool dropMimeData(const QMimeData* a_data, Qt::DropAction a_action, int a_row, int a_column,
+                      const QModelIndex& a_parent) override;
 
 signals:
     // The rows or the selection changed: what the mode actions may do has changed.
@@ -105,6 +113,10 @@ private:
     QVector<QPointer<ModeElement>> m_modes;
     QVector<QString> m_names;
     bool m_changingRows = false;
+    // The data of the latest drag out of this tree and its mode: a drop carrying that very data is a
+    // reorder, while the same name dragged from another window's tree is not.
+    mutable QPointer<QMimeData> m_dragData;
+    mutable QPointer<ModeElement> m_dragMode;
 };
 
 } // namespace Orvex
