@@ -3,11 +3,16 @@
 #include "board/QNRegisterAccess.h"
 #include "elements/ValueFeatureElementBase.h"
 
+#include <QTimer>
+
 namespace Orvex {
 
 QNRegsDataItemModelBase::QNRegsDataItemModelBase(const QString& a_currentLabel, QObject* a_parent)
     : StringFeatureCompleterItemModel(0, a_parent), m_currentLabel(a_currentLabel)
 {
+    m_refreshTimer = new QTimer(this);
+    m_refreshTimer->setInterval(RefreshIntervalMs);
+    connect(m_refreshTimer, &QTimer::timeout, this, &QNRegsDataItemModelBase::readCurrentValue);
 }
 
 QNRegsDataItemModelBase::~QNRegsDataItemModelBase() = default;
@@ -22,8 +27,19 @@ QVariant QNRegsDataItemModelBase::data(const QModelIndex& a_index, int a_role) c
     return QNRegisterAccess::dataRow(a_index, a_role, latestValue(), m_currentLabel, m_currentValue);
 }
 
-void QNRegsDataItemModelBase::sourceChanged(ValueFeatureElementBase*, int)
+void QNRegsDataItemModelBase::sourceChanged(ValueFeatureElementBase* a_element, int a_index)
 {
+    disconnect(m_addressWatch);
+    const auto* address = qobject_cast<const ValueFeatureElementBase*>(
+        QNRegisterAccess::sibling(a_element, QStringLiteral("address")));
+    if (address) {
+        m_addressWatch = connect(address, &ValueFeatureElementBase::valueChanged, this,
+                                 &QNRegsDataItemModelBase::readCurrentValue);
+    }
+    if (a_element && a_index >= 0)
+        m_refreshTimer->start();
+    else
+        m_refreshTimer->stop();
     readCurrentValue();
 }
 
@@ -39,7 +55,11 @@ void QNRegsDataItemModelBase::readCurrentValue()
     if (!element || sourceIndex() < 0 ||
         !readRegister(QNRegisterAccess::siblingAddress(element, size_t(sourceIndex())).toString(), &value))
         value = 0;
-    m_currentValue = QNRegisterAccess::hexText(value);
+    const QString current = QNRegisterAccess::hexText(value);
+    // The popup is redrawn only for a value that changed, not at every periodic read.
+    if (current == m_currentValue)
+        return;
+    m_currentValue = current;
     emit dataChanged(index(1, 0), index(1, 0));
 }
 

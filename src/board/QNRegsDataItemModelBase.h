@@ -2,16 +2,24 @@
 
 #include "elements/StringFeatureCompleterItemModel.h"
 
+#include <QMetaObject>
+
+class QTimer;
+
 namespace Orvex {
 
 // The completions of a register's data, for the board's own registers and the camera's alike: the typed
 // value as it will be stored ("Hex: ") and the current value of the register that the sibling address
-// names, read when the popup opens and whenever the register's owner changes.
+// names, read when the popup opens, whenever the address or the register's owner changes, and a few
+// times a second while the popup stays open, since the board changes its registers on its own.
 class QNRegsDataItemModelBase : public StringFeatureCompleterItemModel
 {
     Q_OBJECT
 
 public:
+    // Often enough to follow a register that counts, seldom enough not to load the board.
+    static constexpr int RefreshIntervalMs = 250;
+
     ~QNRegsDataItemModelBase() override;
 
     int rowCount(const QModelIndex& a_parent = QModelIndex()) const override;
@@ -33,6 +41,8 @@ protected:
 private:
     const QString m_currentLabel;
     QString m_currentValue;
+    QTimer* m_refreshTimer = nullptr;
+    QMetaObject::Connection m_addressWatch;
 };
 
 } // namespace Orvex
