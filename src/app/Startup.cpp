@@ -101,18 +101,9 @@ QString Startup::defaultConfigPath()
     if (!given.isEmpty())
         return nativeAbsolute(given);
 
-    const QDir executableDir(QCoreApplication::applicationDirPath());
-    // The source tree's folder serves builds run where they were built, before anything is installed.
-    const QString candidates[] = {
-        executableDir.filePath(QStringLiteral("../Config")),
-        executableDir.filePath(QStringLiteral("../config")),
-        QFileInfo(QStringLiteral(__FILE__)).dir().filePath(QStringLiteral("../../config")),
-    };
-    for (const QString& candidate : candidates) {
-        if (QFileInfo(candidate).isDir())
-            return nativeAbsolute(candidate);
-    }
-    return nativeAbsolute(candidates[0]);
+    // Only beside the executable: a copied or installed program must never pick up the folder of the
+    // tree it was built from. The build puts a copy of the shipped folder there.
+    return nativeAbsolute(QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("../Config")));
 }
 
 bool Startup::isUsableSchema(const QString& a_path)

@@ -34,9 +34,8 @@ public:
 
     // The configuration folder when the command line names none. On Windows the registry value
     // QNConfigDir of the Quarnel service, on other systems the environment variable of that name,
-    // wins when set; otherwise the first existing of "../Config" and "../config" beside the
-    // executable and the source tree's "config" folder, else "../Config" (which start-up then reports
-    // as missing).
+    // wins when set; otherwise "../Config" beside the executable, whether it exists or not (start-up
+    // then reports it as missing).
     static QString defaultConfigPath();
 
     static bool isUsableSchema(const QString& a_path);
