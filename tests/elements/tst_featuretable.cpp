@@ -38,7 +38,7 @@ QString describe(const QVector<FeatureElementBase::InstanceChange>& a_changes)
 }
 
 // A member that logs, under its name, each value change handed over for undo and each instance change
-// asked for; its copies log into the same list.
+// asked for; its copies, which make the table's rows, log into the same list.
 template <class Feature>
 class Probe : public Feature
 {
@@ -160,11 +160,8 @@ class TestFeatureTable : public QObject
 private slots:
     void modelDump_data();
     void modelDump();
-    void mimePayload();
     void userActions_data();
     void userActions();
-    void delegateEdit_data();
-    void delegateEdit();
     void directInstanceChanges_data();
     void directInstanceChanges();
 };
@@ -220,38 +217,12 @@ void TestFeatureTable::modelDump()
     QCOMPARE(lines, OrvexTest::goldenLines(QStringLiteral("tests/elements/data/featuretable/model.txt")));
 }
 
-void TestFeatureTable::mimePayload()
-{
-    QStringList log;
-    HolderElement holder;
-    Model* model = makeTable(holder, &log)->model();
-    const QString type = QStringLiteral("QuarnelOrvex/FeatureTableRow");
-    // As the view drags them: every column of the selected rows.
-    const auto payload = [model, &type](const QList<int>& a_rows) {
-        QModelIndexList indexes;
-        for (int row : a_rows) {
-            for (int column = 0; column < model->columnCount(); ++column)
-                indexes << model->index(row, column);
-        }
-        std::unique_ptr<QMimeData> data(model->mimeData(indexes));
-        return data ? data->data(type) : QByteArray();
-    };
-    QCOMPARE(model->mimeTypes(), QStringList{type});
-    QCOMPARE(payload({2, 0}), QByteArray("0,2,"));
-    QCOMPARE(payload({1}), QByteArray("1,"));
-    QVERIFY(payload({3}).isNull() && payload({}).isNull());
-
-    QMimeData other;
-    other.setData("text/plain", "2,");
-    QVERIFY(!model->dropMimeData(&other, Qt::MoveAction, 0, 0, QModelIndex()));
-    QVERIFY(log.isEmpty());
-}
-
 void TestFeatureTable::userActions_data()
 {
     // "click R C" clicks a cell of the shown view, "check R C 0|1" sets a check box through the model,
-    // "drop ROWS R P" drops a row payload before row R (-1: none) or onto row P (-1: none). The log gets
-    // what was asked for, "refused" when the model turned the action down, "changed" when a check made
+    // "drop ROWS R P" drops a row payload before row R (-1: none) or onto row P (-1: none), "edit R C V"
+    // types V into the cell's editor, commits it ("committed") and closes it (then the cell's text). The log
+    // gets what was asked for, "refused" when the model turned the action down, "changed" when a check made
     // it announce new data, "drag" when the view was left ready to drag; then the order of the rows.
     QTest::addColumn<QString>("bounds");
     QTest::addColumn<QString>("action");
@@ -284,6 +255,15 @@ void TestFeatureTable::userActions_data()
     row("malformed part", "1..6", "drop 1,x, 0 -1", "refused | abcde");
     row("negative row", "1..6", "drop -1, 0 -1", "refused | abcde");
     row("row beyond the instances", "1..6", "drop 2,5, 0 -1", "refused | abcde");
+    // As the view drags them: every column of the selected rows; the appending row is no instance.
+    row("drag payload", "1..6", "drag 2,0", "0,2, | abcde");
+    row("drag of the appending row", "1..6", "drag 5", "no payload | abcde");
+    row("drop of another type", "1..6", "drop 1, 0 -1 text/plain", "refused | abcde");
+    row("numeric edited", "1..6", "edit 1 3 12", "Gain: 0 8 -> 12 | committed | 12 | abcde");
+    row("numeric left as shown", "1..6", "edit 1 3 8", "committed | 8 | abcde");
+    row("string edited", "1..6", "edit 2 4 zz", "Label: 0 c -> zz | committed | zz | abzzde");
+    row("enumeration edited", "1..6", "edit 0 5 Manual",
+        "Mode: 0 Auto -> Manual | committed | Manual | abcde");
 }
 
 void TestFeatureTable::userActions()
@@ -316,9 +296,38 @@ void TestFeatureTable::userActions()
         if (!changes.isEmpty())
             requests << "changed";
         QVERIFY(words[2] != "7" || (index.data(Qt::CheckStateRole).toInt() == Qt::Checked) == checked);
+    } else if (words[0] == "edit") {
+        const QModelIndex index = model->index(words[1].toInt(), words[2].toInt());
+        FeatureElementBase* member = model->memberAt(index);
+        QVERIFY(!member->widget());
+        tree->edit(index);
+        QPointer<QWidget> editor = member->widget();
+        QVERIFY(editor && editor->parentWidget() == tree->viewport() && editor->isVisible());
+        QWidget* field = editor->focusProxy();
+        if (auto* spinBox = qobject_cast<QDoubleSpinBox*>(field))
+            spinBox->setValue(words[3].toDouble());
+        else if (auto* lineEdit = qobject_cast<QLineEdit*>(field))
+            lineEdit->setText(words[3]);
+        else if (auto* comboBox = qobject_cast<QComboBox*>(field))
+            comboBox->setCurrentIndex(comboBox->findData(words[3]));
+        tree->itemDelegate()->setModelData(editor, model, index);
+        // Closing commits once more, which must change nothing now.
+        requests << "committed";
+        QTest::keyClick(field, Qt::Key_Tab);
+        requests << index.data().toString();
+        QVERIFY(member->widget() != editor);
+        QTRY_VERIFY(!editor);
+    } else if (words[0] == "drag") {
+        QModelIndexList indexes;
+        for (const QString& row : words[1].split(',')) {
+            for (int column = 0; column < model->columnCount(); ++column)
+                indexes << model->index(row.toInt(), column);
+        }
+        std::unique_ptr<QMimeData> data(model->mimeData(indexes));
+        requests << (data ? QString::fromLatin1(data->data(model->mimeTypes().value(0))) : "no payload");
     } else {
         QMimeData data;
-        data.setData(Model::MimeType, words[1].toLatin1());
+        data.setData(words.value(4, Model::MimeType), words[1].toLatin1());
         const QModelIndex parent = words[3] == "-1" ? QModelIndex() : model->index(words[3].toInt(), 3);
         accepted = model->dropMimeData(&data, Qt::MoveAction, words[2].toInt(), 0, parent);
     }
@@ -328,60 +337,6 @@ void TestFeatureTable::userActions()
         requests << "drag";
     QCOMPARE((requests << labels(model)).join(" | "), log);
     QCOMPARE(model->index(0, 2).data().toInt(), 1);
-}
-
-void TestFeatureTable::delegateEdit_data()
-{
-    QTest::addColumn<int>("row");
-    QTest::addColumn<int>("column");
-    QTest::addColumn<QVariant>("input");
-    QTest::addColumn<QStringList>("pushes");
-    QTest::addColumn<QString>("shown");
-
-    QTest::newRow("numeric") << 1 << 3 << QVariant(12) << QStringList{"Gain: 0 8 -> 12"} << "12";
-    QTest::newRow("numeric left as shown") << 1 << 3 << QVariant(8) << QStringList() << "8";
-    QTest::newRow("string") << 2 << 4 << QVariant("zz") << QStringList{"Label: 0 c -> zz"} << "zz";
-    QTest::newRow("enumeration") << 0 << 5 << QVariant("Manual") << QStringList{"Mode: 0 Auto -> Manual"}
-                                 << "Manual";
-}
-
-void TestFeatureTable::delegateEdit()
-{
-    QFETCH(int, row);
-    QFETCH(int, column);
-    QFETCH(QVariant, input);
-    QFETCH(QStringList, pushes);
-    QFETCH(QString, shown);
-
-    QStringList log;
-    HolderElement holder;
-    ProbeTable* table = makeTable(holder, &log);
-    QTreeView* tree = showTable(table);
-    QVERIFY(tree);
-    const QModelIndex index = table->model()->index(row, column);
-    FeatureElementBase* member = table->model()->memberAt(index);
-    QVERIFY(!member->widget());
-
-    tree->edit(index);
-    QPointer<QWidget> editor = member->widget();
-    QVERIFY(editor && editor->parentWidget() == tree->viewport() && editor->isVisible());
-    QWidget* field = editor->focusProxy();
-    QVERIFY(field);
-    if (auto* spinBox = qobject_cast<QDoubleSpinBox*>(field))
-        spinBox->setValue(input.toDouble());
-    else if (auto* lineEdit = qobject_cast<QLineEdit*>(field))
-        lineEdit->setText(input.toString());
-    else if (auto* comboBox = qobject_cast<QComboBox*>(field))
-        comboBox->setCurrentIndex(comboBox->findData(input));
-
-    tree->itemDelegate()->setModelData(editor, table->model(), index);
-    QCOMPARE(log, pushes);
-    // Closing commits once more, which changes nothing now.
-    QTest::keyClick(field, Qt::Key_Tab);
-    QCOMPARE(log, pushes);
-    QCOMPARE(index.data().toString(), shown);
-    QVERIFY(member->widget() != editor);
-    QTRY_VERIFY(!editor);
 }
 
 void TestFeatureTable::directInstanceChanges_data()
