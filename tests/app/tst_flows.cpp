@@ -1,0 +1,302 @@
+#include "BoardFixtures.h"
+#include "ElementFixtures.h"
+#include "app/CameraTreeModel.h"
+#include "app/Startup.h"
+#include "board/QNBrdAttachedFilesSource.h"
+#include "board/QNBrdDataSource.h"
+#include "board/QNBrdRegsAddressItemModel.h"
+#include "board/QNBrdRegsDataItemModel.h"
+#include "board/QNCxpRegsDataItemModel.h"
+#include "elements/CameraElement.h"
+#include "elements/ElementBaseDelayQueue.h"
+#include "elements/FeatureListFeature.h"
+#include "elements/GenericModeCategory.h"
+#include "elements/ModeElement.h"
+#include "elements/NavigationStack.h"
+#include "elements/StringFeature.h"
+#include "elements/UndoRedoStack.h"
+#include "elements/WindowElement.h"
+#include "platform/QNDriver.h"
+#include "widgets/DialogSeam.h"
+
+#include <QApplication>
+#include <QMenu>
+#include <QMimeData>
+#include <QPointer>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cstdio>
+#include <memory>
+
+using namespace Orvex;
+
+namespace {
+
+// A camera of named modes, one page each, behind the tree of the "Camera and Modes" dock, and the two
+// history menus, cleared and filled again at every change of their history as the window does.
+struct Document
+{
+    Document()
+    {
+        for (const char* name : {"A", "B", "C"}) {
+            auto* mode = new ModeElement(element.camera());
+            mode->setName(name);
+            mode->appendCategory(new GenericModeCategory(mode));
+            element.camera()->appendMode(mode);
+        }
+        model.setWindowElement(&element);
+        QObject::connect(element.undoRedoStack(), &ActionStack::stateChanged, &changes, [this] {
+            changes.clear();
+            element.undoRedoStack()->fillHistoryMenu(&changes);
+        });
+        QObject::connect(history(), &NavigationStack::stateChanged, &pages, [this] {
+            pages.clear();
+            history()->fillHistoryMenu(&pages);
+        });
+    }
+    QString order() const
+    {
+        QStringList names;
+        for (const ModeElement* mode : element.camera()->modes())
+            names << mode->name();
+        return names.join(QLatin1Char(' '));
+    }
+    NavigationStack* history() const { return element.navigationStack(); }
+
+    WindowElement element{nullptr};
+    CameraTreeModel model{nullptr};
+    QMenu changes;
+    QMenu pages;
+};
+
+// One table row of text columns: the tag, then one string per column.
+void row(const char* a_tag, std::initializer_list<const char*> a_columns)
+{
+    QTestData& data = QTest::newRow(a_tag);
+    for (const char* column : a_columns)
+        data << QString::fromUtf8(column);
+}
+
+// Steps: a mode name visits it, "<" and ">" go back and forward, "-X" deletes mode X in the tree,
+// "undo" and "redo" the last change, "#n" picks history entry n, "cn" and "pn" trigger entry n of the
+// Recent Changes and the Page History menu, which must outlive the refill that it causes itself;
+// "dX,n" drags mode X in the tree and drops it before row n (-1 onto the camera row, -2 beside it), "DX,n"
+// the same from another window's tree of the same modes.
+void navigate(Document& a_document, const QString& a_script)
+{
+    for (const QString& step : a_script.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+        CameraElement* camera = a_document.element.camera();
+        if (step == QLatin1String("<"))
+            a_document.history()->back();
+        else if (step == QLatin1String(">"))
+            a_document.history()->forward();
+        else if (step == QLatin1String("undo"))
+            a_document.element.undoRedoStack()->unapply();
+        else if (step == QLatin1String("redo"))
+            a_document.element.undoRedoStack()->reapply();
+        else if (step.startsWith(QLatin1Char('#')))
+            a_document.history()->setIndex(step.mid(1).toULongLong());
+        else if (step.startsWith(QLatin1Char('c')) || step.startsWith(QLatin1Char('p'))) {
+            QMenu& menu = step.startsWith(QLatin1Char('c')) ? a_document.changes : a_document.pages;
+            const QPointer<QAction> entry = menu.actions().value(step.mid(1).toInt());
+            QVERIFY(entry);
+            entry->trigger();
+            QVERIFY2(entry && !menu.actions().contains(entry), "deleted while firing, or never refilled");
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            QVERIFY2(!entry, "left behind");
+        } else if (step.startsWith(QLatin1Char('d'), Qt::CaseInsensitive)) {
+            Document other;
+            CameraTreeModel& tree = step.startsWith(QLatin1Char('D')) ? other.model : a_document.model;
+            const int row = step.section(QLatin1Char(','), 1).toInt();
+            const std::unique_ptr<QMimeData> data(
+                tree.mimeData({tree.modeIndex(camera->indexOfMode(camera->modeByName(step.mid(1, 1))))}));
+            const QModelIndex parent = row == -2 ? QModelIndex() : a_document.model.cameraIndex();
+            a_document.model.dropMimeData(data.get(), Qt::CopyAction, row == -2 ? 1 : row, 0, parent);
+        } else if (step.startsWith(QLatin1Char('-'))) {
+            a_document.model.selectPosition(camera->indexOfMode(camera->modeByName(step.mid(1))));
+            a_document.model.deleteMode();
+        } else
+            a_document.element.setMode(camera->indexOfMode(camera->modeByName(step)));
+        ElementBaseDelayQueue::instance()->flush();
+    }
+}
+
+const char* const g_machine = R"({"boards": [
+    {"kind": "CameraLink", "mk2": true, "registers": {"Gain": {"id": 10, "value": 31}, "Offset": {"id": 11, "value": 6}},
+     "registry": {"QNCamList": ["sub/Fast@cam.lumex", "cams@2/cam.lumex", "%d/a@b/Slow@cam.lumex",
+                                "%d/abs/Fast@cam.lumex", "Fast@cam.lumex"]}},
+    {"kind": "CoaXPress", "mk2": true, "cameraRegisters": {"0x2000": 5, "0x6000": 6}}
+]})";
+
+} // namespace
+
+class TestFlows : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+
+private slots:
+    void initTestCase()
+    {
+        OrvexTest::isolateSettings(QStringLiteral("OrvexFlowsTest"));
+        DialogSeam::setTestMode(true);
+        QVERIFY(
+            OrvexTest::loadSimBoards(m_dir.filePath("boards.json"),
+                                     QByteArray(g_machine).replace("%d", QFile::encodeName(m_dir.path()))));
+    }
+
+    void modesAndHistory_data()
+    {
+        QTest::addColumn<QString>("script");
+        // The modes, whether back and forward are possible, the Page History, the current page in brackets.
+        QTest::addColumn<QString>("expected");
+        row("back skips the deleted mode", {"A B C -B <", "A C 01 C [A]"});
+        row("forward skips the deleted mode", {"A B C < < -B >", "A C 10 [C] A"});
+        row("back from a deleted current page", {"A B -B <", "A C 00 [A]"});
+        row("its entry cannot be picked", {"A B C -B #1", "A C 10 [C] A"});
+        row("reachable again once undone", {"A B C -B undo <", "A B C 11 C [B] A"});
+        row("gone again once redone", {"A B C -B undo redo <", "A C 01 C [A]"});
+        row("undone from Recent Changes", {"A B C -B c1 <", "A B C 11 C [B] A"});
+        row("back from Page History", {"A B C p2", "A B C 01 C B [A]"});
+        // Dragging a mode in the tree: undoable, and only onto a place between the camera's own rows.
+        row("drag down past one", {"dA,2", "B A C 00"});
+        row("drag to the end", {"dA,3", "B C A 00"});
+        row("drag to the top", {"dC,0", "C A B 00"});
+        row("drag undone", {"dC,0 undo", "A B C 00"});
+        row("drag redone", {"dC,0 undo redo", "C A B 00"});
+        row("drag just below itself", {"dB,2", "A B C 00"});
+        row("drag onto the camera row", {"dC,-1", "A B C 00"});
+        row("drag beside the camera row", {"dC,-2", "A B C 00"});
+        row("drag from another window", {"DC,0", "A B C 00"});
+    }
+
+    void modesAndHistory()
+    {
+        QFETCH(QString, script);
+        QFETCH(QString, expected);
+        Document document;
+        navigate(document, script);
+        QMenu menu;
+        document.history()->fillHistoryMenu(&menu);
+        QString outcome = document.order() + QStringLiteral(" %1%2")
+                                                 .arg(document.history()->canGoBack())
+                                                 .arg(document.history()->canGoForward());
+        for (const QAction* entry : menu.actions())
+            outcome += QLatin1Char(' ') + (entry->isChecked() ? '[' + entry->text() + ']' : entry->text());
+        QCOMPARE(outcome, expected);
+    }
+
+    void attachedFileEntries()
+    {
+        for (const char* file : {"config/Vrm/sub/cam.lumex", "config/Vrm/cams@2/cam.lumex",
+                                 "config/Vrm/cam.lumex", "a@b/cam.lumex", "abs/cam.lumex"})
+            QVERIFY(OrvexTest::writeFile(m_dir.filePath(file), "<x/>"));
+        QNBrdAttachedFilesSource source;
+        source.setConfigPath(m_dir.filePath("config"));
+        QStringList found;
+        for (const QNBrdAttachedFilesSource::AttachedFile& file : source.boards().value(0).files)
+            found << file.fileMode + "|" +
+                         QDir(m_dir.path()).relativeFilePath(QDir::fromNativeSeparators(file.filePath));
+        QCOMPARE(found,
+                 (QStringList{"Fast|config/Vrm/sub/cam.lumex", "|config/Vrm/cams@2/cam.lumex",
+                              "Slow|a@b/cam.lumex", "Fast|abs/cam.lumex", "Fast|config/Vrm/cam.lumex"}));
+    }
+
+    void registerRowFollowsBoard_data()
+    {
+        QTest::addColumn<bool>("camera");
+        QTest::addColumn<QString>("step"); // the address typed anew, or "=n" for the board writing n
+        QTest::addColumn<QString>("current");
+        for (const bool camera : {false, true}) {
+            const QString label = camera ? "Cam: " : "Reg: ";
+            QTest::newRow(camera ? "camera: other address" : "board: other address")
+                << camera << (camera ? "0x6000" : "Offset") << label + "0x00000006";
+            QTest::newRow(camera ? "camera: register changes" : "board: register changes")
+                << camera << "=4096" << label + "0x00001000";
+        }
+    }
+
+    void registerRowFollowsBoard()
+    {
+        QFETCH(bool, camera);
+        QFETCH(QString, step);
+        QFETCH(QString, current);
+        QNBrdDataSource source;
+        source.setBoard(camera ? 1 : 0);
+        QNBrdRegsAddressItemModel addresses(&source);
+        QNCxpRegsDataItemModel cameraRows(&source);
+        QNBrdRegsDataItemModel boardRows(&addresses);
+        StringFeatureCompleterItemModel* model =
+            camera ? static_cast<StringFeatureCompleterItemModel*>(&cameraRows) : &boardRows;
+        // One register write, as the popup of its data field sees it.
+        OrvexTest::HolderElement holder;
+        auto* list = new FeatureListFeature(&holder);
+        for (const char* name : {"address", "data"}) {
+            auto* member = new StringFeature(list);
+            member->setName(name);
+            member->setValue(camera ? "0x2000" : "Gain");
+            list->addMember(member);
+        }
+        auto* address = qobject_cast<StringFeature*>(list->member(0, 0));
+        model->setSource(qobject_cast<StringFeature*>(list->member(0, 1)), 0);
+        const QModelIndex shown = model->index(1, 0);
+        QCOMPARE(shown.data().toString(), camera ? "Cam: 0x00000005" : "Reg: 0x0000001F");
+        if (!step.startsWith('=')) {
+            address->userSetValue(0, step);
+            QCOMPARE(shown.data().toString(), current);
+            return;
+        }
+        const quint32 value = step.mid(1).toUInt();
+        if (camera)
+            QCOMPARE(QNCXPWriteReg(source.boardHandle(), 0x2000, value), 0);
+        else
+            QCOMPARE(QNRegPoke(source.boardHandle(), addresses.registerId("Gain"), value), 0);
+        QTRY_COMPARE(shown.data().toString(), current);
+    }
+
+    // A copy of this program looks for its configuration only beside itself, never in the source tree.
+    void configFolderOfACopy_data()
+    {
+        QTest::addColumn<QString>("beside"); // folder made beside the copy's bin/
+        row("nothing beside it", {""});
+        row("lower-case config is not looked at", {"config"});
+    }
+
+    void configFolderOfACopy()
+    {
+        QFETCH(QString, beside);
+        const QString copy = m_dir.filePath("copy/bin/tst_flows");
+        QVERIFY(QDir().mkpath(m_dir.filePath("copy/bin")));
+        QVERIFY(QFileInfo::exists(copy) || QFile::copy(QCoreApplication::applicationFilePath(), copy));
+        QVERIFY(QDir(m_dir.filePath("copy/config")).removeRecursively());
+        QVERIFY(beside.isEmpty() || QDir().mkpath(m_dir.filePath("copy/" + beside)));
+        QProcess process;
+        QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
+        variables.insert("ORVEX_PRINT_CONFIG_FOLDER", "1");
+        variables.remove(Startup::configDirVariable);
+        process.setProcessEnvironment(variables);
+        process.start(copy, QStringList());
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(QString::fromLocal8Bit(process.readAllStandardOutput()),
+                 QDir::toNativeSeparators(m_dir.filePath("copy/Config")));
+    }
+};
+
+// A copy of this program started with ORVEX_PRINT_CONFIG_FOLDER only prints the configuration folder it
+// would take, so that the folder is seen from an executable outside the build tree.
+int main(int a_argc, char** a_argv)
+{
+    QApplication application(a_argc, a_argv);
+    if (qEnvironmentVariableIsSet("ORVEX_PRINT_CONFIG_FOLDER")) {
+        std::fputs(Startup::defaultConfigPath().toLocal8Bit().constData(), stdout);
+        return 0;
+    }
+    TestFlows test;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&test, a_argc, a_argv);
+}
+
+#include "tst_flows.moc"
