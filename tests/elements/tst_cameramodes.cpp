@@ -16,8 +16,6 @@
 #include <QSignalSpy>
 #include <QTest>
 
-#include <set>
-
 using namespace Orvex;
 
 namespace {
@@ -373,26 +371,29 @@ void TestCameraModes::categoryEnabled()
     QWidget* page = category->createWidget();
     page->show();
     auto* checkBox = qobject_cast<QCheckBox*>(category->categoryFeature()->widget());
-    QVERIFY(checkBox);
-    QCOMPARE(checkBox->isChecked(), startEnabled);
     QWidget* flagEditor = category->feature("Flag")->widget();
-    QVERIFY(flagEditor);
-    QCOMPARE(flagEditor->isEnabledTo(page), startEnabled);
-
+    QVERIFY(checkBox && flagEditor);
     QSignalSpy changed(category, &GenericModeCategory::categoryEnabledChanged);
+    // Switched on, box checked, the category's editors enabled, changes announced.
+    const auto state = [&] {
+        return QStringLiteral("%1 %2 %3 %4")
+            .arg(category->categoryEnabled())
+            .arg(checkBox->isChecked())
+            .arg(flagEditor->isEnabledTo(page))
+            .arg(changed.count());
+    };
+    const QString before = QStringLiteral("%1 %1 %1 ").arg(int(startEnabled));
+    const QString after = QStringLiteral("%1 %1 %1 ").arg(int(!startEnabled));
+    QCOMPARE(state(), before + "0");
+
     QTest::mouseClick(checkBox, Qt::LeftButton);
     QCOMPARE(requests, QStringList{startEnabled ? "remove 0" : "insert 0"});
-    QCOMPARE(category->categoryEnabled(), !startEnabled);
     QCOMPARE(category->categoryFeature()->instanceCount(), size_t(startEnabled ? 0 : 1));
-    QCOMPARE(flagEditor->isEnabledTo(page), !startEnabled);
-    QCOMPARE(changed.count(), 1);
+    QCOMPARE(state(), after + "1");
 
     // An undo changes the count behind the check box's back; the page follows it.
     category->categoryFeature()->setEnabled(startEnabled);
-    QCOMPARE(category->categoryEnabled(), startEnabled);
-    QCOMPARE(checkBox->isChecked(), startEnabled);
-    QCOMPARE(flagEditor->isEnabledTo(page), startEnabled);
-    QCOMPARE(changed.count(), 2);
+    QCOMPARE(state(), before + "2");
     QCOMPARE(requests.size(), 1);
 }
 
@@ -441,17 +442,13 @@ void TestCameraModes::cloneMode()
     QCOMPARE(copy->currentCategory(), copy->category(1));
     QVERIFY(!copy->isRaised());
 
-    std::set<quint64> sourceIds;
-    for (const ElementBase* element : source->findChildren<ElementBase*>())
-        sourceIds.insert(element->id());
-    std::set<quint64> copyIds{copy->id()};
-    for (const ElementBase* element : copy->findChildren<ElementBase*>()) {
-        QVERIFY(element->id() != 0);
-        QVERIFY(copyIds.insert(element->id()).second);
-    }
-    QVERIFY(sourceIds.count(copy->id()) == 0);
-    for (quint64 id : copyIds)
-        QVERIFY(sourceIds.count(id) == 0);
+    // Every element of the copy has an id of its own, none of them one of the source's.
+    QSet<quint64> ids{source->id(), copy->id()};
+    const auto elements = source->findChildren<ElementBase*>() + copy->findChildren<ElementBase*>();
+    for (const ElementBase* element : elements)
+        ids.insert(element->id());
+    QCOMPARE(ids.size(), elements.size() + 2);
+    QVERIFY(!ids.contains(0));
 
     // Category by category: name, type, switched on, and each feature's name and values.
     const auto dump = [](ModeElement* a_mode) {
