@@ -1,5 +1,5 @@
+#include "BoardFixtures.h"
 #include "platform/BufferAcquisitionStreamer.h"
-#include "platform/QNDriver.h"
 #include "platform/QNExceptionBase.h"
 
 #include <QFile>
@@ -78,16 +78,10 @@ private slots:
     void initTestCase()
     {
         QVERIFY(m_dir.isValid());
-        QFile boards(m_dir.filePath("boards.json"));
-        QVERIFY(boards.open(QIODevice::WriteOnly));
-        boards.write(R"({"boards": [{"kind": "CoaXPress", "mk2": true}]})");
-        boards.close();
-        qputenv("QN_SIM_BOARDS", QFile::encodeName(boards.fileName()));
-        QNSimReload();
-        QFile camera(m_dir.filePath("cam.lumex"));
-        QVERIFY(camera.open(QIODevice::WriteOnly) && camera.write(g_cameraFile) > 0);
-        camera.close();
-        m_cameraPath = QFile::encodeName(camera.fileName()).toStdString();
+        QVERIFY(OrvexTest::loadSimBoards(m_dir.filePath("boards.json"),
+                                         R"({"boards": [{"kind": "CoaXPress"}]})"));
+        QVERIFY(OrvexTest::writeFile(m_dir.filePath("cam.lumex"), g_cameraFile));
+        m_cameraPath = QFile::encodeName(m_dir.filePath("cam.lumex")).toStdString();
 
         BA::Streamer streamer;
         setUp(streamer, "Free", 10, BA::OverflowDropNewest);

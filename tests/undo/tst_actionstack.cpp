@@ -1,4 +1,5 @@
 #include "TestElement.h"
+#include "UndoFixtures.h"
 #include "elements/UndoRedoStack.h"
 #include "undo/ActionBase.h"
 #include "undo/ActionBatch.h"
@@ -69,9 +70,7 @@ TestAction* actionAt(const ActionStack& a_stack, int a_position)
     return static_cast<TestAction*>(a_stack.actionAt(a_position).data());
 }
 
-// p push, u undo, r redo, s saved, x saved state unreachable, i<n> setIndex(n), d<n> setMaxDepth(n),
-// U<digits> and R<digits> the results of the undo and redo bodies per position, ? note the index,
-// (<description> open a batch, ) close one.
+// Runs the steps of a_script (tests/undo/data/actionstack-scenarios.txt explains them).
 void run(ActionStack& a_stack, Document& a_document, const QString& a_script, QStringList* a_notes = nullptr)
 {
     for (const QString& step : a_script.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
@@ -153,56 +152,10 @@ private slots:
     {
         QTest::addColumn<QString>("script");
         QTest::addColumn<QString>("expected");
-        const auto row = [](const char* a_tag, const QString& a_script, const char* a_expected) {
-            QTest::newRow(a_tag) << a_script << QString(a_expected);
-        };
-        row("undo on an empty stack", "u", "| (saved) ");
-        row("undo after two pushes and a save", "p p s u", "a0 | a1 (changed undo redo) a0");
-        row("redo back to the save", "p p s u r", "a0 a1 | (saved undo) a0 a1");
-        row("saved before anything", "s p p u u", "| a0 a1 (saved redo) ");
-        row("round trip through setIndex", "p p p s i0 i3", "a0 a1 a2 | (saved undo) a0 a1 a2");
-        row("saved in the middle", "p p p u s i3 i2", "a0 a1 | a2 (saved undo redo) a0 a1");
-        // The current index, one below 0 and one above the count change nothing and run nothing.
-        row("setIndex beyond the ends", "p p p u i2 i-1 i4", "a0 a1 | a2 (changed undo redo) a0 a1");
-        row("saving again after losing the save", "p p s u p s u r", "a0 a2 | (saved undo) a0 a2");
-        row("push from the saved state, undone", "p s p u u r p u", "a0 | a2 (saved undo redo) a0");
-        row("push drops the redo tail", "p p u u p", "a2 | (changed undo) a2");
-        // The oldest actions go so that maxDepth remain, even applied ones; what is kept still replays.
-        row("fourth push over depth 3", "d3 p p p p i3 i0 i3", "a1 a2 a3 | (changed undo) a0 a1 a2 a3");
-        row("lowered with the index in the middle", "p p p p p p p p p p u u u u d5 i5 i0 i1",
-            "a5 | a6 a7 a8 a9 (changed undo redo) a0 a1 a2 a3 a4 a5");
-        row("lowered below the applied ones", "p p p p p p p p p p u u u u u u u u d5",
-            "| a5 a6 a7 a8 a9 (changed redo) a0 a1");
-        row("raised", "d3 p p p u d10 i3 i0 i2", "a0 a1 | a2 (changed undo redo) a0 a1");
-        row("lowered to nothing", "p p p u d0", "| (changed) a0 a1");
-        // Only the outermost close pushes: nothing, the single member itself, or one batch named by the
-        // outermost open or after its members.
-        row("empty batch", "p p u ( )", "a0 | a1 (changed undo redo) a0");
-        row("open batch", "p p u (Paste p p", "a0 | a1 (changed undo redo) a0 a2 a3");
-        row("batch of one", "p p u (Paste p ) u r", "a0 a2 | (changed undo) a0 a2");
-        row("batch of two", "p p u ( p p ) u r", "a0 a2; a3 | (changed undo) a0 a2 a3");
-        row("nested batches", "p p u (Paste (inner p p (x p ) ) ) u r",
-            "a0 Paste | (changed undo) a0 a2 a3 a4");
-        // A failing action (3) is passed and stops the stack; go-on results (2) carry undo and redo on.
-        // Go-on actions are markers whose applied flag does not move, so a redo that meets one it
-        // already counts as applied stops there. The state at index 4 is the saved one.
-        const QString saved = QStringLiteral("p p p p s ");
-        row("undo of a failing action", saved + "U1113 u", "a0 a1 a2 | a3 (changed undo redo) a0 a1 a2 a3");
-        row("undo chain into a failing action", saved + "U1132 u",
-            "a0 a1 | a2 a3 (changed undo redo) a0 a1 a2");
-        row("redo of a failing action", saved + "i0 R3111 r", "a0 | a1 a2 a3 (changed undo redo) ");
-        row("redo chain into a failing action", saved + "i0 R2311 r", "a0 a1 | a2 a3 (changed undo redo) a0");
-        row("setIndex back into a failing action", saved + "U1311 i0",
-            "a0 | a1 a2 a3 (changed undo redo) a0 a1");
-        row("setIndex on into a failing action", saved + "i0 R1131 i4",
-            "a0 a1 a2 | a3 (changed undo redo) a0 a1");
-        row("undo of go-on actions to the start", saved + "U2222 u", "| a0 a1 a2 a3 (changed redo) ");
-        row("go-on actions both ways", saved + "U1221 R1221 u ? u ? r ? r ? u ?",
-            "3 0 1 2 0: | a0 a1 a2 a3 (changed redo) ");
+        OrvexTest::addTableRows(QStringLiteral("tests/undo/data/actionstack-scenarios.txt"), 3);
     }
 
-    // Every step is checked against the states the actions were made for; the outcome reads
-    // "<actions, with | at the index> (<saved or changed> <undo and redo possible>) <applied>".
+    // Every step is checked against the states the actions were made for.
     void scenario()
     {
         QFETCH(QString, script);
@@ -223,7 +176,7 @@ private slots:
                 .arg(actions.join(' '), stack.isStateChanged() ? "changed" : "saved",
                      enabledSpy.last().at(0).toBool() ? " undo" : "",
                      enabledSpy.last().at(1).toBool() ? " redo" : "", document.applied.join(' '));
-        QCOMPARE((notes.isEmpty() ? QString() : notes.join(' ') + ": ") + outcome, expected);
+        QCOMPARE(((notes.isEmpty() ? QString() : notes.join(' ') + ": ") + outcome).trimmed(), expected);
         // Go-on markers keep their applied flag, so the states they replay on are not tracked.
         if (!script.contains(QRegularExpression(QStringLiteral("[UR]\\d*2"))))
             QCOMPARE(document.faults, 0);
