@@ -101,8 +101,6 @@ class TestFeatureList : public QObject
 private slots:
     void memberRows_data();
     void memberRows();
-    void toggleClick_data();
-    void toggleClick();
     void instancesFromTemplates_data();
     void instancesFromTemplates();
     void dataSetRoundTrip_data();
@@ -121,17 +119,28 @@ void TestFeatureList::memberRows_data()
     QTest::addColumn<bool>("addedToShownForm");
     QTest::addColumn<bool>("framed");
     QTest::addColumn<QString>("toolTip");
+    // A click on the member's check box: "apply" makes the change asked for, as the command will;
+    // "ignore" does not, as when no command was made.
+    QTest::addColumn<QString>("click");
 
     const QString hint = QStringLiteral("Check or uncheck to enable or disable this feature.");
-    QTest::newRow("optional, documented")
-        << 0 << 1 << true << "Sensor gain" << false << true << "<p>Sensor gain</p><p>" + hint + "</p>";
-    QTest::newRow("optional, absent, unframed") << 0 << 1 << false << "" << false << false << hint;
-    QTest::newRow("optional, added to a shown form")
-        << 0 << 1 << false << "x" << true << true << "<p>x</p><p>" + hint + "</p>";
+    QTest::newRow("optional, documented, switched off")
+        << 0 << 1 << true << "Sensor gain" << false << true << "<p>Sensor gain</p><p>" + hint + "</p>"
+        << "apply";
+    QTest::newRow("optional, absent, unframed, switched on")
+        << 0 << 1 << false << "" << false << false << hint << "apply";
+    QTest::newRow("optional, added to a shown form, no command")
+        << 0 << 1 << false << "x" << true << true << "<p>x</p><p>" + hint + "</p>"
+        << "ignore";
+    QTest::newRow("optional, present, no command")
+        << 0 << 1 << true << "" << false << false << hint << "ignore";
     QTest::newRow("mandatory, documented")
-        << 1 << 1 << true << "Exposure" << false << false << "<html>Exposure</html>";
-    QTest::newRow("mandatory, undocumented, shown") << 1 << 1 << true << "" << true << true << "";
-    QTest::newRow("repeating") << 0 << 3 << true << "" << false << true << "";
+        << 1 << 1 << true << "Exposure" << false << false << "<html>Exposure</html>"
+        << "";
+    QTest::newRow("mandatory, undocumented, shown") << 1 << 1 << true << "" << true << true << ""
+                                                    << "";
+    QTest::newRow("repeating") << 0 << 3 << true << "" << false << true << ""
+                               << "";
 }
 
 void TestFeatureList::memberRows()
@@ -143,10 +152,15 @@ void TestFeatureList::memberRows()
     QFETCH(bool, addedToShownForm);
     QFETCH(bool, framed);
     QFETCH(QString, toolTip);
+    QFETCH(QString, click);
 
+    QStringList log;
     HolderElement holder;
     auto* list = new FeatureListFeature(&holder);
-    auto* memberTemplate = makeTemplate<BooleanFeature>(list, "Gain", size_t(minOccurs), size_t(maxOccurs));
+    auto* memberTemplate = new ProbeFeature(list, &log, click == "apply");
+    memberTemplate->setName("Gain");
+    memberTemplate->setMaxOccurs(size_t(maxOccurs));
+    memberTemplate->setMinOccurs(size_t(minOccurs));
     memberTemplate->setAnnotation(annotation);
     memberTemplate->setEnabled(present);
     list->setFramed(addedToShownForm ? !framed : framed);
@@ -157,7 +171,7 @@ void TestFeatureList::memberRows()
     QVERIFY(member && member != memberTemplate && member->isEnabled() == present);
     QCOMPARE(member->widget() != nullptr, addedToShownForm);
 
-    list->createWidget();
+    list->createWidget()->show();
     list->setFramed(framed);
     QFormLayout* layout = form(list, 0);
     QVERIFY(layout && layout->rowCount() == 1);
@@ -168,50 +182,18 @@ void TestFeatureList::memberRows()
     QCOMPARE(label->property("text").toString(), QStringLiteral("Gain"));
     QCOMPARE(box != nullptr, minOccurs == 0 && maxOccurs == 1);
     QVERIFY(!box || box->isChecked() == present);
-
     auto* frame = qobject_cast<QFrame*>(layout->parentWidget());
     QCOMPARE(frame->frameShape(), framed ? QFrame::StyledPanel : QFrame::NoFrame);
     QCOMPARE(layout->contentsMargins().left() > 0, framed);
-}
+    if (click.isEmpty())
+        return;
 
-void TestFeatureList::toggleClick_data()
-{
-    QTest::addColumn<bool>("present");
-    QTest::addColumn<bool>("apply");
-    QTest::addColumn<QString>("request");
-    QTest::addColumn<bool>("presentAfter");
-
-    QTest::newRow("switch on") << false << true << "insert 0" << true;
-    QTest::newRow("switch off") << true << true << "remove 0" << false;
-    QTest::newRow("switch on, no command made") << false << false << "insert 0" << false;
-    QTest::newRow("switch off, no command made") << true << false << "remove 0" << true;
-}
-
-void TestFeatureList::toggleClick()
-{
-    QFETCH(bool, present);
-    QFETCH(bool, apply);
-    QFETCH(QString, request);
-    QFETCH(bool, presentAfter);
-
-    QStringList log;
-    HolderElement holder;
-    auto* list = new FeatureListFeature(&holder);
-    auto* memberTemplate = new ProbeFeature(list, &log, apply);
-    memberTemplate->setMinOccurs(0);
-    memberTemplate->setEnabled(present);
-    list->addMember(memberTemplate);
-    FeatureElementBase* member = list->member(0, 0);
-
-    list->createWidget()->show();
     QVERIFY(QTest::qWaitForWindowExposed(list->widget()));
-    auto* box = list->widget()->findChild<QCheckBox*>("EnableDisableCheckBox");
     QTest::mouseClick(box, Qt::LeftButton);
-    QCOMPARE(log, QStringList{request});
-    QCOMPARE(member->isEnabled(), presentAfter);
-    QCOMPARE(box->isChecked(), presentAfter);
+    const bool presentAfter = click == "apply" ? !present : present;
+    QCOMPARE(log, QStringList{present ? "remove 0" : "insert 0"});
+    QVERIFY(member->isEnabled() == presentAfter && box->isChecked() == presentAfter);
     QCOMPARE(memberTemplate->isEnabled(), present);
-
     // Undo and redo change the member directly; the box follows.
     member->setEnabled(!presentAfter);
     QCOMPARE(box->isChecked(), !presentAfter);
