@@ -138,8 +138,6 @@ private slots:
     void fuzzFindings();
 
 private:
-    void checkExamples();
-
     std::unique_ptr<QTemporaryDir> m_dir;
     // The mode names of the shipped examples as read before any hostile input.
     QMap<QString, QStringList> m_exampleModes;
