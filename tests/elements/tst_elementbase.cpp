@@ -135,95 +135,74 @@ private slots:
         QVERIFY(!ElementBase::findById(newId));
     }
 
-    // Active means raised with every ancestor element raised; a non-element parent ends the chain.
-    void isActiveFollowsAncestors()
+    void raiseAndLower_data()
     {
-        QObject window;
-        HookElement root(&window);
-        HookElement mid(&root);
-        HookElement leaf(&mid);
-        root.raise();
-        leaf.raise();
-        QVERIFY(root.isActive() && !leaf.isActive());
-        mid.raise();
-        QVERIFY(leaf.isActive());
-        root.lower();
-        QVERIFY(!leaf.isActive() && leaf.isRaised());
+        // On a root r (which keeps a raise to itself), its child m and grandchild l (which pass a raise on
+        // to their parents): "X+" and "X-" raise and lower now, "X>" and "X<" later, "run" runs the
+        // event loop, "|" starts counting the hooks afresh, "=" notes the state: the raised, the
+        // active (raised with every ancestor raised), and the raise and lower hook calls of r, m, l.
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<QString>("states");
+        QTest::newRow("raise climbs to the root") << "l+ r- m- l- | l+ ="
+                                                  << "rml/rml 111/000";
+        QTest::newRow("stops at a raised root") << "l+ m- l- | l+ ="
+                                                << "rml/rml 011/000";
+        QTest::newRow("stops at a raised parent") << "l+ r- l- | l+ ="
+                                                  << "ml/- 001/000";
+        QTest::newRow("raised leaf") << "l+ r- m- | l+ ="
+                                     << "l/- 000/000";
+        QTest::newRow("lowering stays put") << "l+ | l- l- ="
+                                            << "rm/rm 000/001";
+        QTest::newRow("active needs every ancestor raised") << "l+ m- = m+ ="
+                                                            << "rl/r 111/010 rml/rml 121/010";
+        // Nothing acts until the event loop runs; then everything one event queued acts in order.
+        QTest::newRow("raise then lower later") << "r> r< = run ="
+                                                << "-/- 000/000 -/- 100/100";
+        QTest::newRow("lower then raise later") << "r< r> = run ="
+                                                << "-/- 000/000 r/r 100/000";
+        QTest::newRow("lower then raise a raised one") << "r+ | r< r> run ="
+                                                       << "r/r 100/100";
     }
 
-    void raiseChainStopsAtRaisedAncestor_data()
+    void raiseAndLower()
     {
-        QTest::addColumn<QString>("raisedBefore");
-        QTest::addColumn<QList<int>>("hookCalls");
-        QTest::addColumn<QString>("raisedAfter");
-        QTest::newRow("nothing raised") << "" << QList<int>{1, 1, 1} << "rml";
-        QTest::newRow("root raised") << "r" << QList<int>{0, 1, 1} << "rml";
-        QTest::newRow("middle raised") << "m" << QList<int>{0, 0, 1} << "ml";
-        QTest::newRow("leaf raised") << "l" << QList<int>{0, 0, 0} << "l";
-    }
-
-    // Raising a widget element raises its parents up to the first one already raised; lowering stays put.
-    void raiseChainStopsAtRaisedAncestor()
-    {
-        QFETCH(QString, raisedBefore);
-        QFETCH(QList<int>, hookCalls);
-        QFETCH(QString, raisedAfter);
+        QFETCH(QString, steps);
+        QFETCH(QString, states);
         HookElement root;
         ChainElement mid(nullptr, &root);
         ChainElement leaf(nullptr, &mid);
-
-        leaf.raise();
-        if (!raisedBefore.contains('r'))
-            root.lower();
-        if (!raisedBefore.contains('m'))
-            mid.lower();
-        if (!raisedBefore.contains('l'))
-            leaf.lower();
-        root.raises = mid.raises = leaf.raises = 0;
-        root.lowers = mid.lowers = leaf.lowers = 0;
-
-        leaf.raise();
-        QCOMPARE((QList<int>{root.raises, mid.raises, leaf.raises}), hookCalls);
-        QCOMPARE(QString(root.isRaised() ? "r" : "") + (mid.isRaised() ? "m" : "") +
-                     (leaf.isRaised() ? "l" : ""),
-                 raisedAfter);
-        leaf.lower();
-        leaf.lower();
-        QCOMPARE((QList<int>{root.lowers, mid.lowers, leaf.lowers}), (QList<int>{0, 0, 1}));
-    }
-
-    void delayedOperationsKeepOrder_data()
-    {
-        QTest::addColumn<bool>("raisedBefore");
-        QTest::addColumn<QString>("operations");
-        QTest::addColumn<bool>("raisedAfter");
-        QTest::addColumn<int>("raises");
-        QTest::addColumn<int>("lowers");
-        QTest::newRow("raise then lower") << false << "RL" << false << 1 << 1;
-        QTest::newRow("lower then raise") << false << "LR" << true << 1 << 0;
-        QTest::newRow("lower then raise a raised one") << true << "LR" << true << 1 << 1;
-    }
-
-    // Nothing acts until the event loop runs; then everything one event queued acts in order.
-    void delayedOperationsKeepOrder()
-    {
-        QFETCH(bool, raisedBefore);
-        QFETCH(QString, operations);
-        QFETCH(bool, raisedAfter);
-        QFETCH(int, raises);
-        QFETCH(int, lowers);
-        HookElement element;
-        if (raisedBefore)
-            element.raise();
-        element.raises = 0;
-
-        for (QChar operation : operations)
-            operation == 'R' ? element.raiseLater() : element.lowerLater();
-        QCOMPARE(element.raises + element.lowers, 0);
-        QCOMPARE(element.isRaised(), raisedBefore);
-        QCoreApplication::sendPostedEvents();
-        QCOMPARE(element.isRaised(), raisedAfter);
-        QCOMPARE((QList<int>{element.raises, element.lowers}), (QList<int>{raises, lowers}));
+        const QList<ElementBase*> elements{&root, &mid, &leaf};
+        const auto hooks = [&](bool a_raises) {
+            return QStringLiteral("%1%2%3")
+                .arg(a_raises ? root.raises : root.lowers)
+                .arg(a_raises ? mid.raises : mid.lowers)
+                .arg(a_raises ? leaf.raises : leaf.lowers);
+        };
+        QStringList noted;
+        for (const QString& step : steps.split(' ')) {
+            if (step == "run") {
+                QCoreApplication::sendPostedEvents();
+            } else if (step == "|") {
+                root.raises = mid.raises = leaf.raises = root.lowers = mid.lowers = leaf.lowers = 0;
+            } else if (step == "=") {
+                QString raised = "-", active = "-";
+                for (int i = 0; i < 3; ++i) {
+                    raised += elements[i]->isRaised() ? QStringLiteral("rml").mid(i, 1) : QString();
+                    active += elements[i]->isActive() ? QStringLiteral("rml").mid(i, 1) : QString();
+                }
+                noted << QStringLiteral("%1/%2 %3/%4")
+                             .arg(raised.isEmpty() ? "-" : raised, active.isEmpty() ? "-" : active,
+                                  hooks(true), hooks(false));
+            } else {
+                ElementBase* element = elements[QString("rml").indexOf(step[0])];
+                const char operation = step[1].toLatin1();
+                operation == '+'   ? element->raise()
+                : operation == '-' ? element->lower()
+                : operation == '>' ? element->raiseLater()
+                                   : element->lowerLater();
+            }
+        }
+        QCOMPARE(noted.join(' '), states);
     }
 
     void enqueueDuringFlushStartsOneMorePass()
