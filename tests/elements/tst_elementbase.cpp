@@ -185,7 +185,7 @@ private slots:
             } else if (step == "|") {
                 root.raises = mid.raises = leaf.raises = root.lowers = mid.lowers = leaf.lowers = 0;
             } else if (step == "=") {
-                QString raised = "-", active = "-";
+                QString raised, active;
                 for (int i = 0; i < 3; ++i) {
                     raised += elements[i]->isRaised() ? QStringLiteral("rml").mid(i, 1) : QString();
                     active += elements[i]->isActive() ? QStringLiteral("rml").mid(i, 1) : QString();
