@@ -310,23 +310,13 @@ private slots:
         }
         QLineEdit other;
         QVERIFY(!filter->eventFilter(&other, &press) && !filter->eventFilter(&other, &move));
-    }
 
-    void dragFilterOwnsTemplate()
-    {
-        auto* button = new QPushButton;
-        auto* filter = new WidgetSimpleDragEventFilter(button);
-        QPointer<QMimeData> first = new QMimeData;
-        QPointer<QMimeData> second = new QMimeData;
-
-        filter->setDragData(first);
-        filter->setDragData(first);
-        QVERIFY(first && first->parent() == filter);
-        filter->setDragData(second);
-        QVERIFY(!first);
-        QCOMPARE(filter->dragData(), second.data());
-        delete button;
-        QVERIFY(!second);
+        // The filter owns its template: the same one set again stays, a new one replaces it.
+        QPointer<const QMimeData> replaced = filter->dragData();
+        auto* next = new QMimeData;
+        filter->setDragData(next);
+        filter->setDragData(next);
+        QVERIFY(!replaced && next->parent() == filter && filter->dragData() == next);
     }
 };
 
