@@ -107,7 +107,6 @@ private slots:
     void attachedFileParsing_data()
     {
         QTest::addColumn<QString>("kind");
-        QTest::addColumn<bool>("mk2");
         QTest::addColumn<QStringList>("entries");
         QTest::addColumn<QStringList>("files");
         // mode|path below the configuration folder; none: no board listed; one empty string: a board without
@@ -116,44 +115,39 @@ private slots:
 
         const QString full(4084, 'M');
         QTest::newRow("mode and plain file")
-            << "CameraLink" << true << QStringList{"Fast@cam.lumex", "cam.lumex"}
-            << QStringList{"Vrm/cam.lumex"} << QStringList{"Fast|Vrm/cam.lumex", "|Vrm/cam.lumex"};
+            << "CameraLink" << QStringList{"Fast@cam.lumex", "cam.lumex"} << QStringList{"Vrm/cam.lumex"}
+            << QStringList{"Fast|Vrm/cam.lumex", "|Vrm/cam.lumex"};
         QTest::newRow("CoaXPress folder")
-            << "CoaXPress" << true << QStringList{"Slow@cam.lumex", "cl.lumex"}
+            << "CoaXPress" << QStringList{"Slow@cam.lumex", "cl.lumex"}
             << QStringList{"Pld/cam.lumex", "Vrm/cl.lumex"} << QStringList{"Slow|Pld/cam.lumex"};
         QTest::newRow("first @ splits")
-            << "CameraLink" << true << QStringList{"A@b@c.lumex", "@d.lumex"}
+            << "CameraLink" << QStringList{"A@b@c.lumex", "@d.lumex"}
             << QStringList{"Vrm/b@c.lumex", "Vrm/d.lumex"} << QStringList{"A|Vrm/b@c.lumex", "|Vrm/d.lumex"};
         QTest::newRow("trailing @ keeps the name")
-            << "CameraLink" << true << QStringList{"cam.lumex@", "gone.lumex@", "Fast@x@"}
+            << "CameraLink" << QStringList{"cam.lumex@", "gone.lumex@", "Fast@x@"}
             << QStringList{"Vrm/cam.lumex@", "Vrm/gone.lumex", "Vrm/x", "Vrm/Fast@x@"}
             << QStringList{"|Vrm/cam.lumex@", "|Vrm/Fast@x@"};
         QTest::newRow("missing file and folder dropped")
-            << "CameraLink" << true << QStringList{"missing.lumex", "Fast@dir.lumex", "ok.lumex"}
+            << "CameraLink" << QStringList{"missing.lumex", "Fast@dir.lumex", "ok.lumex"}
             << QStringList{"Vrm/dir.lumex/", "Vrm/ok.lumex"} << QStringList{"|Vrm/ok.lumex"};
-        QTest::newRow("relative paths")
-            << "CameraLink" << true << QStringList{"Fast@../Pld/x.lumex", "sub/y.lumex"}
-            << QStringList{"Pld/x.lumex", "Vrm/sub/y.lumex"}
-            << QStringList{"Fast|Pld/x.lumex", "|Vrm/sub/y.lumex"};
-        QTest::newRow("older board skipped") << "CameraLink" << false << QStringList{"cam.lumex"}
-                                             << QStringList{"Vrm/cam.lumex"} << QStringList();
+        QTest::newRow("relative paths") << "CameraLink" << QStringList{"Fast@../Pld/x.lumex", "sub/y.lumex"}
+                                        << QStringList{"Pld/x.lumex", "Vrm/sub/y.lumex"}
+                                        << QStringList{"Fast|Pld/x.lumex", "|Vrm/sub/y.lumex"};
         QTest::newRow("list fills the buffer")
-            << "CameraLink" << true << QStringList{full + "@cam.lumex"} << QStringList{"Vrm/cam.lumex"}
+            << "CameraLink" << QStringList{full + "@cam.lumex"} << QStringList{"Vrm/cam.lumex"}
             << QStringList{full + "|Vrm/cam.lumex"};
-        QTest::newRow("list overflows the buffer")
-            << "CameraLink" << true << QStringList{full + "M@cam.lumex"} << QStringList{"Vrm/cam.lumex"}
-            << QStringList{""};
+        QTest::newRow("list overflows the buffer") << "CameraLink" << QStringList{full + "M@cam.lumex"}
+                                                   << QStringList{"Vrm/cam.lumex"} << QStringList{""};
     }
 
     void attachedFileParsing()
     {
         QFETCH(QString, kind);
-        QFETCH(bool, mk2);
         QFETCH(QStringList, entries);
         QFETCH(QStringList, files);
         QFETCH(QStringList, expected);
 
-        loadMachine({board(kind, mk2, "M", entries)});
+        loadMachine({board(kind, true, "M", entries)});
         createFiles(files);
         QNBrdAttachedFilesSource source;
         source.setConfigPath(m_config);
