@@ -130,9 +130,10 @@ private slots:
         QTest::newRow("missing file and folder dropped")
             << "CameraLink" << QStringList{"missing.lumex", "Fast@dir.lumex", "ok.lumex"}
             << QStringList{"Vrm/dir.lumex/", "Vrm/ok.lumex"} << QStringList{"|Vrm/ok.lumex"};
-        QTest::newRow("relative paths") << "CameraLink" << QStringList{"Fast@../Pld/x.lumex", "sub/y.lumex"}
-                                        << QStringList{"Pld/x.lumex", "Vrm/sub/y.lumex"}
-                                        << QStringList{"Fast|Pld/x.lumex", "|Vrm/sub/y.lumex"};
+        QTest::newRow("folders: the mode is split off the file name")
+            << "CameraLink" << QStringList{"../Pld/Fast@x.lumex", "sub/y.lumex", "a@b/c.lumex"}
+            << QStringList{"Pld/x.lumex", "Vrm/sub/y.lumex", "Vrm/a@b/c.lumex"}
+            << QStringList{"Fast|Pld/x.lumex", "|Vrm/sub/y.lumex", "|Vrm/a@b/c.lumex"};
         QTest::newRow("list fills the buffer")
             << "CameraLink" << QStringList{full + "@cam.lumex"} << QStringList{"Vrm/cam.lumex"}
             << QStringList{full + "|Vrm/cam.lumex"};
