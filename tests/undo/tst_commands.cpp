@@ -240,9 +240,12 @@ void act(Document& a_document, const QString& a_action)
         qobject_cast<ValueFeatureElementBase*>(d.feature("Table")->member(1, 0))
             ->userSetValue(QString("new"));
         d.clickCell(1, 1);
-    } else if (a_action == "drop 0,1") {
+    } else if (a_action.startsWith("drop ")) {
         FeatureTableFeatureModel* model = d.feature("Table")->model();
-        QScopedPointer<QMimeData> payload(model->mimeData({model->index(0, 3), model->index(1, 3)}));
+        QModelIndexList rows;
+        for (const QString& row : a_action.mid(5).split(','))
+            rows << model->index(row.toInt(), 3);
+        QScopedPointer<QMimeData> payload(model->mimeData(rows));
         QVERIFY(model->dropMimeData(payload.data(), Qt::MoveAction, model->instanceRows(), 0, {}));
     } else if (a_action == "note on") {
         FeatureTableFeatureModel* model = d.feature("Table")->model();
@@ -266,6 +269,9 @@ void act(Document& a_document, const QString& a_action)
     } else if (a_action == "to back") {
         camera->moveMode(0, 2);
         command = QSharedPointer<UndoRedoModeOrderReinsert>::create(d.element, a, nullptr, b);
+    } else if (a_action == "down") {
+        camera->moveMode(0, 1);
+        command = QSharedPointer<UndoRedoModeOrderReinsert>::create(d.element, a, c, b);
     } else if (a_action == "to front") {
         camera->moveMode(2, 0);
         command = QSharedPointer<UndoRedoModeOrderReinsert>::create(d.element, c, a, nullptr);
@@ -297,159 +303,152 @@ class TestCommands : public QObject
     Q_OBJECT
 
 private slots:
-    void undoRedo_data();
-    void undoRedo();
-    void locator();
-    void deletedModeOwnership_data();
-    void deletedModeOwnership();
-    void failure_data();
-    void failure();
+    void undoRedo_data()
+    {
+        QTest::addColumn<QString>("shown");
+        QTest::addColumn<QString>("descriptions");
+        OrvexTest::addTableRows(QStringLiteral("tests/undo/data/commands-undoredo.txt"), 3);
+    }
+
+    // Each change undone and redone: everything comes back exactly, and the document differs from the saved
+    // one exactly while it is not in the saved state.
+    void undoRedo()
+    {
+        QFETCH(QString, shown);
+        QFETCH(QString, descriptions);
+
+        Document document;
+        const QStringList before = state(document);
+        act(document, QTest::currentDataTag());
+        const QStringList after = state(document);
+        QVERIFY(after != before);
+        QStringList pushed;
+        for (int position = 0; position < document.stack->count(); ++position)
+            pushed << document.stack->actionAt(position)->description();
+        QCOMPARE(pushed.join(" || "), descriptions);
+        QVERIFY(document.stack->isStateChanged());
+
+        document.window.log.clear();
+        const QString undone = step(document, true, pushed.size());
+        QCOMPARE(state(document), before);
+        QVERIFY(!document.stack->isStateChanged());
+        QVERIFY(document.window.log.contains("updateDocumentState"));
+        const QString redone = step(document, false, pushed.size());
+        QCOMPARE(state(document), after);
+        QCOMPARE(undone + ' ' + redone, shown);
+
+        document.stack->setOffsetFromInitial(0);
+        step(document, true, 1);
+        QVERIFY(document.stack->isStateChanged());
+        step(document, false, 1);
+        QVERIFY(!document.stack->isStateChanged());
+        QCOMPARE(state(document), after);
+    }
+
+    // Commands find their elements by position from the window element; a position beyond the children there
+    // now leads nowhere. Member templates are no place in the document.
+    void locator()
+    {
+        Document document;
+        FeatureTableFeature* table = document.feature("Table", "B");
+        auto* main = qobject_cast<GenericModeCategory*>(document.camera->mode(1)->category(0));
+        const QList<ElementBase*> targets{document.element,
+                                          document.camera,
+                                          document.camera->globalCategory()->features().first(),
+                                          document.camera->mode(2),
+                                          main,
+                                          main->categoryFeature(),
+                                          table,
+                                          table->member(2, 0)};
+        QList<ElementLocator> locators;
+        for (ElementBase* target : targets) {
+            locators << ElementLocator::locate(document.element, target);
+            QCOMPARE(locators.last().resolve(document.element), target);
+        }
+        QVERIFY(!ElementLocator::locate(document.element, table->memberTemplates().first()).isValid());
+
+        table->removeInstance(2);
+        delete document.camera->takeMode(2);
+        QString found;
+        for (const ElementLocator& locator : locators)
+            found += locator.resolve(document.element) ? '+' : '-';
+        QCOMPARE(found, "+++-+++-");
+    }
+
+    void deletedModeOwnership_data()
+    {
+        QTest::addColumn<bool>("undone");
+        QTest::newRow("deletion trimmed from the history") << false;
+        QTest::newRow("undone deletion discarded") << true;
+    }
+
+    void deletedModeOwnership()
+    {
+        QFETCH(bool, undone);
+
+        Document document;
+        QPointer<ModeElement> mode = document.camera->mode(1);
+        const quint64 id = mode->id();
+        act(document, "delete");
+        auto* command = qobject_cast<UndoRedoModeDelete*>(document.stack->actionAt(0).data());
+        QCOMPARE(command->keptMode(), mode.data());
+        QCOMPARE(mode->parent(), command);
+        QCOMPARE(ElementBase::findById(id), nullptr);
+
+        if (undone) {
+            document.stack->unapply();
+            QCOMPARE(command->keptMode(), nullptr);
+            document.stack->push(document.edit("A", "x"));
+        } else {
+            document.stack->setMaxDepth(0);
+        }
+        QCOMPARE(document.stack->count(), int(undone));
+        QCOMPARE(mode.isNull(), !undone);
+        QCOMPARE(ElementBase::findById(id), mode.data());
+    }
+
+    void failure_data()
+    {
+        QTest::addColumn<QString>("cause");
+        QTest::newRow("root destroyed") << "root";
+        QTest::newRow("feature gone") << "feature";
+        QTest::newRow("clone gone") << "clone";
+    }
+
+    // A command that cannot find its element fails and stops a run of undos there; the commands before it
+    // stay applied.
+    void failure()
+    {
+        QFETCH(QString, cause);
+
+        Document document;
+        QScopedPointer<Document> other(new Document);
+        UndoRedoStack stack;
+        stack.push(document.edit("A", "first"));
+        if (cause == "clone") {
+            document.camera->appendMode(document.camera->mode(2)->clone());
+            stack.push(
+                QSharedPointer<UndoRedoModeClone>::create(document.element, document.camera->mode(2), 3));
+            delete document.camera->mode(3);
+        } else {
+            Document& target = cause == "root" ? *other : document;
+            stack.push(target.edit("C", "lost"));
+            if (cause == "root")
+                other.reset();
+            else
+                delete document.camera->mode(2);
+        }
+        stack.push(document.edit("B", "last"));
+        QSharedPointer<ActionBase> failing = stack.actionAt(1);
+
+        stack.setIndex(0);
+        QCOMPARE(stack.index(), 1);
+        QVERIFY(failing->isApplied());
+        QCOMPARE(document.feature<StringFeature>("Label", "B")->value().toString(), "a");
+        QCOMPARE(document.feature<StringFeature>("Label", "A")->value().toString(), "first");
+        QCOMPARE(failing->unapply(), ActionBase::Failed);
+    }
 };
-
-void TestCommands::undoRedo_data()
-{
-    QTest::addColumn<QString>("shown");
-    QTest::addColumn<QString>("descriptions");
-    OrvexTest::addTableRows(QStringLiteral("tests/undo/data/commands-undoredo.txt"), 3);
-}
-
-// Each change undone and redone: everything comes back exactly, and the document differs from the saved
-// one exactly while it is not in the saved state.
-void TestCommands::undoRedo()
-{
-    QFETCH(QString, shown);
-    QFETCH(QString, descriptions);
-
-    Document document;
-    const QStringList before = state(document);
-    act(document, QTest::currentDataTag());
-    const QStringList after = state(document);
-    QVERIFY(after != before);
-    QStringList pushed;
-    for (int position = 0; position < document.stack->count(); ++position)
-        pushed << document.stack->actionAt(position)->description();
-    QCOMPARE(pushed.join(" || "), descriptions);
-    QVERIFY(document.stack->isStateChanged());
-
-    document.window.log.clear();
-    const QString undone = step(document, true, pushed.size());
-    QCOMPARE(state(document), before);
-    QVERIFY(!document.stack->isStateChanged());
-    QVERIFY(document.window.log.contains("updateDocumentState"));
-    const QString redone = step(document, false, pushed.size());
-    QCOMPARE(state(document), after);
-    QCOMPARE(undone + ' ' + redone, shown);
-
-    document.stack->setOffsetFromInitial(0);
-    step(document, true, 1);
-    QVERIFY(document.stack->isStateChanged());
-    step(document, false, 1);
-    QVERIFY(!document.stack->isStateChanged());
-    QCOMPARE(state(document), after);
-}
-
-// Commands find their elements by position from the window element; a position beyond the children there
-// now leads nowhere. Member templates are no place in the document.
-void TestCommands::locator()
-{
-    Document document;
-    FeatureTableFeature* table = document.feature("Table", "B");
-    auto* main = qobject_cast<GenericModeCategory*>(document.camera->mode(1)->category(0));
-    const QList<ElementBase*> targets{document.element,
-                                      document.camera,
-                                      document.camera->globalCategory()->features().first(),
-                                      document.camera->mode(2),
-                                      main,
-                                      main->categoryFeature(),
-                                      table,
-                                      table->member(2, 0)};
-    QList<ElementLocator> locators;
-    for (ElementBase* target : targets) {
-        locators << ElementLocator::locate(document.element, target);
-        QCOMPARE(locators.last().resolve(document.element), target);
-    }
-    QVERIFY(!ElementLocator::locate(document.element, table->memberTemplates().first()).isValid());
-
-    table->removeInstance(2);
-    delete document.camera->takeMode(2);
-    QString found;
-    for (const ElementLocator& locator : locators)
-        found += locator.resolve(document.element) ? '+' : '-';
-    QCOMPARE(found, "+++-+++-");
-}
-
-void TestCommands::deletedModeOwnership_data()
-{
-    QTest::addColumn<bool>("undone");
-    QTest::newRow("deletion trimmed from the history") << false;
-    QTest::newRow("undone deletion discarded") << true;
-}
-
-void TestCommands::deletedModeOwnership()
-{
-    QFETCH(bool, undone);
-
-    Document document;
-    QPointer<ModeElement> mode = document.camera->mode(1);
-    const quint64 id = mode->id();
-    act(document, "delete");
-    auto* command = qobject_cast<UndoRedoModeDelete*>(document.stack->actionAt(0).data());
-    QCOMPARE(command->keptMode(), mode.data());
-    QCOMPARE(mode->parent(), command);
-    QCOMPARE(ElementBase::findById(id), nullptr);
-
-    if (undone) {
-        document.stack->unapply();
-        QCOMPARE(command->keptMode(), nullptr);
-        document.stack->push(document.edit("A", "x"));
-    } else {
-        document.stack->setMaxDepth(0);
-    }
-    QCOMPARE(document.stack->count(), int(undone));
-    QCOMPARE(mode.isNull(), !undone);
-    QCOMPARE(ElementBase::findById(id), mode.data());
-}
-
-void TestCommands::failure_data()
-{
-    QTest::addColumn<QString>("cause");
-    QTest::newRow("root destroyed") << "root";
-    QTest::newRow("feature gone") << "feature";
-    QTest::newRow("clone gone") << "clone";
-}
-
-// A command that cannot find its element fails and stops a run of undos there; the commands before it
-// stay applied.
-void TestCommands::failure()
-{
-    QFETCH(QString, cause);
-
-    Document document;
-    QScopedPointer<Document> other(new Document);
-    UndoRedoStack stack;
-    stack.push(document.edit("A", "first"));
-    if (cause == "clone") {
-        document.camera->appendMode(document.camera->mode(2)->clone());
-        stack.push(QSharedPointer<UndoRedoModeClone>::create(document.element, document.camera->mode(2), 3));
-        delete document.camera->mode(3);
-    } else {
-        Document& target = cause == "root" ? *other : document;
-        stack.push(target.edit("C", "lost"));
-        if (cause == "root")
-            other.reset();
-        else
-            delete document.camera->mode(2);
-    }
-    stack.push(document.edit("B", "last"));
-    QSharedPointer<ActionBase> failing = stack.actionAt(1);
-
-    stack.setIndex(0);
-    QCOMPARE(stack.index(), 1);
-    QVERIFY(failing->isApplied());
-    QCOMPARE(document.feature<StringFeature>("Label", "B")->value().toString(), "a");
-    QCOMPARE(document.feature<StringFeature>("Label", "A")->value().toString(), "first");
-    QCOMPARE(failing->unapply(), ActionBase::Failed);
-}
 
 QTEST_MAIN(TestCommands)
 #include "../elements/moc_TestMainWindow.cpp"
