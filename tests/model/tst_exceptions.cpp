@@ -132,8 +132,8 @@ private slots:
             "Orvex::Hooks::callback");
         row("returns function reference", "void (& Orvex::Hooks::callback(int))(double)",
             "Orvex::Hooks::callback");
-        row("arrow inside decltype in a template argument",
-            "std::vector<decltype (p->x)> Orvex::Pool::take(int)", "Orvex::Pool::take");
+        row("arrow inside decltype in a template argument", "void Orvex::Box<decltype (p->x), int>::get()",
+            "Orvex::Box<decltype (p->x), int>::get");
         row("operator less", "bool Orvex::Key::operator<(const Orvex::Key&) const", "Orvex::Key::operator<");
         row("call operator", "void Orvex::Key::operator()(int)", "Orvex::Key::operator()");
         row("gcc lambda", "Orvex::SchemaParser::loadFeature(int)::<lambda(int)>",
