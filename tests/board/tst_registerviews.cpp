@@ -26,7 +26,7 @@ const char* const g_machine = R"({"boards": [
                                          "Exposure": {"id": 3676, "value": 4294967295},
                                          "Blank": {"id": 0, "value": 0}}},
     {"kind": "CoaXPress", "registers": {"Width": {"id": 5, "value": 2048}},
-     "cameraRegisters": {"0x2000": 3735928559, "0x6000 Height": 1024}}
+     "cameraRegisters": {"0x2000": 3735928559, "0x20FC": 255, "0x6000 Height": 1024}}
 ]})";
 
 constexpr int g_noBoard = -1;
@@ -170,6 +170,7 @@ private slots:
             {"no board", false, g_noBoard, "Gain", "x", "Hex: x", "Reg: 0x00000000"},
             {"camera, hex address", true, 1, "0x2000", "7", "Hex: 0x7", "Cam: 0xDEADBEEF"},
             {"camera, decimal address", true, 1, "24576", "", "Hex: ", "Cam: 0x00000400"},
+            {"camera, upper-case hex digits", true, 1, "0x20FC", "", "Hex: ", "Cam: 0x000000FF"},
             {"camera lacks address", true, 1, "0x2008", "", "Hex: ", "Cam: 0x00000000"},
             {"camera, bad address", true, 1, "0x20g0", "", "Hex: ", "Cam: 0x00000000"},
             {"camera on Camera Link", true, 0, "0x2000", "", "Hex: ", "Cam: 0x00000000"},
@@ -238,6 +239,7 @@ private slots:
             {"no board", false, g_noBoard, "Gain", "Gain", "keep"},
             {"camera, decimal address", true, 1, "8192", "0x2000", "0xDEADBEEF"},
             {"camera, hex address", true, 1, "0X6000", "0X6000", "0x00000400"},
+            {"camera, lower-case hex digits", true, 1, "0x20fc", "0x20fc", "0x000000FF"},
             {"camera lacks address", true, 1, "0x2008", "0x2008", "keep"},
             {"camera, text address", true, 1, "Width", "Width", "keep"},
             {"camera on Camera Link", true, 0, "0x2000", "0x2000", "keep"},
