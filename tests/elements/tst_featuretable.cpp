@@ -222,7 +222,8 @@ void TestFeatureTable::userActions_data()
     // "click R C" clicks a cell of the shown view, "check R C 0|1" sets a check box through the model,
     // "drop ROWS R P" drops a row payload before row R (-1: none) or onto row P (-1: none), "edit R C V"
     // types V into the cell's editor, commits it ("committed") and closes it (then the cell's text). The log
-    // gets what was asked for, "refused" when the model turned the action down, "changed" when a check made
+    // gets "disabled" for a disabled cell clicked, what was asked for, "refused" when the model turned the
+    // action down, "changed" when a check made
     // it announce new data, "drag" when the view was left ready to drag; then the order of the rows.
     QTest::addColumn<QString>("bounds");
     QTest::addColumn<QString>("action");
