@@ -223,8 +223,8 @@ void TestFeatureTable::userActions_data()
     // "drop ROWS R P" drops a row payload before row R (-1: none) or onto row P (-1: none), "edit R C V"
     // types V into the cell's editor, commits it ("committed") and closes it (then the cell's text). The log
     // gets "disabled" for a disabled cell clicked, what was asked for, "refused" when the model turned the
-    // action down, "changed" when a check made
-    // it announce new data, "drag" when the view was left ready to drag; then the order of the rows.
+    // action down, "changed" when a check made it announce new data, "drag" when the view was left ready
+    // to drag; then the order of the rows.
     QTest::addColumn<QString>("bounds");
     QTest::addColumn<QString>("action");
     QTest::addColumn<QString>("log");
