@@ -1,3 +1,4 @@
+#include "FileFixtures.h"
 #include "model/ExceptionBase.h"
 #include "model/OperationCanceledException.h"
 
@@ -110,39 +111,8 @@ private slots:
 
     void functionName_data()
     {
-        QTest::addColumn<QByteArray>("signature");
-        QTest::addColumn<QByteArray>("name");
-
-        const auto row = [](const char* a_tag, const char* a_signature, const char* a_name) {
-            QTest::newRow(a_tag) << QByteArray(a_signature) << QByteArray(a_name);
-        };
-        row("member", "void Orvex::SchemaParser::goToChild(const QString&)",
-            "Orvex::SchemaParser::goToChild");
-        row("template return reference",
-            "const QMap<QString, QList<int> >& Orvex::LumexParser::table(int) const",
-            "Orvex::LumexParser::table");
-        row("clang pointer return",
-            "std::pair<int, QString> *Orvex::Pool::take(std::function<void (int)>, QHash<int, int>)",
-            "Orvex::Pool::take");
-        row("template bindings",
-            "T Orvex::Box<T>::get(const std::vector<T>&) const [with T = int; U = std::pair<int, int>]",
-            "Orvex::Box<T>::get");
-        row("abi tag", "std::string Orvex::Board::label[abi:cxx11]() const", "Orvex::Board::label");
-        row("returns function pointer", "void (* Orvex::Hooks::callback(int))(double)",
-            "Orvex::Hooks::callback");
-        row("returns function reference", "void (& Orvex::Hooks::callback(int))(double)",
-            "Orvex::Hooks::callback");
-        row("arrow inside decltype in a template argument", "void Orvex::Box<decltype (p->x), int>::get()",
-            "Orvex::Box<decltype (p->x), int>::get");
-        row("operator less", "bool Orvex::Key::operator<(const Orvex::Key&) const", "Orvex::Key::operator<");
-        row("call operator", "void Orvex::Key::operator()(int)", "Orvex::Key::operator()");
-        row("gcc lambda", "Orvex::SchemaParser::loadFeature(int)::<lambda(int)>",
-            "Orvex::SchemaParser::loadFeature");
-        row("clang lambda",
-            "auto Orvex::SchemaParser::loadFeature(int)::(anonymous class)::operator()(int) const",
-            "Orvex::SchemaParser::loadFeature");
-        row("clang anonymous namespace", "void (anonymous namespace)::helper(int)",
-            "(anonymous namespace)::helper");
+        OrvexTest::addTableRows(QStringLiteral("tests/model/data/exceptions/function-names.txt"),
+                                {"signature", "name"});
     }
 
     void functionName()

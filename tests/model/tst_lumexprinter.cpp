@@ -133,34 +133,16 @@ private slots:
 
     void keepsValueTexts_data()
     {
-        QTest::addColumn<QByteArray>("feature");
-        QTest::addColumn<QByteArray>("fileText");
-        // Null: the value stays as it was read.
-        QTest::addColumn<QVariant>("edit");
-        QTest::addColumn<QString>("written");
-
-        const auto row = [](const char* a_tag, const char* a_feature, const char* a_text,
-                            const QVariant& a_edit, const char* a_written) {
-            QTest::newRow(a_tag) << QByteArray(a_feature) << QByteArray(a_text) << a_edit << a_written;
-        };
-        row("decimal zeros", "Rate", "250.50", QVariant(), "250.50");
-        row("hexadecimal", "Gain", "0x1F", QVariant(), "0x1F");
-        row("smallest long", "Count", "-9223372036854775808", QVariant(), "-9223372036854775808");
-        row("blanks", "Gain", " 12 ", QVariant(), "12");
-        row("boolean digit", "Flag", "1", QVariant(), "1");
-        row("markup characters", "Note", "a&lt;b&amp;c", QVariant(), "a<b&c");
-        row("edited number", "Gain", "0x1F", QVariant(32), "32");
-        row("edited boolean", "Flag", "1", QVariant(false), "false");
-        row("same value set", "Rate", "250.50", QVariant(250.5), "250.50");
-        row("nearly same value", "Ratio", "250.50", QVariant(250.50000000001), "250.50000000001");
+        OrvexTest::addTableRows(QStringLiteral("tests/model/data/printer/value-texts.txt"),
+                                {"feature", "fileText", "edit", "written"});
     }
 
     void keepsValueTexts()
     {
         QFETCH(QByteArray, feature);
         QFETCH(QByteArray, fileText);
-        QFETCH(QVariant, edit);
-        QFETCH(QString, written);
+        QFETCH(QByteArray, edit);
+        QFETCH(QByteArray, written);
 
         QTemporaryDir dir;
         CameraDocument document;
@@ -169,54 +151,33 @@ private slots:
                                   baseFile().replace("</features>", element + "</features>")),
                       s_schema);
         auto* value = qobject_cast<ValueFeatureElementBase*>(document.global(feature));
-        if (edit.isValid())
-            value->setValue(value->instanceCount() - 1, edit);
+        if (!edit.isEmpty()) {
+            QVariant typed = QString::fromLatin1(edit);
+            QVERIFY(typed.convert(value->value().userType()));
+            value->setValue(value->instanceCount() - 1, typed);
+        }
         const QString output = dir.filePath(QStringLiteral("out.lumex"));
         QVERIFY(document.save(output));
 
         Lumex::CamFile file;
         QVERIFY(file.load(QFile::encodeName(output), 0));
         const Lumex::ConstCamProperty features = file.root()["camera"]["features"];
-        QCOMPARE(QString::fromUtf8(features.child(feature, features.count(feature) - 1).get()), written);
+        QCOMPARE(QByteArray(features.child(feature, features.count(feature) - 1).get()), written);
     }
 
     void rejectsCamera_data()
     {
-        QTest::addColumn<QString>("change");
-        QTest::addColumn<QString>("expected");
-
-        const auto row = [](const char* a_tag, const char* a_change, const char* a_kind,
-                            const char* a_function, const char* a_message) {
-            QTest::newRow(a_tag) << a_change
-                                 << QStringLiteral(
-                                        "%1 thrown from Orvex::LumexPrinter::%2 in LumexPrinter.cpp[]: %3")
-                                        .arg(a_kind, a_function, a_message);
-        };
-        row("long hint", "Note=quarnel_config", "BadPathHintException", "printPath",
-            "Excessively long path hint (quarnel_config>camera>features) for print path (quarnel_config).");
-        row("hint mismatch", "Note=quarnel_config,other,features", "BadPathHintException", "printPath",
-            "Internal mismatch from path hint (quarnel_config>camera>features) for print path "
-            "(quarnel_config>other>features).");
-        row("unnamed path element", "Note=quarnel_config,camera,features,,x", "BadPathException", "printPath",
-            "Unnamed element in path (quarnel_config>camera>features>>x).");
-        row("no schema", "schemas", "MissingFeatureException", "printCamera",
-            "Unable to determine the device standard for file generation.");
-        row("mode path", "mode=other", "ModeLoadErrorException", "printMode",
-            R"(Unable to print a path  for the "A&lt;&amp;" mode.)");
-        row("category path", "features=other", "ModeLoadErrorException", "printFeatureList",
-            R"(Unable to print a path for the "features" feature list.)");
-        row("feature path", "Note=quarnel_config,camera,other", "FeatureLoadErrorException", "printFeature",
-            R"(Unable to print a path for the "Note" feature.)");
-        row("unnamed repeated feature", "Note=", "FeatureLoadErrorException", "printFeature",
-            "Unnamed feature at path (quarnel_config>camera>features).");
-        row("unknown feature type", "odd", "UnknownFeatureTypeException", "printFeature",
-            R"(The "Odd" feature is an unknown type.)");
+        OrvexTest::addTableRows(QStringLiteral("tests/model/data/printer/refusals.txt"),
+                                {"changeBytes", "kind", "function", "message"});
     }
 
     void rejectsCamera()
     {
-        QFETCH(QString, change);
-        QFETCH(QString, expected);
+        QFETCH(QByteArray, changeBytes);
+        QFETCH(QByteArray, kind);
+        QFETCH(QByteArray, function);
+        QFETCH(QByteArray, message);
+        const QString change = QString::fromUtf8(changeBytes);
 
         CameraDocument document;
         document.load(OrvexTest::sourcePath(QStringLiteral("tests/model/data/schema/camera.lumex")),
@@ -229,7 +190,6 @@ private slots:
         if (target == QLatin1String("schemas")) {
             printer.setSchemaPaths(QString(), QString());
         } else if (target == QLatin1String("mode")) {
-            // A mode name read from a file may hold markup, which the rich-text message must show as text.
             document.camera()->mode(0)->setName(QStringLiteral("A<&"));
             document.camera()->mode(0)->setElementPath(value);
         } else if (target == QLatin1String("features")) {
@@ -244,7 +204,9 @@ private slots:
         } else {
             global->feature(target)->setElementPath(value);
         }
-        QCOMPARE(OrvexTest::thrownText([&] { printer.print(document.camera()); }), expected);
+        QCOMPARE(OrvexTest::thrownText([&] { printer.print(document.camera()); }),
+                 QStringLiteral("%1 thrown from Orvex::LumexPrinter::%2 in LumexPrinter.cpp[]: %3")
+                     .arg(QString::fromUtf8(kind), QString::fromUtf8(function), QString::fromUtf8(message)));
     }
 
     void failedSaveKeepsFile_data()

@@ -1,3 +1,4 @@
+#include "FileFixtures.h"
 #include "model/LumexTree.h"
 #include "model/LumexTreeElement.h"
 #include "model/LumexTreeMode.h"
@@ -40,7 +41,7 @@ QString shape(const LumexTreeElement* a_node)
     return a_node->name() + (children.isEmpty() ? QString() : "(" + children.join(',') + ")");
 }
 
-bool setFlag(LumexTreeElement* a_node, const QString& a_flag, bool a_value)
+bool setFlag(LumexTreeElement* a_node, const QByteArray& a_flag, bool a_value)
 {
     if (a_flag == "isText")
         return a_node->setIsText(a_value);
@@ -79,52 +80,23 @@ class TestLumexTree : public QObject
 private slots:
     void flagSetters_data()
     {
-        QTest::addColumn<QString>("node"); // "mode", or the name of a plain node; "+child": it has a child
-        QTest::addColumn<QString>("preset");
-        QTest::addColumn<QString>("flag");
-        QTest::addColumn<bool>("request");
-        QTest::addColumn<bool>("returned");
-        // Expected flags afterwards, in the order text, attribute, comment, schema compliant.
-        QTest::addColumn<QString>("flags");
-
-        const auto row = [](const char* a_tag, const char* a_node, const char* a_preset, const char* a_flag,
-                            bool a_request, bool a_returned, const char* a_flags) {
-            QTest::newRow(a_tag) << a_node << a_preset << a_flag << a_request << a_returned << a_flags;
-        };
-        row("text clears attribute", "", "isAttribute", "isText", true, true, "1001");
-        row("text refused with name", "w", "", "isText", true, false, "0001");
-        row("text refused with child", "+child", "", "isText", true, false, "0001");
-        row("text cleared", "", "isText", "isText", false, true, "0001");
-        row("comment clears text, leaves schema", "", "isText", "isComment", true, true, "0010");
-        row("comment refused with name", "w", "", "isComment", true, false, "0001");
-        row("comment refused with child", "+child", "", "isComment", true, false, "0001");
-        row("attribute named", "unit", "", "isAttribute", true, true, "0101");
-        row("attribute clears comment", "", "isComment", "isAttribute", true, true, "0100");
-        row("attribute refused with child", "a+child", "", "isAttribute", true, false, "0001");
-        row("compliant clears comment", "", "isComment", "isSchemaCompliant", true, true, "0001");
-        row("mode never text", "mode", "", "isText", true, false, "0001");
-        row("mode never attribute", "mode", "", "isAttribute", true, false, "0001");
-        row("mode never comment", "mode", "", "isComment", true, false, "0001");
-        row("mode always compliant", "mode+child", "", "isSchemaCompliant", false, false, "0001");
-        // A text, attribute or comment that gets a child becomes a plain element.
-        row("text gets a child", "+child", "isText", "isComment", false, true, "0001");
-        row("attribute gets a child", "a+child", "isAttribute", "isComment", false, true, "0001");
-        row("comment gets a child", "+child", "isComment", "isText", false, true, "0000");
+        OrvexTest::addTableRows(QStringLiteral("tests/model/data/tree/flags.txt"),
+                                {"node", "preset", "flag", "request", "returned", "flags"});
     }
 
     void flagSetters()
     {
-        QFETCH(QString, node);
-        QFETCH(QString, preset);
-        QFETCH(QString, flag);
-        QFETCH(bool, request);
-        QFETCH(bool, returned);
-        QFETCH(QString, flags);
+        QFETCH(QByteArray, node);
+        QFETCH(QByteArray, preset);
+        QFETCH(QByteArray, flag);
+        QFETCH(QByteArray, request);
+        QFETCH(QByteArray, returned);
+        QFETCH(QByteArray, flags);
 
         LumexTree tree(QString{});
         FakeModeElement modeObject(42);
         tree.elementByPath(modesPath + QStringList{"mode"}, true);
-        const QString name = node.section('+', 0, 0);
+        const QString name = QString::fromLatin1(node).section('+', 0, 0);
         LumexTreeElement* element = name == "mode" ? tree.attachMode(&modeObject)
                                                    : tree.elementByPath({"quarnel_config", name}, true);
         QVERIFY(preset.isEmpty() || setFlag(element, preset, true));
@@ -132,9 +104,10 @@ private slots:
         if (child)
             child->setIsSchemaCompliant(true);
 
-        QCOMPARE(setFlag(element, flag, request), returned);
-        QCOMPARE(QString::number(element->isText()) + QString::number(element->isAttribute()) +
-                     QString::number(element->isComment()) + QString::number(element->isSchemaCompliant()),
+        QCOMPARE(setFlag(element, flag, request == "1"), returned == "1");
+        QCOMPARE(QByteArray::number(element->isText()) + QByteArray::number(element->isAttribute()) +
+                     QByteArray::number(element->isComment()) +
+                     QByteArray::number(element->isSchemaCompliant()),
                  flags);
         QVERIFY(!child || child->isSchemaCompliant() == element->isSchemaCompliant());
     }

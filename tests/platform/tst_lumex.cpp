@@ -1,3 +1,4 @@
+#include "FileFixtures.h"
 #include "TestSupport.h"
 #include "platform/Lumex.h"
 
@@ -10,8 +11,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <limits>
-
 namespace {
 
 QByteArray dataFile(const char* a_name)
@@ -20,11 +19,7 @@ QByteArray dataFile(const char* a_name)
         OrvexTest::sourcePath(QStringLiteral("tests/platform/data/") + QLatin1String(a_name)));
 }
 
-QByteArray fileBytes(const QString& a_path)
-{
-    QFile file(a_path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
+using OrvexTest::fileBytes;
 
 QString text(const char* a_text)
 {
@@ -239,32 +234,16 @@ private slots:
 
     void numericAttributes_data()
     {
-        QTest::addColumn<QByteArray>("attribute");
-        QTest::addColumn<QString>("type");
-        QTest::addColumn<bool>("valid");
-        QTest::addColumn<double>("expected");
-
-        QTest::newRow("int hexadecimal with blanks") << QByteArray("v=' 0x1F '") << "int" << true << 31.0;
-        QTest::newRow("int minimum") << QByteArray("v='-2147483648'") << "int" << true << -2147483648.0;
-        QTest::newRow("int overflow") << QByteArray("v='2147483648'") << "int" << false << 0.0;
-        QTest::newRow("int with trailing text") << QByteArray("v='12abc'") << "int" << false << 0.0;
-        QTest::newRow("int absent") << QByteArray("w='1'") << "int" << false << 0.0;
-        QTest::newRow("unsigned maximum, upper-case hexadecimal")
-            << QByteArray("v='0XFFFFFFFF'") << "unsigned" << true << 4294967295.0;
-        QTest::newRow("unsigned overflow") << QByteArray("v='4294967296'") << "unsigned" << false << 0.0;
-        QTest::newRow("unsigned negative") << QByteArray("v='-1'") << "unsigned" << false << 0.0;
-        QTest::newRow("double exponent") << QByteArray("v='+1.5e3'") << "double" << true << 1500.0;
-        QTest::newRow("double infinity")
-            << QByteArray("v='INF'") << "double" << true << std::numeric_limits<double>::infinity();
-        QTest::newRow("double decimal comma") << QByteArray("v='1,5'") << "double" << false << 0.0;
+        OrvexTest::addTableRows(QStringLiteral("tests/platform/data/tables/numbers.txt"),
+                                {"attribute", "type", "expected"});
     }
 
     void numericAttributes()
     {
         QFETCH(QByteArray, attribute);
-        QFETCH(QString, type);
-        QFETCH(bool, valid);
-        QFETCH(double, expected);
+        QFETCH(QByteArray, type);
+        QFETCH(QByteArray, expected);
+        const bool valid = expected != "refused";
 
         const Lumex::CamFile file(QByteArray("<r " + attribute + "/>").constData(),
                                   Lumex::CamFile::SourceText);
@@ -275,11 +254,11 @@ private slots:
             return double(a_value);
         };
         Lumex::Error result;
-        const double value = type == QLatin1String("int")        ? read(99, result)
-                             : type == QLatin1String("unsigned") ? read(99u, result)
-                                                                 : read(99.0, result);
+        const double value = type == "int"        ? read(99, result)
+                             : type == "unsigned" ? read(99u, result)
+                                                  : read(99.0, result);
         QCOMPARE(bool(result), valid);
-        QCOMPARE(value, valid ? expected : 99.0);
+        QCOMPARE(value, valid ? expected.toDouble() : 99.0);
         QVERIFY(valid || (result.message() && *result.message()));
     }
 

@@ -23,6 +23,26 @@ QString shippedSchema(bool a_cameraLink)
                                    : QStringLiteral("config/Pld/LUMEX-CXP.xsd"));
 }
 
+QByteArray unescaped(QByteArray a_field)
+{
+    a_field = a_field.trimmed();
+    if (a_field.size() >= 2 && a_field.startsWith('"') && a_field.endsWith('"'))
+        a_field = a_field.mid(1, a_field.size() - 2);
+    QByteArray bytes;
+    for (int i = 0; i < a_field.size(); ++i) {
+        const char next = i + 1 < a_field.size() && a_field[i] == '\\' ? a_field[++i] : '\0';
+        if (next == '\0')
+            bytes += a_field[i];
+        else if (next == 'n' || next == 't')
+            bytes += next == 'n' ? '\n' : '\t';
+        else if (next == 'x' && i + 2 < a_field.size())
+            bytes += char(a_field.mid((i += 2) - 1, 2).toInt(nullptr, 16));
+        else
+            bytes += next;
+    }
+    return bytes;
+}
+
 } // namespace
 
 QByteArray fileBytes(const QString& a_path)
@@ -45,6 +65,31 @@ void addFolderRows(const QString& a_relative)
     const QDir cases(sourcePath(a_relative));
     for (const QString& name : cases.entryList(QDir::Dirs | QDir::NoDotAndDotDot))
         QTest::newRow(qPrintable(name)) << cases.filePath(name);
+}
+
+void addTableRows(const QString& a_relative, const QStringList& a_columns)
+{
+    // Qt keeps the column names by their address.
+    static QList<QByteArray> s_names;
+    for (const QString& column : a_columns) {
+        s_names << column.toUtf8();
+        QTest::addColumn<QByteArray>(s_names.last().constData());
+    }
+    for (const QByteArray& line : fileBytes(sourcePath(a_relative)).split('\n')) {
+        if (line.trimmed().isEmpty() || line.startsWith('#'))
+            continue;
+        QList<QByteArray> fields{QByteArray()};
+        for (int i = 0; i < line.size(); ++i) {
+            if (line[i] == '|')
+                fields << QByteArray();
+            else
+                fields.last() += line.mid(i, line[i] == '\\' ? 2 : 1);
+            i += line[i] == '\\' ? 1 : 0;
+        }
+        QTestData& row = QTest::newRow(unescaped(fields.first()).constData());
+        for (int column = 1; column <= a_columns.size(); ++column)
+            row << unescaped(fields.value(column));
+    }
 }
 
 QString thrownText(const std::function<void()>& a_call)

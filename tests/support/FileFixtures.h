@@ -23,6 +23,11 @@ QString writtenFile(const QString& a_path, const QByteArray& a_bytes);
 // column "folder": the cases of a table test live on disk, input beside expected output.
 void addFolderRows(const QString& a_relative);
 
+// One data row per line of the table file a_relative (a source path): "tag | value | ...", blank lines
+// and lines starting with "#" left out. A value is trimmed unless quoted ("  a  "); \n, \t, \xHH and
+// a backslash before any other character stand for that byte. Every column is a QByteArray.
+void addTableRows(const QString& a_relative, const QStringList& a_columns);
+
 // The text of a_call's exception with line numbers cut to "[]", so that expectations survive edits of
 // the throwing file; empty when nothing was thrown.
 QString thrownText(const std::function<void()>& a_call);
