@@ -306,6 +306,8 @@ void TestCameraModes::uniqueNames()
     QCOMPARE(mode->name(), expected);
     QCOMPARE(at, position < 0 ? document.camera->modeCount() - 1 : position);
     QCOMPARE(document.camera->mode(at), mode);
+    // A mode renamed to the name it has keeps it.
+    QCOMPARE(document.camera->uniqueModeName(' ' + mode->name(), mode), mode->name());
 }
 
 void TestCameraModes::removeCurrentMode_data()
