@@ -386,37 +386,29 @@ private slots:
 
     void invalidInput_data()
     {
-        QTest::addColumn<QString>("operation");
-        QTest::addColumn<QByteArray>("argument");
-
-        QTest::newRow("comment with double dash") << "comment" << QByteArray("a--b");
-        QTest::newRow("comment ending in dash") << "comment" << QByteArray("a-");
-        QTest::newRow("control character in text") << "text" << QByteArray("a\x01z");
-        QTest::newRow("invalid UTF-8 in text") << "text" << QByteArray("a\xc3z");
-        QTest::newRow("element name with blank") << "element" << QByteArray("bad name");
-        QTest::newRow("attribute name with two colons") << "attributeName" << QByteArray("a:b:c");
-        QTest::newRow("root name") << "root" << QByteArray("<root>");
+        OrvexTest::addTableRows(QStringLiteral("tests/platform/data/tables/invalid-input.txt"),
+                                {"operation", "argument"});
     }
 
     // What cannot be written as well-formed markup is refused, and the document stays writable.
     void invalidInput()
     {
-        QFETCH(QString, operation);
+        QFETCH(QByteArray, operation);
         QFETCH(QByteArray, argument);
 
         Lumex::CamFile file("quarnel_config", 2);
         Lumex::CamProperty root = file.root();
         Lumex::CamProperty text = root.push_back(Lumex::CamProperty::TextNode);
         QVERIFY(text.set("kept"));
-        if (operation == QLatin1String("comment")) {
+        if (operation == "comment") {
             QVERIFY(!root.push_back(Lumex::CamProperty::CommentNode).set(argument.constData()));
-        } else if (operation == QLatin1String("text")) {
+        } else if (operation == "text") {
             QVERIFY(!text.set(argument.constData()));
             QVERIFY(!root.set(argument.constData()));
             QVERIFY(!root.set("a", argument.constData()));
-        } else if (operation == QLatin1String("element")) {
+        } else if (operation == "element") {
             QVERIFY(root.push_back(argument.constData()).isNull());
-        } else if (operation == QLatin1String("attributeName")) {
+        } else if (operation == "attributeName") {
             QVERIFY(!root.set(argument.constData(), "v"));
         } else {
             Lumex::CamFile bad(argument.constData(), 2);
@@ -431,32 +423,14 @@ private slots:
 
     void declaration_data()
     {
-        QTest::addColumn<QByteArray>("declaration");
-        QTest::addColumn<bool>("useNull");
-        QTest::addColumn<QByteArray>("start");
-        QTest::addColumn<QByteArray>("encodedText");
-
-        const QByteArray cafeUtf8("caf\xc3\xa9");
-        QTest::newRow("default") << QByteArray() << true
-                                 << QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<r>") << cafeUtf8;
-        QTest::newRow("none") << QByteArray("") << false << QByteArray("<r>") << cafeUtf8;
-        QTest::newRow("whole declaration")
-            << QByteArray("<?xml version='1.0' standalone='yes'?>") << false
-            << QByteArray("<?xml version='1.0' standalone='yes'?>\n<r>") << cafeUtf8;
-        QTest::newRow("pseudo-attributes in Latin-1")
-            << QByteArray("version=\"1.0\" encoding=\"ISO-8859-1\"") << false
-            << QByteArray("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n<r>") << QByteArray("caf\xe9");
-        QTest::newRow("not a declaration") << QByteArray("hello") << false << QByteArray() << QByteArray();
-        QTest::newRow("unknown encoding") << QByteArray("version=\"1.0\" encoding=\"no-such-charset\"")
-                                          << false << QByteArray() << QByteArray();
-        QTest::newRow("encoding that is not ASCII")
-            << QByteArray("version=\"1.0\" encoding=\"UTF-16\"") << false << QByteArray() << QByteArray();
+        OrvexTest::addTableRows(QStringLiteral("tests/platform/data/tables/declarations.txt"),
+                                {"declaration", "start", "encodedText"});
     }
 
     void declaration()
     {
         QFETCH(QByteArray, declaration);
-        QFETCH(bool, useNull);
+        const bool useNull = declaration == "null";
         QFETCH(QByteArray, start);
         QFETCH(QByteArray, encodedText);
 

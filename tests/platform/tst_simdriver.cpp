@@ -195,22 +195,18 @@ private slots:
 
     void registers_data()
     {
-        QTest::addColumn<unsigned>("id");
-        QTest::addColumn<QByteArray>("name");
-        QTest::addColumn<quint32>("value");
-        QTest::newRow("explicit id 0") << 0u << QByteArray("First") << quint32(5);
-        QTest::newRow("explicit last id") << 3676u << QByteArray("Last") << quint32(0xFFFFFFFF);
-        QTest::newRow("first free id, by name") << 1u << QByteArray("Alpha") << quint32(9);
-        QTest::newRow("next free id") << 2u << QByteArray("Beta") << quint32(7);
-        QTest::newRow("id count") << QNRegIdCount << QByteArray() << quint32(0);
+        OrvexTest::addTableRows(QStringLiteral("tests/platform/data/tables/registers.txt"),
+                                {"idText", "name", "valueText"});
     }
 
     // Names, values and writes; a write is seen through every handle on the board, and no other board.
     void registers()
     {
-        QFETCH(unsigned, id);
+        QFETCH(QByteArray, idText);
         QFETCH(QByteArray, name);
-        QFETCH(quint32, value);
+        QFETCH(QByteArray, valueText);
+        const unsigned id = idText.toUInt();
+        const quint32 value = valueText.toUInt();
         QVERIFY(loadMachine(machine()));
         const HwBrdHandle handle = openBoard(0);
         const bool supported = !name.isEmpty();
@@ -227,21 +223,16 @@ private slots:
 
     void cameraRegisters_data()
     {
-        QTest::addColumn<quint32>("address");
-        QTest::addColumn<qint64>("value"); // -1: the camera has no such register
-        QTest::newRow("number") << quint32(0) << qint64(3232209637u);
-        QTest::newRow("upper-case 0X address") << quint32(0x6000) << qint64(2048);
-        QTest::newRow("text, first word") << quint32(0x2000) << qint64(0x51756172); // "Quar"
-        QTest::newRow("text, last word") << quint32(0x2004) << qint64(0x6E656C00);  // "nel\0"
-        QTest::newRow("four-byte text's terminator") << quint32(0x2014) << qint64(0);
-        QTest::newRow("beyond the text") << quint32(0x2008) << qint64(-1);
-        QTest::newRow("unaligned") << quint32(0x6002) << qint64(-1);
+        OrvexTest::addTableRows(QStringLiteral("tests/platform/data/tables/camera-registers.txt"),
+                                {"addressText", "valueText"});
     }
 
     void cameraRegisters()
     {
-        QFETCH(quint32, address);
-        QFETCH(qint64, value);
+        QFETCH(QByteArray, addressText);
+        QFETCH(QByteArray, valueText);
+        const quint32 address = addressText.toUInt(nullptr, 0);
+        const qint64 value = valueText.isEmpty() ? -1 : valueText.toLongLong(nullptr, 0);
         QVERIFY(loadMachine(machine()));
         const HwBrdHandle handle = openBoard(1);
         std::uint32_t read = 0xDEADBEEF;
