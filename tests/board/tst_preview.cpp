@@ -333,7 +333,8 @@ private slots:
         for (int i = 0; i < acquisition.setupModeCount(); ++i)
             names << acquisition.setupModeName(i);
         QCOMPARE(names, g_modes);
-        QVERIFY(acquisition.setupModeDescription(0).contains("Grey test mode."));
+        QCOMPARE(acquisition.setupModeDescription(0), QString("64x48 Mono8, 250 fps - Grey test mode."));
+        QCOMPARE(acquisition.setupModeDescription(7), QString("64x48 Mono8, software trigger"));
         QCOMPARE(acquisition.currentSetupMode(), QString("Colour"));
         QCOMPARE(acquisition.pixelLayout(), PixelLayout::BayerRG8);
         QVERIFY(acquisition.canSetupMode() && !acquisition.canSetup());
