@@ -320,6 +320,21 @@ private slots:
         QVERIFY(!a && !b && !detached);
     }
 
+    // Compliant leaves go, repeatedly; unknown content and what leads to it stay.
+    void prune()
+    {
+        LumexTree tree(QString{});
+        LumexTreeElement* config = tree.elementByPath({"quarnel_config"}, true);
+        tree.elementByPath({"quarnel_config", "camera", "modes", "mode", "Acquisition"}, true);
+        tree.elementByPath({"quarnel_config", "camera", "Name"}, true)->setValue("value");
+        tree.elementByPath({"quarnel_config", "camera", "vendor", "note"}, false);
+        tree.elementByPath({"quarnel_config", "board", "Trigger"}, true);
+        tree.elementByPath({"quarnel_config", "board", "unknown"}, false);
+
+        config->prune();
+        QCOMPARE(shape(config), QStringLiteral("quarnel_config(camera(vendor(note)),board(unknown))"));
+    }
+
     void deepCopy()
     {
         LumexTree tree(QString{});
