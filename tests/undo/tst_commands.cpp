@@ -1,4 +1,4 @@
-#include "../elements/TestMainWindow.h"
+#include "RecordingDocumentHost.h"
 #include "UndoFixtures.h"
 #include "elements/BooleanFeature.h"
 #include "elements/CameraElement.h"
@@ -133,7 +133,7 @@ struct Document
         return QSharedPointer<UndoRedoValueFeatureChange>::create(element, label, 0, old, a_value);
     }
 
-    TestMainWindow window;
+    OrvexTest::RecordingDocumentHost window;
     WindowElement* element = nullptr;
     CameraElement* camera = nullptr;
     UndoRedoStack* stack = nullptr;
@@ -451,5 +451,4 @@ private slots:
 };
 
 QTEST_MAIN(TestCommands)
-#include "../elements/moc_TestMainWindow.cpp"
 #include "tst_commands.moc"
