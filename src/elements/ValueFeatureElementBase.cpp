@@ -4,6 +4,7 @@
 #include "elements/UndoRedoValueFeatureChange.h"
 #include "elements/ValueFeatureObserverBase.h"
 #include "elements/WindowElement.h"
+#include "model/NumericValue.h"
 
 #include <QSharedPointer>
 
@@ -108,15 +109,6 @@ QList<ValueFeatureObserverBase*> ValueFeatureElementBase::observers() const
     return living;
 }
 
-bool ValueFeatureElementBase::isIdentical(const QVariant& a_left, const QVariant& a_right)
-{
-    if (a_left.userType() != a_right.userType())
-        return false;
-    if (a_left.userType() == QMetaType::Double)
-        return a_left.toDouble() == a_right.toDouble();
-    return a_left == a_right;
-}
-
 QVariant ValueFeatureElementBase::valueFromText(const QString& a_text, bool* a_ok) const
 {
     if (a_ok)
@@ -159,7 +151,7 @@ QString ValueFeatureElementBase::valueText(size_t a_index) const
         // edit through a widget), so it is compared as it would be read from its own text.
         bool ok = false;
         const QVariant normalized = valueFromText(textFromValue(held), &ok);
-        if (isIdentical(ok ? normalized : held, read.value))
+        if (NumericValue::isIdentical(ok ? normalized : held, read.value))
             return read.text;
     }
     return textFromValue(held);

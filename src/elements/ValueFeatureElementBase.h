@@ -68,10 +68,6 @@ public:
     // this one: how a feature read from the schema is copied to every place where it is used.
     virtual ValueFeatureElementBase* cloneFeature(ElementBase* a_parentElement) const = 0;
 
-    // Same type and same value. QVariant's own comparison converts between types and compares doubles
-    // fuzzily, which would take 250.5 read from "250.50" for 250.50000000001 and write the old text back.
-    static bool isIdentical(const QVariant& a_left, const QVariant& a_right);
-
     // The value a camera file's text stands for, in the form this feature stores; null with a_ok false
     // for a text that is no value of this feature. Every text is a value here.
     virtual QVariant valueFromText(const QString& a_text, bool* a_ok = nullptr) const;
