@@ -84,13 +84,15 @@ private slots:
         QVERIFY(!changes->isEnabled());
         QCOMPARE(changes->menu()->actions().size(), 1);
 
-        QVERIFY(exposureEditor(*window));
-        QVERIFY(window->nameLabel()->text().contains("<a href=\"mode:Default\""));
+        QVERIFY(exposureEditor(*window) && window->nameLabel()->text().contains("<a href=\"mode:Default\""));
         QTabWidget* tabs = window->categoryTabs();
-        QTest::mouseClick(window->cameraTreeView()->viewport(), Qt::BackButton);
-        QTRY_COMPARE(tabs->tabText(tabs->currentIndex()), QStringLiteral("Sensor"));
-        QTest::mouseClick(window->cameraTreeView()->viewport(), Qt::ForwardButton);
-        QTRY_COMPARE(tabs->tabText(tabs->currentIndex()), QStringLiteral("Timing"));
+        // Back to the camera's page and forward again: the window follows the pages the document goes to.
+        const QStringList pages{"Sensor", "Global Features", "Sensor", "Timing"};
+        for (int step = 0; step < pages.size(); ++step) {
+            QTest::mouseClick(window->cameraTreeView()->viewport(),
+                              step < 2 ? Qt::BackButton : Qt::ForwardButton);
+            QTRY_COMPARE(tabs->tabText(tabs->currentIndex()), pages[step]);
+        }
 
         QAbstractSpinBox* editor = exposureEditor(*window);
         editor->setFocus();
@@ -138,7 +140,6 @@ private slots:
     {
         QFETCH(QMessageBox::StandardButton, answer);
         auto window = makeWindow();
-        window->show();
         const QString path = example();
         QVERIFY(window->openFile(path));
         QVERIFY(moveSecondModeUp(*window));
@@ -158,7 +159,6 @@ private slots:
         QTimer::singleShot(0, window.get(), [&window] {
             auto* dialog = window->findChild<QProgressDialog*>();
             QVERIFY(dialog && dialog->isVisible());
-            QCOMPARE(dialog->windowTitle(), QStringLiteral("File Load Progress"));
             dialog->findChild<QPushButton*>()->click();
         });
         QVERIFY(!window->openFile(example()));
