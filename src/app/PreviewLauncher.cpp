@@ -14,8 +14,8 @@
 
 namespace Orvex {
 
-void PreviewLauncher::launch(QWidget* a_parent, CameraElement* a_camera, const QString& a_filePath,
-                             int a_preferredBoard)
+QWidget* PreviewLauncher::launch(QWidget* a_parent, CameraElement* a_camera, const QString& a_filePath,
+                                 int a_preferredBoard)
 {
     QStringList modes;
     for (const ModeElement* mode : a_camera->modes())
@@ -32,7 +32,7 @@ void PreviewLauncher::launch(QWidget* a_parent, CameraElement* a_camera, const Q
         if (ModeElement* current = a_camera->currentMode())
             chooser.setCurrentMode(current->name());
         if (chooser.exec() != QDialog::Accepted)
-            return;
+            return nullptr;
         boardNumber = chooser.currentBoardNumber();
         modeName = chooser.currentMode();
     }
@@ -44,6 +44,7 @@ void PreviewLauncher::launch(QWidget* a_parent, CameraElement* a_camera, const Q
         Viewport::WindowQt* preview = PreviewAcqIf::openPreview(unsigned(boardNumber), a_filePath, modeName);
         preview->setWindowTitle(QFileInfo(a_filePath).fileName() + QStringLiteral(" on ") + boardName);
         preview->show();
+        return preview;
     } catch (const QNExceptionBase& a_exception) {
         warnFailure(a_parent, QStringLiteral("Quarnel Error"),
                     QStringLiteral("<p>Caught a Quarnel exception during acquisition preview:</p>"),
@@ -56,6 +57,20 @@ void PreviewLauncher::launch(QWidget* a_parent, CameraElement* a_camera, const Q
         warnFailure(a_parent, QStringLiteral("Unknown Error"),
                     QStringLiteral("<p>Caught an unknown exception during acquisition preview.</p>"));
     }
+    return nullptr;
+}
+
+void PreviewLauncher::close(QWidget* a_preview)
+{
+    // Stopped first, so that the board is not left running while the viewer goes.
+    if (auto* viewer = qobject_cast<Viewport::WindowQt*>(a_preview)) {
+        using State = Viewport::ImperativeAcquisitionInterface::State;
+        Viewport::ImperativeAcquisitionInterface* acquisition = viewer->acquisition();
+        const State state = acquisition ? acquisition->acquisitionState() : State::NotSetUp;
+        if (state == State::Running || state == State::Paused)
+            acquisition->stop();
+    }
+    a_preview->close();
 }
 
 } // namespace Orvex

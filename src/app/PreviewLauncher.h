@@ -13,9 +13,12 @@ class PreviewLauncher
 public:
     // Asks for the board and the mode when there is more than one of either to choose from, offering
     // a_preferredBoard and the camera's current mode first; only boards of the camera's standard are
-    // offered. Failures are told to the user; a cancelled choice opens nothing.
-    static void launch(QWidget* a_parent, CameraElement* a_camera, const QString& a_filePath,
-                       int a_preferredBoard);
+    // offered. Failures are told to the user; a cancelled choice opens nothing and gives null. The
+    // preview is a top-level window of its own, deleted when closed.
+    static QWidget* launch(QWidget* a_parent, CameraElement* a_camera, const QString& a_filePath,
+                           int a_preferredBoard);
+    // Stops the preview's acquisition when it runs, then closes (and so deletes) the preview.
+    static void close(QWidget* a_preview);
 };
 
 } // namespace Orvex

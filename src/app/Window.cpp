@@ -25,6 +25,7 @@
 #include <QCloseEvent>
 #include <QDir>
 #include <QDockWidget>
+#include <QDropEvent>
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -100,6 +101,7 @@ Window::Window(QWidget* a_parent) : QMainWindow(a_parent)
 Window::~Window()
 {
     qApp->removeEventFilter(this);
+    closePreviews();
     storeGeometry();
     m_treeModel->setWindowElement(nullptr);
     parkTabPages();
@@ -261,7 +263,7 @@ void Window::createDock()
     m_treeView->setSelectionMode(QAbstractItemView::SingleSelection);
     m_treeView->setEditTriggers(QAbstractItemView::EditKeyPressed | QAbstractItemView::SelectedClicked);
     m_treeView->setDragEnabled(true);
-    m_treeView->setDragDropMode(QAbstractItemView::DragOnly);
+    m_treeView->setDragDropMode(QAbstractItemView::DragDrop);
     m_treeView->setDefaultDropAction(Qt::CopyAction);
     m_treeView->setUniformRowHeights(true);
     layout->addWidget(m_treeView);
@@ -400,6 +402,26 @@ bool Window::eventFilter(QObject* a_watched, QEvent* a_event)
         if (mouse->button() == Qt::ForwardButton) {
             emit m_host->forward();
             return true;
+        }
+    }
+    // The tree takes drops of its own modes; a camera file dropped on it opens as anywhere else.
+    if (m_treeView && a_watched == m_treeView->viewport()) {
+        switch (a_event->type()) {
+        case QEvent::DragEnter:
+        case QEvent::DragMove:
+            if (!droppableFile(static_cast<QDropEvent*>(a_event)).isEmpty()) {
+                static_cast<QDropEvent*>(a_event)->acceptProposedAction();
+                return true;
+            }
+            break;
+        case QEvent::Drop:
+            if (!droppableFile(static_cast<QDropEvent*>(a_event)).isEmpty()) {
+                dropEvent(static_cast<QDropEvent*>(a_event));
+                return true;
+            }
+            break;
+        default:
+            break;
         }
     }
     return QMainWindow::eventFilter(a_watched, a_event);

@@ -137,6 +137,9 @@ private:
     void onCategoryChanged(int a_index);
     void onNameLabelLink(const QString& a_text);
     void onFileChanged(const QString& a_path, bool a_gone);
+    // The changed-file question while the document holds unsaved changes; true when the document now
+    // matches a file on disk.
+    bool settleChangedFile(const QString& a_path);
     void showQueuedMessages();
 
     void setDocumentPath(const QString& a_docPath);
@@ -157,6 +160,7 @@ private:
     // A local ".lumex" file when the drag carries exactly one URL from outside the program.
     QString droppableFile(const QDropEvent* a_event) const;
     void storeGeometry();
+    void closePreviews();
 
     QString m_configPath;
     QString m_cxpXsdPath;
@@ -199,6 +203,8 @@ private:
     QPointer<DragMenu> m_recentMenu;
     QPointer<DragMenu> m_boardMenu;
     QVector<QPointer<QPushButton>> m_modeButtons;
+    // The previews opened from this window's document; they go with it.
+    QVector<QPointer<QWidget>> m_previews;
 };
 
 } // namespace Orvex

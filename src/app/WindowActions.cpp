@@ -33,28 +33,11 @@ QList<QKeySequence> shortcutsOf(const QKeySequence& a_first, QKeySequence::Stand
 
 void fillHistoryButton(QToolButton* a_button, QMenu* a_menu, QAction* a_placeholder)
 {
-    const bool empty = a_menu->actions().isEmpty();
-    if (empty)
+    if (a_menu->actions().isEmpty())
         a_menu->addAction(a_placeholder);
-    if (!a_button)
-        return;
-    QAction* first = a_menu->actions().value(0);
-    if (!empty && first && first->isEnabled()) {
-        a_button->setDefaultAction(first);
+    // The button follows its one-step action; only the arrow needs the menu to have entries.
+    if (a_button)
         a_button->setMenu(a_menu);
-        a_button->setPopupMode(QToolButton::MenuButtonPopup);
-        // Entries without an icon would turn the button into a long text in the tool bar.
-        if (first->icon().isNull())
-            a_button->setIcon(a_menu->icon());
-    } else {
-        a_button->setDefaultAction(nullptr);
-        a_button->setMenu(a_menu);
-        a_button->setIcon(a_menu->icon());
-        a_button->setText(a_menu->title());
-        a_button->setToolTip(QString(a_menu->title()).remove(QLatin1Char('&')));
-        a_button->setPopupMode(QToolButton::InstantPopup);
-    }
-    a_button->setEnabled(!empty);
 }
 
 } // namespace
@@ -216,16 +199,23 @@ WindowActions WindowActions::create(QMainWindow* a_window, QMenu* a_boardMenu, Q
     tools->addSeparator();
     tools->addAction(actions.m_previewAction);
 
-    // The two history menus stand where back and undo would: each button runs its menu's first entry
-    // or opens the menu.
-    actions.m_historyButton = new QToolButton(tools);
-    actions.m_historyButton->setObjectName(QStringLiteral("RecentHistoryButton"));
-    actions.m_historyButton->setMenu(actions.m_historyMenu);
-    tools->insertWidget(actions.m_forwardAction, actions.m_historyButton);
-    actions.m_changesButton = new QToolButton(tools);
-    actions.m_changesButton->setObjectName(QStringLiteral("RecentChangesButton"));
-    actions.m_changesButton->setMenu(actions.m_changesMenu);
-    tools->insertWidget(actions.m_redoAction, actions.m_changesButton);
+    // Back and undo stand in the tool bar as buttons that go one step when clicked, as the keys do, and
+    // open their history menu from the arrow; the first entry of a history menu is the current state,
+    // so running it on a click would do nothing.
+    const auto menuButton = [tools](const QString& a_name, QAction* a_step, QMenu* a_menu,
+                                    QAction* a_before) {
+        auto* button = new QToolButton(tools);
+        button->setObjectName(a_name);
+        button->setDefaultAction(a_step);
+        button->setMenu(a_menu);
+        button->setPopupMode(QToolButton::MenuButtonPopup);
+        tools->insertWidget(a_before, button);
+        return button;
+    };
+    actions.m_historyButton = menuButton(QStringLiteral("RecentHistoryButton"), actions.m_backAction,
+                                         actions.m_historyMenu, actions.m_forwardAction);
+    actions.m_changesButton = menuButton(QStringLiteral("RecentChangesButton"), actions.m_undoAction,
+                                         actions.m_changesMenu, actions.m_redoAction);
     actions.m_toolBar = tools;
     return actions;
 }

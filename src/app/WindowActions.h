@@ -52,7 +52,8 @@ struct WindowActions
     QPointer<QMenu> m_changesMenu;
     QPointer<QMenu> m_historyMenu;
     QPointer<QToolBar> m_toolBar;
-    // Tool bar buttons that carry the "Recent &History" and "Recent Changes" menus.
+    // The tool bar buttons of Go Back and Undo, whose arrows open the "Recent &History" and "Recent
+    // Changes" menus.
     QPointer<QToolButton> m_historyButton;
     QPointer<QToolButton> m_changesButton;
 };

@@ -3,6 +3,7 @@
 #include "app/CameraTreeModel.h"
 #include "app/FailureWarning.h"
 #include "app/LumexExtraDataDialog.h"
+#include "app/MessageButtonTexts.h"
 #include "app/PreviewLauncher.h"
 #include "app/RecentlyOpenedFilesSource.h"
 #include "board/QNBrdDataSource.h"
@@ -31,6 +32,7 @@
 #include <QUrl>
 
 #include <memory>
+#include <utility>
 
 namespace Orvex {
 
@@ -120,6 +122,7 @@ bool Window::settleDocumentState()
 
 void Window::discardDocument()
 {
+    closePreviews();
     m_treeModel->setWindowElement(nullptr);
     updateModeCategories();
     m_session->close();
@@ -337,7 +340,19 @@ void Window::openPreview()
     }
 
     const int preferredBoard = m_boardNumber >= 0 ? m_boardNumber : int(m_dataSource->board());
-    PreviewLauncher::launch(this, windowElement()->camera(), m_documentPath, preferredBoard);
+    if (QWidget* preview =
+            PreviewLauncher::launch(this, windowElement()->camera(), m_documentPath, preferredBoard))
+        m_previews << preview;
+}
+
+void Window::closePreviews()
+{
+    // Otherwise they would outlive the window and, being windows of their own, keep the program running.
+    const QVector<QPointer<QWidget>> previews = std::exchange(m_previews, {});
+    for (const QPointer<QWidget>& preview : previews) {
+        if (preview)
+            PreviewLauncher::close(preview);
+    }
 }
 
 void Window::onFileChanged(const QString& a_path, bool a_gone)
@@ -346,7 +361,9 @@ void Window::onFileChanged(const QString& a_path, bool a_gone)
         return;
     const QSignalBlocker blocker(m_watcher);
     bool keep = false;
-    if (!a_gone) {
+    if (!a_gone && isDocumentModified()) {
+        keep = settleChangedFile(a_path);
+    } else if (!a_gone) {
         const QMessageBox::StandardButton answer = DialogSeam::warning(
             this, QStringLiteral("Current File Changed"),
             QStringLiteral("<p>") + a_path.toHtmlEscaped() +
@@ -370,6 +387,35 @@ void Window::onFileChanged(const QString& a_path, bool a_gone)
         updateDocumentState();
     }
     m_watcher->rewatch();
+}
+
+bool Window::settleChangedFile(const QString& a_path)
+{
+    // Saving here would overwrite the other program's change, so it is not offered: the edits go to a
+    // new file or are given up for the new contents, and either way nothing of the two is lost unasked.
+    const QString title = QStringLiteral("Current File Changed");
+    const MessageButtonTexts texts(title, {{QMessageBox::Yes, QStringLiteral("Reload")},
+                                           {QMessageBox::Save, QStringLiteral("Save As...")}});
+    const QMessageBox::StandardButton answer = DialogSeam::warning(
+        this, title,
+        QStringLiteral("<p>") + a_path.toHtmlEscaped() +
+            QStringLiteral("</p><p>The file has been changed by an external program while it has unsaved "
+                           "changes here.</p><p><b>Reload</b> shows the new contents and discards the "
+                           "changes, <b>Save As...</b> keeps the changes in another file, <b>Ignore</b> "
+                           "keeps editing them.</p>"),
+        QMessageBox::Yes | QMessageBox::Save | QMessageBox::Ignore, QMessageBox::Ignore);
+    if (answer == QMessageBox::Save)
+        return saveAs();
+    if (answer != QMessageBox::Yes)
+        return false;
+    const QMessageBox::StandardButton confirmed =
+        DialogSeam::question(this, QStringLiteral("Discard Changes?"),
+                             QStringLiteral("Reloading discards the unsaved changes. Reload anyway?"),
+                             QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Cancel);
+    if (confirmed != QMessageBox::Discard)
+        return false;
+    discardDocument();
+    return loadDocument(a_path);
 }
 
 void Window::showQueuedMessages()
