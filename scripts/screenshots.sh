@@ -5,7 +5,9 @@
 #   docs/category-page.png    a category tab of a mode of examples/Example_CL.lumex
 #   docs/extra-data.png       the extra-data dialog of that file
 #   docs/feature-editors.png  one editor of every kind, from the fixture in scripts/screenshot-fixture
+#   docs/changed-on-disk.png  the question when another program changes a file that has unsaved edits
 # The editor is built as scripts/run.sh builds it, unless ORVEX_EDITOR names a built one.
+# ORVEX_SCREENSHOTS takes only the pictures it names (space separated, without ".png").
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 docs="${1:-$top/docs}"
@@ -103,23 +105,46 @@ wait_for_window() {
     exit 1
 }
 
+# True when the picture is to be taken this run.
+wanted() {
+    [ -z "${ORVEX_SCREENSHOTS:-}" ] || [[ " $ORVEX_SCREENSHOTS " == *" $1 "* ]]
+}
+
 mkdir -p "$docs"
 
-start_editor '^Orvex$'
-shot documents-page.png
-stop_editor
+if wanted documents-page; then
+    start_editor '^Orvex$'
+    shot documents-page.png
+    stop_editor
+fi
 
 # The first mode, then its second category.
-start_editor '^Orvex \(' -F "$work/Example_CL.lumex"
-keys ctrl+Next ctrl+Tab
-shot category-page.png
-keys alt+f e
-dialog=$(wait_for_window '^LUMEX Extra Data$')
-shot extra-data.png "$dialog"
-stop_editor
+if wanted category-page || wanted extra-data; then
+    start_editor '^Orvex \(' -F "$work/Example_CL.lumex"
+    keys ctrl+Next ctrl+Tab
+    shot category-page.png
+    keys alt+f e
+    dialog=$(wait_for_window '^LUMEX Extra Data$')
+    shot extra-data.png "$dialog"
+    stop_editor
+fi
 
-cp "$top/scripts/screenshot-fixture/FeatureEditors.lumex" "$work/"
-start_editor '^Orvex \(' -CLXSD "$top/scripts/screenshot-fixture/FeatureEditors.xsd" -F "$work/FeatureEditors.lumex"
-keys ctrl+Next
-shot feature-editors.png
-stop_editor
+if wanted feature-editors; then
+    cp "$top/scripts/screenshot-fixture/FeatureEditors.lumex" "$work/"
+    start_editor '^Orvex \(' -CLXSD "$top/scripts/screenshot-fixture/FeatureEditors.xsd" -F "$work/FeatureEditors.lumex"
+    keys ctrl+Next
+    shot feature-editors.png
+    stop_editor
+fi
+
+# An unsaved edit (the second mode moved down), then another program rewrites the file.
+if wanted changed-on-disk; then
+    cp "$top/examples/Example_CL.lumex" "$work/Changed.lumex"
+    start_editor '^Orvex \(' -F "$work/Changed.lumex"
+    keys ctrl+Next ctrl+Next ctrl+Down
+    sed 's/<mode name="Precision"/<mode name="Exact"/' "$work/Changed.lumex" >"$work/Changed.new"
+    mv "$work/Changed.new" "$work/Changed.lumex"
+    dialog=$(wait_for_window '^Current File Changed$')
+    shot changed-on-disk.png
+    stop_editor
+fi
