@@ -1,4 +1,4 @@
-#include "TestMainWindow.h"
+#include "RecordingDocumentHost.h"
 #include "elements/BooleanFeature.h"
 #include "elements/CameraElement.h"
 #include "elements/CameraGlobalCategory.h"
@@ -84,7 +84,7 @@ struct Document
 
     int currentModeIndex() const { return camera->indexOfMode(camera->currentMode()); }
 
-    TestMainWindow window;
+    OrvexTest::RecordingDocumentHost window;
     WindowElement* element = nullptr;
     CameraElement* camera = nullptr;
 };
@@ -97,7 +97,7 @@ void run(Document& a_document, const QString& a_step)
     const QStringList words = a_step.split(QLatin1Char(' '));
     const QString& op = words.first();
     const int number = words.value(1).toInt();
-    TestMainWindow& window = a_document.window;
+    OrvexTest::RecordingDocumentHost& window = a_document.window;
     CameraElement* camera = a_document.camera;
     if (op == "mode")
         emit window.modeSelected(number);
@@ -470,5 +470,4 @@ void TestCameraModes::cloneMode()
 }
 
 QTEST_MAIN(TestCameraModes)
-#include "moc_TestMainWindow.cpp"
 #include "tst_cameramodes.moc"

@@ -128,67 +128,15 @@ class TestFeatureElement : public QObject
 private slots:
     void instanceChanges_data()
     {
-        QTest::addColumn<QString>("widget");
-        QTest::addColumn<QString>("before");
-        QTest::addColumn<size_t>("count");
-        QTest::addColumn<QString>("operation");
-        QTest::addColumn<QString>("after");
-        QTest::addColumn<QString>("values");
-        QTest::addColumn<QString>("signalLog");
-
-        for (const char* widget : {"none", "before", "after"}) {
-            const auto row = [widget](const char* a_name, const char* a_before, size_t a_count,
-                                      const char* a_operation, const char* a_after, const char* a_values,
-                                      const char* a_signalLog) {
-                QTest::addRow("%s, widget %s", a_name, widget)
-                    << QString(widget) << QString(a_before) << a_count << QString(a_operation)
-                    << QString(a_after) << QString(a_values) << QString(a_signalLog);
-            };
-            row("enabling a toggle", "0..1", 0, "enabled 1", "0..1", "v0", "inserted 0,min 0,max 1");
-            row("disabling keeps minOccurs", "2..*", 5, "enabled 0", "2..*", "v0 v1", "min 1");
-            row("disabling a toggle", "0..1", 1, "enabled 0", "0..1", "", "max 0,min 1");
-            row("minOccurs above the count", "0..5", 1, "minOccurs 3", "3..5", "v0 v1 v2",
-                "inserted 1,inserted 2,min 1,max 0");
-            row("minOccurs above maxOccurs", "1..2", 2, "minOccurs 4", "4..4", "v0 v1 v2 v3",
-                "inserted 2,inserted 3,max 1,min 1,max 1");
-            row("minOccurs lowered", "3..5", 4, "minOccurs 1", "1..5", "v0 v1 v2 v3", "min 0,max 0");
-            row("maxOccurs below the count", "0..*", 5, "maxOccurs 2", "0..2", "v0 v1", "min 0,max 1");
-            row("maxOccurs below minOccurs", "3..5", 4, "maxOccurs 1", "1..1", "v0", "min 1,min 1,max 1");
-            row("insert clamps the index", "0..5", 2, "insert 7", "0..5", "v0 v1 v2", "inserted 2");
-            row("insert before an instance", "0..5", 3, "insert 1", "0..5", "v0 v3 v1 v2", "inserted 1");
-            row("insert from minimum to maximum", "1..2", 1, "insert 0", "1..2", "v1 v0",
-                "inserted 0,min 0,max 1");
-            row("insert beyond maxOccurs", "0..2", 2, "insert 0", "0..2", "v0 v1", "");
-            row("remove below minOccurs", "2..5", 2, "remove 0", "2..5", "v0 v1", "");
-            row("remove from maximum to minimum", "1..2", 2, "remove 0", "1..2", "v1", "max 0,min 1");
-            row("remove beyond the end takes the last", "0..5", 3, "remove 9", "0..5", "v0 v1", "");
-            row("move first to last", "0..*", 3, "move 0 2", "0..*", "v1 v2 v0", "");
-            row("move beyond the end", "0..*", 3, "move 0 3", "0..*", "v0 v1 v2", "");
-            if (QLatin1String(widget) != "after")
-                continue;
-            // What the user asks for only goes to the undo stack ("ask ..."); nothing changes yet.
-            row("row + of instance 2", "1..5", 3, "click + 2", "1..5", "v0 v1 v2", "ask insert 2");
-            row("trailing +", "1..5", 3, "click + trailing", "1..5", "v0 v1 v2", "ask insert 3");
-            row("row - of instance 1", "1..5", 3, "click - 1", "1..5", "v0 v1 v2", "ask remove 1");
-            row("trailing -", "1..5", 3, "click - trailing", "1..5", "v0 v1 v2", "ask remove 2");
-            row("trailing + at maximum", "1..3", 3, "click + trailing", "1..3", "v0 v1 v2", "");
-            row("user insert without sender", "1..5", 3, "user insert", "1..5", "v0 v1 v2", "ask insert 3");
-            row("user remove without sender", "1..5", 3, "user remove", "1..5", "v0 v1 v2", "ask remove 2");
-            row("user insert beyond the end", "1..5", 3, "user insert 9", "1..5", "v0 v1 v2", "ask insert 3");
-            row("user remove beyond the end", "1..5", 3, "user remove 3", "1..5", "v0 v1 v2", "");
-            row("user remove at minimum", "3..3", 3, "user remove 0", "3..3", "v0 v1 v2", "");
-            row("user reinsert", "1..5", 3, "user reinsert 0 2", "1..5", "v0 v1 v2", "ask reinsert 0 2");
-            row("user reinsert beyond the end", "1..5", 3, "user reinsert 0 3", "1..5", "v0 v1 v2", "");
-            row("user disable", "1..5", 3, "user enable 0", "1..5", "v0 v1 v2", "ask remove 2,ask remove 1");
-            row("user enable without instances", "0..1", 0, "user enable 1", "0..1", "", "ask insert 0");
-        }
+        OrvexTest::addTextRows("tests/elements/data/featureelement/instances.txt");
     }
 
     void instanceChanges()
     {
         QFETCH(QString, widget);
         QFETCH(QString, before);
-        QFETCH(size_t, count);
+        QFETCH(QString, countText);
+        const size_t count = countText.toULongLong();
         QFETCH(QString, operation);
         QFETCH(QString, after);
         QFETCH(QString, values);

@@ -14,6 +14,11 @@ namespace OrvexTest {
 // long listing is compared line by line and a mismatch names the first line that differs.
 QStringList goldenLines(const QString& a_relative);
 
+// The data rows of a table file a_relative: a header line "tag | column | ..." names the columns, then
+// each line "tag | value | ..." is a row, every column a QString. Values are trimmed unless quoted
+// ("  a "); \n, \t and \| stand for a line break, a tab and a bar. Blank lines and "#" lines are skipped.
+void addTextRows(const QString& a_relative);
+
 // A bare parent for the features under test: it owns a page widget and has nothing to highlight.
 class HolderElement : public Orvex::WidgetElementBase
 {
