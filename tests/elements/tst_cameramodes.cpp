@@ -1,3 +1,4 @@
+#include "ElementFixtures.h"
 #include "RecordingDocumentHost.h"
 #include "elements/BooleanFeature.h"
 #include "elements/CameraElement.h"
@@ -141,9 +142,7 @@ private slots:
     void selection();
     void uniqueNames_data();
     void uniqueNames();
-    void removeCurrentMode_data();
     void removeCurrentMode();
-    void categoryEnabled_data();
     void categoryEnabled();
     void cameraStandard();
     void cloneMode();
@@ -151,83 +150,27 @@ private slots:
 
 void TestCameraModes::selection_data()
 {
-    QTest::addColumn<int>("modes");
-    QTest::addColumn<int>("categories");
-    QTest::addColumn<QStringList>("script");
-    QTest::addColumn<QStringList>("expected");
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<int>("category");
-    // The undo/redo and back/forward buttons' last states, "U R/B F"; empty: not checked.
-    QTest::addColumn<QString>("controls");
-    // The messages queued for the user, "title|text" separated by commas.
-    QTest::addColumn<QString>("messages");
-
-    // Steps and page calls separated by commas; "cat0" stands for "setModeCategory 0".
-    const auto row = [](const char* a_name, int a_modes, int a_categories, const char* a_script,
-                        const char* a_expected, int a_mode, int a_category, const char* a_controls = "",
-                        const char* a_messages = "") {
-        const auto list = [](const char* a_text) {
-            return QString(a_text).replace("cat0", "setModeCategory 0").split(',', Qt::SkipEmptyParts);
-        };
-        QTest::newRow(a_name) << a_modes << a_categories << list(a_script) << list(a_expected) << a_mode
-                              << a_category << a_controls << a_messages;
-    };
-    row("mode shows its first category", 3, 3, "mode 1", "cat0,setMode 1", 1, 0);
-    row("current mode again", 3, 3, "mode 1,mode 1", "cat0,setMode 1", 1, 0);
-    row("category of the mode", 3, 3, "mode 1,category 2", "cat0,setMode 1,setModeCategory 2", 1, 2);
-    row("camera page", 3, 3, "mode 1,camera", "cat0,setMode 1,setCameraMode", -1, -1);
-    row("camera page shown once", 3, 3, "camera,global,camera", "setCameraMode", -1, -1);
-    row("mode keeps its category", 3, 3, "mode 2,category 1,mode 0,mode 2",
-        "cat0,setMode 2,setModeCategory 1,cat0,setMode 0,setModeCategory 1,setMode 2", 2, 1);
-    row("next from camera page", 3, 1, "next", "cat0,setMode 0", 0, 0);
-    row("next on last mode stays", 3, 1, "mode 2,next", "cat0,setMode 2", 2, 0);
-    row("prev steps back", 3, 1, "mode 2,prev", "cat0,setMode 2,cat0,setMode 1", 1, 0);
-    row("prev on first mode", 3, 1, "mode 0,prev", "cat0,setMode 0,setCameraMode", -1, -1);
-    row("prev on camera page", 3, 1, "prev", "", -1, -1);
-    row("no modes", 0, 0, "next,prev", "", -1, -1);
-    row("next category wraps", 1, 3, "mode 0,category 2,nextCat", "cat0,setMode 0,setModeCategory 2,cat0", 0,
-        0);
-    row("prev category from first", 1, 3, "mode 0,prevCat", "cat0,setMode 0,setModeCategory 2", 0, 2);
-    row("one category", 1, 1, "mode 0,nextCat,prevCat", "cat0,setMode 0", 0, 0);
-    row("back to a category", 1, 3, "mode 0,category 2,back", "cat0,setMode 0,setModeCategory 2,cat0", 0, 0);
-    row("back to camera page", 2, 1, "camera,mode 1,back", "setCameraMode,cat0,setMode 1,setCameraMode", -1,
-        -1);
-    row("back and forward across modes", 2, 2, "mode 0,mode 1,back,forward",
-        "cat0,setMode 0,cat0,setMode 1,setMode 0,cat0,setMode 1,cat0", 1, 0, "0 0/1 0");
-    row("pushed", 2, 1, "push", "", -1, -1, "1 0/0 0");
-    row("undone from the window", 2, 1, "push,undo", "", -1, -1, "0 1/0 0");
-    row("redone from the window", 2, 1, "push,undo,redo", "", -1, -1, "1 0/0 0");
-    row("back from the window", 2, 1, "mode 0,mode 1,back", "cat0,setMode 0,cat0,setMode 1,setMode 0,cat0", 0,
-        0, "0 0/0 1");
-    row("push after back", 2, 1, "mode 0,mode 1,back,push", "cat0,setMode 0,cat0,setMode 1,setMode 0,cat0", 0,
-        0, "1 0/0 1");
-    const char* unknownMode = "Unknown Mode Index|Unknown mode index selected, ";
-    const char* unknownCategory = "Unknown Category Index|Unknown category index selected, ";
-    row("negative mode", 2, 2, "mode -1", "", -1, -1, "", qPrintable(unknownMode + QString("-1.")));
-    row("messages in arrival order", 2, 2, "mode 99,mode 0,category 99,category 2", "cat0,setMode 0", 0, 0,
-        "", qPrintable(unknownMode + QString("99.,") + unknownCategory + "99.," + unknownCategory + "2."));
-    row("category without a mode", 2, 2, "category 99", "", -1, -1);
-    row("feature warnings", 2, 2, "warn 1,clone,warn 2,mode 5", "", -1, -1, "",
-        qPrintable("Title 1|Text 1,Title 2|Text 2," + (unknownMode + QString("5."))));
+    OrvexTest::addTextRows("tests/elements/data/cameramodes/selection.txt");
 }
 
 void TestCameraModes::selection()
 {
-    QFETCH(int, modes);
-    QFETCH(int, categories);
-    QFETCH(QStringList, script);
-    QFETCH(QStringList, expected);
-    QFETCH(int, mode);
-    QFETCH(int, category);
+    QFETCH(QString, modes);
+    QFETCH(QString, categories);
+    QFETCH(QString, script);
+    QFETCH(QString, expected);
+    QFETCH(QString, mode);
+    QFETCH(QString, category);
     QFETCH(QString, controls);
     QFETCH(QString, messages);
+    const QStringList pages = expected.replace("cat0", "setModeCategory 0").split(',', Qt::SkipEmptyParts);
 
-    Document document(modes, categories);
+    Document document(modes.toInt(), categories.toInt());
     QSignalSpy queued(document.element, &WindowElement::messageQueued);
     QCOMPARE(document.window.log.mid(0, 2),
              (QStringList{"setUndoRedoEnabled 0 0", "setBackForwardEnabled 0 0"}));
     document.window.log.clear();
-    for (const QString& step : script)
+    for (const QString& step : script.split(',', Qt::SkipEmptyParts))
         run(document, step);
     if (!controls.isEmpty()) {
         QString last = "0 0/0 0";
@@ -239,15 +182,15 @@ void TestCameraModes::selection()
 
     QStringList popped;
     for (QString title, text; document.element->popMessage(title, text);)
-        popped << title + '|' + text;
-    QCOMPARE(popped.join(','), messages);
+        popped << title + ": " + text;
+    QCOMPARE(popped.join("; "), messages);
     QCOMPARE(queued.count(), popped.size());
-    QCOMPARE(document.window.calls(s_pageCalls), expected);
-    QCOMPARE(document.currentModeIndex(), mode);
+    QCOMPARE(document.window.calls(s_pageCalls), pages);
+    QCOMPARE(document.currentModeIndex(), mode.toInt());
     ModeElement* current = document.camera->currentMode();
-    QCOMPARE(current ? current->indexOfCategory(current->currentCategory()) : -1, category);
+    QCOMPARE(current ? current->indexOfCategory(current->currentCategory()) : -1, category.toInt());
     // Exactly the page shown is active, and none was built to get there.
-    const bool globalShown = !expected.isEmpty() && expected.last() == "setCameraMode";
+    const bool globalShown = !pages.isEmpty() && pages.last() == "setCameraMode";
     QCOMPARE(document.camera->globalCategory()->isActive(), globalShown);
     for (ModeElement* each : document.camera->modes()) {
         for (ModeCategoryElementBase* page : each->categories()) {
@@ -259,43 +202,20 @@ void TestCameraModes::selection()
 
 void TestCameraModes::uniqueNames_data()
 {
-    QTest::addColumn<QStringList>("existing");
-    QTest::addColumn<QString>("removed");
-    QTest::addColumn<int>("position");
-    QTest::addColumn<QString>("added");
-    QTest::addColumn<QString>("expected");
-
-    const auto row = [](const char* a_name, const char* a_existing, const char* a_removed, int a_position,
-                        const char* a_added, const char* a_expected) {
-        QTest::newRow(a_name) << QString(a_existing).split(' ', Qt::SkipEmptyParts) << a_removed << a_position
-                              << a_added << a_expected;
-    };
-    row("second Default", "Default", "", -1, "Default", "Default_1");
-    row("third Default", "Default Default_1", "", -1, "Default", "Default_2");
-    row("reused after delete", "Default Default_1 Default_2", "Default_1", -1, "Default", "Default_1");
-    row("markup and spaces", "", "", -1, "  Fast <Scan> ", "FastScan");
-    row("every markup character", "", "", -1, "a@b<c>d&e'f\"g", "abcdefg");
-    row("tabs and line breaks", "", "", -1, "x\ty\nz", "xyz");
-    row("blank", "", "", -1, "  ", "Default");
-    row("blank beside Default", "Default", "", -1, "  ", "Default_1");
-    row("taken number", "Free Free_3", "", -1, "Free_3", "Free_1");
-    row("free number stands", "Free", "", -1, "Free_3", "Free_3");
-    row("bare base free", "Default_1", "", -1, "Default", "Default");
-    row("base taken literally", "a.b axb_1", "", -1, "a.b", "a.b_1");
-    row("inserted in front", "Scan Other", "", 0, "Scan", "Scan_1");
-    row("inserted in the middle", "Scan Other", "", 1, "Sc an", "Scan_1");
+    OrvexTest::addTextRows("tests/elements/data/cameramodes/names.txt");
 }
 
 void TestCameraModes::uniqueNames()
 {
-    QFETCH(QStringList, existing);
+    QFETCH(QString, existing);
     QFETCH(QString, removed);
-    QFETCH(int, position);
+    QFETCH(QString, positionText);
+    const int position = positionText.toInt();
     QFETCH(QString, added);
     QFETCH(QString, expected);
 
     Document document;
-    for (const QString& name : existing)
+    for (const QString& name : existing.split(' ', Qt::SkipEmptyParts))
         document.camera->appendMode(document.makeMode(name, 0));
     if (!removed.isEmpty())
         delete document.camera->modeByName(removed);
@@ -309,93 +229,79 @@ void TestCameraModes::uniqueNames()
     QCOMPARE(document.camera->uniqueModeName(' ' + mode->name(), mode), mode->name());
 }
 
-void TestCameraModes::removeCurrentMode_data()
-{
-    QTest::addColumn<bool>("destroy");
-    QTest::newRow("deleted") << true;
-    QTest::newRow("taken out") << false;
-}
-
 void TestCameraModes::removeCurrentMode()
 {
-    QFETCH(bool, destroy);
+    for (bool destroy : {true, false}) {
+        Document document(3, 2);
+        run(document, "mode 1");
+        QPointer<ModeElement> mode = document.camera->currentMode();
+        const QString name = mode->name();
+        QSignalSpy removed(document.camera, &CameraElement::modeRemoved);
+        document.window.log.clear();
 
-    Document document(3, 2);
-    run(document, "mode 1");
-    QPointer<ModeElement> mode = document.camera->currentMode();
-    const QString name = mode->name();
-    QSignalSpy removed(document.camera, &CameraElement::modeRemoved);
-    document.window.log.clear();
+        if (destroy)
+            delete mode.data();
+        else
+            QCOMPARE(document.camera->takeMode(1), mode.data());
 
-    if (destroy)
-        delete mode.data();
-    else
-        QCOMPARE(document.camera->takeMode(1), mode.data());
-
-    QCOMPARE(document.camera->currentMode(), nullptr);
-    QCOMPARE(document.camera->modeCount(), 2);
-    QCOMPARE(removed.count(), 1);
-    QCOMPARE(removed.first().first().toInt(), 1);
-    QCOMPARE(mode.isNull(), destroy);
-    if (destroy)
-        return;
-    // A mode taken out shows the camera page, stays whole and goes back in under its own name.
-    QCOMPARE(document.window.calls(s_pageCalls), QStringList{"setCameraMode"});
-    QVERIFY(!mode->isRaised());
-    QCOMPARE(mode->categoryCount(), 2);
-    QObject keeper;
-    mode->setParent(&keeper);
-    QCOMPARE(document.camera->insertMode(1, mode), 1);
-    QCOMPARE(mode->parent(), document.camera);
-    QCOMPARE(mode->name(), name);
-}
-
-void TestCameraModes::categoryEnabled_data()
-{
-    QTest::addColumn<bool>("startEnabled");
-    QTest::newRow("switched off") << true;
-    QTest::newRow("switched on") << false;
+        QCOMPARE(document.camera->currentMode(), nullptr);
+        QCOMPARE(document.camera->modeCount(), 2);
+        QCOMPARE(removed.count(), 1);
+        QCOMPARE(removed.first().first().toInt(), 1);
+        QCOMPARE(mode.isNull(), destroy);
+        if (destroy)
+            continue;
+        // A mode taken out shows the camera page, stays whole and goes back in under its own name.
+        QCOMPARE(document.window.calls(s_pageCalls), QStringList{"setCameraMode"});
+        QVERIFY(!mode->isRaised());
+        QCOMPARE(mode->categoryCount(), 2);
+        QObject keeper;
+        mode->setParent(&keeper);
+        QCOMPARE(document.camera->insertMode(1, mode), 1);
+        QCOMPARE(mode->parent(), document.camera);
+        QCOMPARE(mode->name(), name);
+    }
 }
 
 void TestCameraModes::categoryEnabled()
 {
-    QFETCH(bool, startEnabled);
+    for (bool startEnabled : {true, false}) {
+        Document document;
+        QStringList requests;
+        ModeElement* mode = document.makeMode("Probe", 1, &requests);
+        document.camera->appendMode(mode);
+        auto* category = qobject_cast<GenericModeCategory*>(mode->category(0));
+        category->categoryFeature()->setEnabled(startEnabled);
+        QCOMPARE(category->categoryEnabled(), startEnabled);
 
-    Document document;
-    QStringList requests;
-    ModeElement* mode = document.makeMode("Probe", 1, &requests);
-    document.camera->appendMode(mode);
-    auto* category = qobject_cast<GenericModeCategory*>(mode->category(0));
-    category->categoryFeature()->setEnabled(startEnabled);
-    QCOMPARE(category->categoryEnabled(), startEnabled);
+        QWidget* page = category->createWidget();
+        page->show();
+        auto* checkBox = qobject_cast<QCheckBox*>(category->categoryFeature()->widget());
+        QWidget* flagEditor = category->feature("Flag")->widget();
+        QVERIFY(checkBox && flagEditor);
+        QSignalSpy changed(category, &GenericModeCategory::categoryEnabledChanged);
+        // Switched on, box checked, the category's editors enabled, changes announced.
+        const auto state = [&] {
+            return QStringLiteral("%1 %2 %3 %4")
+                .arg(category->categoryEnabled())
+                .arg(checkBox->isChecked())
+                .arg(flagEditor->isEnabledTo(page))
+                .arg(changed.count());
+        };
+        const QString before = QStringLiteral("%1 %1 %1 ").arg(int(startEnabled));
+        const QString after = QStringLiteral("%1 %1 %1 ").arg(int(!startEnabled));
+        QCOMPARE(state(), before + "0");
 
-    QWidget* page = category->createWidget();
-    page->show();
-    auto* checkBox = qobject_cast<QCheckBox*>(category->categoryFeature()->widget());
-    QWidget* flagEditor = category->feature("Flag")->widget();
-    QVERIFY(checkBox && flagEditor);
-    QSignalSpy changed(category, &GenericModeCategory::categoryEnabledChanged);
-    // Switched on, box checked, the category's editors enabled, changes announced.
-    const auto state = [&] {
-        return QStringLiteral("%1 %2 %3 %4")
-            .arg(category->categoryEnabled())
-            .arg(checkBox->isChecked())
-            .arg(flagEditor->isEnabledTo(page))
-            .arg(changed.count());
-    };
-    const QString before = QStringLiteral("%1 %1 %1 ").arg(int(startEnabled));
-    const QString after = QStringLiteral("%1 %1 %1 ").arg(int(!startEnabled));
-    QCOMPARE(state(), before + "0");
+        QTest::mouseClick(checkBox, Qt::LeftButton);
+        QCOMPARE(requests, QStringList{startEnabled ? "remove 0" : "insert 0"});
+        QCOMPARE(category->categoryFeature()->instanceCount(), size_t(startEnabled ? 0 : 1));
+        QCOMPARE(state(), after + "1");
 
-    QTest::mouseClick(checkBox, Qt::LeftButton);
-    QCOMPARE(requests, QStringList{startEnabled ? "remove 0" : "insert 0"});
-    QCOMPARE(category->categoryFeature()->instanceCount(), size_t(startEnabled ? 0 : 1));
-    QCOMPARE(state(), after + "1");
-
-    // An undo changes the count behind the check box's back; the page follows it.
-    category->categoryFeature()->setEnabled(startEnabled);
-    QCOMPARE(state(), before + "2");
-    QCOMPARE(requests.size(), 1);
+        // An undo changes the count behind the check box's back; the page follows it.
+        category->categoryFeature()->setEnabled(startEnabled);
+        QCOMPARE(state(), before + "2");
+        QCOMPARE(requests.size(), 1);
+    }
 }
 
 // The camera's standard comes from its global "standard" feature, in any case.
