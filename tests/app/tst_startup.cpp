@@ -7,6 +7,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include "FileFixtures.h"
 #include "TestSupport.h"
 
 using Orvex::DialogSeam;
@@ -18,9 +19,9 @@ class TestStartup : public QObject
 
     QTemporaryDir m_dir;
 
-    // Placeholders of the data rows: {good} a complete configuration folder, {bare} one without schemas,
-    // {missing} a folder that does not exist, {upper} a schema named .XSD, {folder} a folder named .xsd,
-    // {cxp} and {cl} schemas outside any configuration folder.
+    // Placeholders of the data rows, here and in data/startup.txt: {good} a complete configuration folder,
+    // {bare} one without schemas, {missing} a folder that does not exist, {upper} a schema named .XSD,
+    // {folder} a folder named .xsd, {cxp} and {cl} schemas outside any configuration folder.
     QStringList expand(const QStringList& a_texts) const
     {
         QStringList result = a_texts;
@@ -60,77 +61,34 @@ private slots:
 
     void settle_data()
     {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<QList<int>>("answers");
-        QTest::addColumn<QStringList>("fileNames");
-        QTest::addColumn<QStringList>("dialogs");
-        // Empty when start-up must end with status 1; else the folder and the two schemas.
-        QTest::addColumn<QStringList>("settled");
-
-        const int open = QMessageBox::Open;
-        const int close = QMessageBox::Close;
-        const QStringList goodPaths{"{good}", "{good}/Pld/LUMEX-CXP.xsd", "{good}/Vrm/LUMEX-CL.xsd"};
-        const QString askFolder = "ask: CFGDIR Path Missing";
-        const QString chooseFolder = "choose: Select temporary CFGDIR";
-        const QString askCxp = "ask: CoaXPress Schema File Missing";
-        const QString chooseCxp = "choose: Select temporary CoaXPress Schema";
-        const QString askCl = "ask: CameraLink Schema File Missing";
-
-        QTest::newRow("complete folder") << QStringList{"-CFGDIR", "{good}", "-F", "x.lumex"} << QList<int>{}
-                                         << QStringList{} << QStringList{} << goodPaths;
-        QTest::newRow("schemas given")
-            << QStringList{"-CFGDIR", "{bare}", "-CXPXSD", "{cxp}.xsd", "-CLXSD", "{cl}.xsd"} << QList<int>{}
-            << QStringList{} << QStringList{} << QStringList{"{bare}", "{cxp}.xsd", "{cl}.xsd"};
-        QTest::newRow("argument error, no questions")
-            << QStringList{"-CFGDIR"} << QList<int>{} << QStringList{} << QStringList{} << QStringList{};
-        QTest::newRow("missing folder, closed") << QStringList{"-CFGDIR", "{missing}"} << QList<int>{close}
-                                                << QStringList{} << QStringList{askFolder} << QStringList{};
-        QTest::newRow("missing folder, chosen")
-            << QStringList{"-CFGDIR", "{missing}"} << QList<int>{open} << QStringList{"{good}"}
-            << QStringList{askFolder, chooseFolder} << goodPaths;
-        QTest::newRow("chooser cancelled asks again")
-            << QStringList{"-CFGDIR", "{missing}"} << QList<int>{open, open} << QStringList{"", "{good}"}
-            << QStringList{askFolder, chooseFolder, askFolder, chooseFolder} << goodPaths;
-        QTest::newRow("no schemas, closed") << QStringList{"-CFGDIR", "{bare}"} << QList<int>{close}
-                                            << QStringList{} << QStringList{askCxp} << QStringList{};
-        QTest::newRow("upper-case suffix")
-            << QStringList{"-CFGDIR", "{good}", "-CXPXSD", "{upper}.XSD"} << QList<int>{close}
-            << QStringList{} << QStringList{askCxp} << QStringList{};
-        QTest::newRow("folder named .xsd")
-            << QStringList{"-CFGDIR", "{good}", "-CLXSD", "{folder}/schema.xsd"} << QList<int>{close}
-            << QStringList{} << QStringList{askCl} << QStringList{};
-        QTest::newRow("each answer checked again")
-            << QStringList{"-CFGDIR", "{bare}", "-CLXSD", "{cl}.xsd"} << QList<int>{open, open, open}
-            << QStringList{"{upper}.XSD", "", "{cxp}.xsd"}
-            << QStringList{askCxp, chooseCxp, askCxp, chooseCxp, askCxp, chooseCxp}
-            << QStringList{"{bare}", "{cxp}.xsd", "{cl}.xsd"};
-        QTest::newRow("CoaXPress first, then Camera Link")
-            << QStringList{"-CFGDIR", "{bare}"} << QList<int>{open, open}
-            << QStringList{"{cxp}.xsd", "{cl}.xsd"}
-            << QStringList{askCxp, chooseCxp, askCl, "choose: Select temporary CameraLink Schema"}
-            << QStringList{"{bare}", "{cxp}.xsd", "{cl}.xsd"};
+        OrvexTest::addTableRows("tests/app/data/startup.txt",
+                                {"arguments", "answers", "fileNames", "dialogs", "settled"});
     }
 
     void settle()
     {
-        QFETCH(QStringList, arguments);
-        QFETCH(QList<int>, answers);
-        QFETCH(QStringList, fileNames);
-        QFETCH(QStringList, dialogs);
-        QFETCH(QStringList, settled);
+        QFETCH(QByteArray, arguments);
+        QFETCH(QByteArray, answers);
+        QFETCH(QByteArray, fileNames);
+        QFETCH(QByteArray, dialogs);
+        QFETCH(QByteArray, settled);
+        const auto list = [](const QByteArray& a_field) {
+            return a_field.isEmpty() ? QStringList() : QString(a_field).split(',');
+        };
 
-        for (int answer : answers)
-            DialogSeam::queueAnswer(QMessageBox::StandardButton(answer));
-        for (const QString& name : expand(fileNames))
+        for (const QString& answer : QString(answers).split(' ', Qt::SkipEmptyParts))
+            DialogSeam::queueAnswer(answer == "open" ? QMessageBox::Open : QMessageBox::Close);
+        for (const QString& name : expand(list(fileNames)))
             DialogSeam::queueFileName(name);
 
-        Startup startup(expand(arguments));
+        const QStringList argumentList = expand(QString(arguments).split(' ', Qt::SkipEmptyParts));
+        Startup startup(argumentList);
         const bool proceed = startup.run();
 
         QStringList shown;
         for (const DialogSeam::Record& record : DialogSeam::log())
             shown << (record.m_kind == DialogSeam::Kind::Question ? "ask: " : "choose: ") + record.m_title;
-        QCOMPARE(shown, dialogs);
+        QCOMPARE(shown, list(dialogs));
         QCOMPARE(DialogSeam::pendingAnswers(), 0);
         QCOMPARE(DialogSeam::pendingFileNames(), 0);
         QCOMPARE(proceed, !settled.isEmpty());
@@ -139,11 +97,11 @@ private slots:
             return;
         }
         QCOMPARE(startup.exitStatus(), 0);
-        const QStringList expected = expand(settled);
+        const QStringList expected = expand(list(settled));
         QCOMPARE(startup.configPath(), QDir::toNativeSeparators(expected[0]));
         QCOMPARE(startup.cxpXsdPath(), QDir::toNativeSeparators(expected[1]));
         QCOMPARE(startup.clXsdPath(), QDir::toNativeSeparators(expected[2]));
-        QCOMPARE(startup.filePath(), arguments.contains("-F") ? QStringLiteral("x.lumex") : QString());
+        QCOMPARE(startup.filePath(), argumentList.contains("-F") ? QStringLiteral("x.lumex") : QString());
 
         // The simulated boards come from the settled folder.
         HwBrdEntry board;
