@@ -219,52 +219,7 @@ void TestFeatureTable::modelDump()
 
 void TestFeatureTable::userActions_data()
 {
-    // "click R C" clicks a cell of the shown view, "check R C 0|1" sets a check box through the model,
-    // "drop ROWS R P" drops a row payload before row R (-1: none) or onto row P (-1: none), "edit R C V"
-    // types V into the cell's editor, commits it ("committed") and closes it (then the cell's text). The log
-    // gets "disabled" for a disabled cell clicked, what was asked for, "refused" when the model turned the
-    // action down, "changed" when a check made it announce new data, "drag" when the view was left ready
-    // to drag; then the order of the rows.
-    QTest::addColumn<QString>("bounds");
-    QTest::addColumn<QString>("action");
-    QTest::addColumn<QString>("log");
-
-    const auto row = [](const char* a_name, const char* a_bounds, const char* a_action, const char* a_log) {
-        QTest::newRow(a_name) << a_bounds << a_action << a_log;
-    };
-    row("insert before row 1", "1..6", "click 1 0", "insert 1 | a_bcde");
-    row("insert on appending row", "1..6", "click 5 0", "insert 5 | abcde_");
-    row("insert at the maximum", "1..5", "click 5 0", "disabled | abcde");
-    row("remove row 2", "1..6", "click 2 1", "remove 2 | abde");
-    row("remove at the minimum", "5..6", "click 0 1", "disabled | abcde");
-    row("handle starts a drag", "1..6", "click 1 2", "drag | abcde");
-    row("member cell does not", "1..6", "click 1 4", "abcde");
-    row("optional switched on", "1..6", "check 0 6 1", "Extra: insert 0 | changed | abcde");
-    row("optional switched off", "1..6", "check 1 6 0", "Extra: remove 0 | changed | abcde");
-    row("boolean set", "1..6", "check 2 7 1", "Flag: 0 false -> true | changed | abcde");
-    row("boolean unchanged", "1..6", "check 2 7 0", "changed | abcde");
-    row("numeric has no check box", "1..6", "check 0 3 1", "refused | abcde");
-    row("0 and 2 before 1", "1..6", "drop 0,2, 1 -1", "move 2>1 | acbde");
-    row("onto its own place", "1..6", "drop 1, 1 -1", "abcde");
-    row("block onto itself", "1..6", "drop 1,2, 3 -1", "abcde");
-    row("to the end", "1..6", "drop 0,1, -1 -1", "move 1>4; move 0>3 | cdeab");
-    row("up to the top", "1..6", "drop 3,4, 0 -1", "move 3>0; move 4>1 | deabc");
-    row("from both sides", "1..6", "drop 4,0, 2 -1", "move 0>1; move 4>2 | baecd");
-    row("onto a row", "1..6", "drop 4, -1 1", "move 4>1 | aebcd");
-    row("below the appending row", "1..6", "drop 0, 7 -1", "move 0>4 | bcdea");
-    row("empty parts, no trailing comma", "1..6", "drop ,3,,1 0 -1", "move 1>0; move 3>1 | bdace");
-    row("malformed part", "1..6", "drop 1,x, 0 -1", "refused | abcde");
-    row("negative row", "1..6", "drop -1, 0 -1", "refused | abcde");
-    row("row beyond the instances", "1..6", "drop 2,5, 0 -1", "refused | abcde");
-    // As the view drags them: every column of the selected rows; the appending row is no instance.
-    row("drag payload", "1..6", "drag 2,0", "0,2, | abcde");
-    row("drag of the appending row", "1..6", "drag 5", "no payload | abcde");
-    row("drop of another type", "1..6", "drop 1, 0 -1 text/plain", "refused | abcde");
-    row("numeric edited", "1..6", "edit 1 3 12", "Gain: 0 8 -> 12 | committed | 12 | abcde");
-    row("numeric left as shown", "1..6", "edit 1 3 8", "committed | 8 | abcde");
-    row("string edited", "1..6", "edit 2 4 zz", "Label: 0 c -> zz | committed | zz | abzzde");
-    row("enumeration edited", "1..6", "edit 0 5 Manual",
-        "Mode: 0 Auto -> Manual | committed | Manual | abcde");
+    OrvexTest::addTextRows("tests/elements/data/featuretable/actions.txt");
 }
 
 void TestFeatureTable::userActions()
@@ -339,29 +294,13 @@ void TestFeatureTable::userActions()
         requests << "refused";
     if (tree->dragEnabled())
         requests << "drag";
-    QCOMPARE((requests << labels(model)).join(" | "), log);
+    QCOMPARE((requests << labels(model)).join(" / "), log);
     QCOMPARE(model->index(0, 2).data().toInt(), 1);
 }
 
 void TestFeatureTable::directInstanceChanges_data()
 {
-    // The rows as gain and label, "*" after a cell that shows a highlight; "_" stands for no label.
-    QTest::addColumn<QString>("change");
-    QTest::addColumn<QString>("rows");
-    // Where the row that was first is now, -1 when it is gone.
-    QTest::addColumn<int>("firstRow");
-
-    const auto row = [](const char* a_change, const char* a_rows, int a_firstRow) {
-        QTest::newRow(a_change) << a_change << a_rows << a_firstRow;
-    };
-    row("insert 1", "7a 0_ 8b 9c", 0);
-    row("insert 0", "0_ 7a 8b 9c", 1);
-    row("insert 9", "7a 8b 9c 0_", 0);
-    row("remove 0", "8b 9c", -1);
-    row("move 0 2", "8b 9c 7a", 2);
-    row("move 2 0", "9c 7a 8b", 1);
-    row("value 2", "7a 8b 40c", 0);
-    row("highlight 1", "7a 8b* 9c", 0);
+    OrvexTest::addTextRows("tests/elements/data/featuretable/direct.txt");
 }
 
 // Undo and redo change the table directly, with an editor open on the first row.
@@ -369,7 +308,7 @@ void TestFeatureTable::directInstanceChanges()
 {
     QFETCH(QString, change);
     QFETCH(QString, rows);
-    QFETCH(int, firstRow);
+    QFETCH(QString, firstRow);
 
     QStringList log;
     HolderElement holder;
@@ -415,7 +354,7 @@ void TestFeatureTable::directInstanceChanges()
     // Lets the editor's delayed select-all (20 ms after it opened) fire on whatever the change left.
     QTest::qWait(30);
     QCOMPARE(model->rowCount(), int(table->instanceCount()) + 1);
-    QCOMPARE(first.isValid() ? first.row() : -1, firstRow);
+    QCOMPARE(first.isValid() ? first.row() : -1, firstRow.toInt());
     QVERIFY(!first.isValid() || first.data() == "a");
     if (words[0] == "value" || words[0] == "highlight")
         QVERIFY(!changes.isEmpty() && changes.last().at(0).toModelIndex().row() == int(instance));
