@@ -1,5 +1,6 @@
 #include "BoardFixtures.h"
 #include "ElementFixtures.h"
+#include "FileFixtures.h"
 #include "board/Dec2HexValueObserver.h"
 #include "board/QNBrdDataSource.h"
 #include "board/QNBrdRegsAddressItemModel.h"
@@ -148,47 +149,21 @@ private slots:
 
     void dataRows_data()
     {
-        QTest::addColumn<bool>("camera");
-        QTest::addColumn<int>("board");
-        QTest::addColumn<QString>("address");
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<QString>("hexRow");
-        QTest::addColumn<QString>("currentRow");
-        const struct
-        {
-            const char* name;
-            bool camera;
-            int board;
-            const char* address;
-            const char* typed;
-            const char* hexRow;
-            const char* currentRow;
-        } rows[] = {
-            {"board register", false, 0, "Gain", "31", "Hex: 0x1F", "Reg: 0x0000001F"},
-            {"all bits", false, 0, "Exposure", "0xab", "Hex: 0xab", "Reg: 0xFFFFFFFF"},
-            {"unknown register", false, 0, "Width", "", "Hex: ", "Reg: 0x00000000"},
-            {"no board", false, g_noBoard, "Gain", "x", "Hex: x", "Reg: 0x00000000"},
-            {"camera, hex address", true, 1, "0x2000", "7", "Hex: 0x7", "Cam: 0xDEADBEEF"},
-            {"camera, decimal address", true, 1, "24576", "", "Hex: ", "Cam: 0x00000400"},
-            {"camera, upper-case hex digits", true, 1, "0x20FC", "", "Hex: ", "Cam: 0x000000FF"},
-            {"camera lacks address", true, 1, "0x2008", "", "Hex: ", "Cam: 0x00000000"},
-            {"camera, bad address", true, 1, "0x20g0", "", "Hex: ", "Cam: 0x00000000"},
-            {"camera on Camera Link", true, 0, "0x2000", "", "Hex: ", "Cam: 0x00000000"},
-        };
-        for (const auto& row : rows) {
-            QTest::newRow(row.name) << row.camera << row.board << QString(row.address) << QString(row.typed)
-                                    << QString(row.hexRow) << QString(row.currentRow);
-        }
+        OrvexTest::addTableRows("tests/board/data/register-completer.txt",
+                                {"kind", "board", "address", "typed", "hexValue", "currentValue"});
     }
 
     void dataRows()
     {
-        QFETCH(bool, camera);
-        QFETCH(int, board);
-        QFETCH(QString, address);
-        QFETCH(QString, typed);
-        QFETCH(QString, hexRow);
-        QFETCH(QString, currentRow);
+        QFETCH(QByteArray, kind);
+        QFETCH(QByteArray, board);
+        QFETCH(QByteArray, address);
+        QFETCH(QByteArray, typed);
+        QFETCH(QByteArray, hexValue);
+        QFETCH(QByteArray, currentValue);
+        const bool camera = kind == "camera";
+        const QString hexRow = "Hex: " + hexValue;
+        const QString currentRow = (camera ? "Cam: " : "Reg: ") + currentValue;
         QNBrdDataSource source;
         QNBrdRegsAddressItemModel addressModel(&source);
         QScopedPointer<StringFeatureCompleterItemModel> model;
@@ -199,12 +174,12 @@ private slots:
         RegisterWrites writes;
         // Instance 0 names a register too, so that reading the wrong instance shows.
         writes.member(0, "address")->setValue(camera ? "0x6000" : "Blank");
-        writes.member(1, "address")->setValue(address);
+        writes.member(1, "address")->setValue(QString(address));
 
         // Board 0 is open until the row's board replaces it, which must be read anew.
         model->setSource(writes.member(1, "data"), 0);
-        source.setBoard(board == g_noBoard ? QNBrdDataSource::noBoard : quint32(board));
-        model->setLatestValue(typed);
+        source.setBoard(board == "none" ? QNBrdDataSource::noBoard : board.toUInt());
+        model->setLatestValue(QString(typed));
         QCOMPARE(model->rowCount(), 2);
         const QModelIndex hex = model->index(0, 0);
         const QModelIndex current = model->index(1, 0);
@@ -220,57 +195,30 @@ private slots:
 
     void observers_data()
     {
-        QTest::addColumn<bool>("camera");
-        QTest::addColumn<int>("board");
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<QString>("address");
-        QTest::addColumn<QString>("data");
-        const struct
-        {
-            const char* name;
-            bool camera;
-            int board;
-            const char* typed;
-            const char* address;
-            const char* data;
-        } rows[] = {
-            {"board register", false, 0, "Gain", "Gain", "0x0000001F"},
-            {"unknown register", false, 0, "Width", "Width", "keep"},
-            {"no board", false, g_noBoard, "Gain", "Gain", "keep"},
-            {"camera, decimal address", true, 1, "8192", "0x2000", "0xDEADBEEF"},
-            {"camera, hex address", true, 1, "0X6000", "0X6000", "0x00000400"},
-            {"camera, lower-case hex digits", true, 1, "0x20fc", "0x20fc", "0x000000FF"},
-            {"camera lacks address", true, 1, "0x2008", "0x2008", "keep"},
-            {"camera, text address", true, 1, "Width", "Width", "keep"},
-            {"camera on Camera Link", true, 0, "0x2000", "0x2000", "keep"},
-            {"camera, no board", true, g_noBoard, "0x2000", "0x2000", "keep"},
-        };
-        for (const auto& row : rows) {
-            QTest::newRow(row.name) << row.camera << row.board << QString(row.typed) << QString(row.address)
-                                    << QString(row.data);
-        }
+        OrvexTest::addTableRows("tests/board/data/register-observers.txt",
+                                {"kind", "board", "typed", "address", "data"});
     }
 
     void observers()
     {
-        QFETCH(bool, camera);
-        QFETCH(int, board);
-        QFETCH(QString, typed);
-        QFETCH(QString, address);
-        QFETCH(QString, data);
+        QFETCH(QByteArray, kind);
+        QFETCH(QByteArray, board);
+        QFETCH(QByteArray, typed);
+        QFETCH(QByteArray, address);
+        QFETCH(QByteArray, data);
         QNBrdDataSource source;
         QNBrdRegsAddressItemModel addressModel(&source);
         Dec2HexValueObserver dec2hex;
         QNBrdRegsValueObserver boardObserver(&addressModel);
         QNCxpRegsValueObserver cameraObserver(&source);
-        source.setBoard(board == g_noBoard ? QNBrdDataSource::noBoard : quint32(board));
-        RegisterWrites writes(camera ? QList<ValueFeatureObserverBase*>{&dec2hex, &cameraObserver}
-                                     : QList<ValueFeatureObserverBase*>{&boardObserver});
+        source.setBoard(board == "none" ? QNBrdDataSource::noBoard : board.toUInt());
+        RegisterWrites writes(kind == "camera" ? QList<ValueFeatureObserverBase*>{&dec2hex, &cameraObserver}
+                                               : QList<ValueFeatureObserverBase*>{&boardObserver});
         QSignalSpy dataChanges(writes.member(1, "data"), &ValueFeatureElementBase::valueChanged);
 
-        writes.member(1, "address")->userSetValue(0, typed);
-        QCOMPARE(writes.member(1, "address")->stringValue(), address);
-        QCOMPARE(writes.member(1, "data")->stringValue(), data);
+        writes.member(1, "address")->userSetValue(0, QString(typed));
+        QCOMPARE(writes.member(1, "address")->stringValue(), QString(address));
+        QCOMPARE(writes.member(1, "data")->stringValue(), QString(data));
         QCOMPARE(dataChanges.count(), data == "keep" ? 0 : 1);
         QCOMPARE(writes.member(0, "data")->stringValue(), QStringLiteral("keep"));
     }
