@@ -30,8 +30,6 @@ const char* const g_machine = R"({"boards": [
      "cameraRegisters": {"0x2000": 3735928559, "0x20FC": 255, "0x6000 Height": 1024}}
 ]})";
 
-constexpr int g_noBoard = -1;
-
 // A register write list "reg" with two instances of the members "address" and "data".
 struct RegisterWrites
 {
@@ -75,76 +73,46 @@ private slots:
         QVERIFY(OrvexTest::loadSimBoards(m_dir.filePath("boards.json"), g_machine));
     }
 
-    void dec2hex_data()
-    {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<QString>("stored");
-        const struct
-        {
-            const char* name;
-            const char* typed;
-            const char* stored;
-        } rows[] = {{"decimal", "31", "0x1F"},
-                    {"largest 32-bit", "4294967295", "0xFFFFFFFF"},
-                    {"beyond 32 bits stands", "4294967296", "4294967296"},
-                    {"lower-case hex stands", "0x1f", "0x1f"},
-                    {"text stands", "abc", "abc"},
-                    {"negative stands", "-5", "-5"},
-                    {"padded stands", " 31", " 31"},
-                    {"empty stands", "", ""}};
-        for (const auto& row : rows)
-            QTest::newRow(row.name) << QString(row.typed) << QString(row.stored);
-    }
+    void dec2hex_data() { OrvexTest::addTableRows("tests/board/data/dec2hex.txt", {"typed", "stored"}); }
 
     void dec2hex()
     {
-        QFETCH(QString, typed);
-        QFETCH(QString, stored);
+        QFETCH(QByteArray, typed);
+        QFETCH(QByteArray, stored);
         Dec2HexValueObserver observer;
         HolderElement holder;
         StringFeature feature(&holder);
         feature.addObserver(&observer);
         QSignalSpy changes(&feature, &ValueFeatureElementBase::valueChanged);
-        feature.userSetValue(0, typed);
-        QCOMPARE(feature.stringValue(), stored);
+        feature.userSetValue(0, QString(typed));
+        QCOMPARE(feature.stringValue(), QString(stored));
         QCOMPARE(changes.count(), typed.isEmpty() ? 0 : 1);
     }
 
     void addressTable_data()
     {
-        QTest::addColumn<int>("board");
-        QTest::addColumn<QStringList>("names");
-        QTest::addColumn<QString>("lookup");
-        QTest::addColumn<uint>("id");
-        const QStringList cl{"Blank", "Exposure", "Gain"};
-        QTest::newRow("Camera Link, first id") << 0 << cl << "Blank" << 0u;
-        QTest::newRow("Camera Link, last id") << 0 << cl << "Exposure" << 3676u;
-        QTest::newRow("case matters") << 0 << cl << "gain" << QNRegIdCount;
-        QTest::newRow("empty name") << 0 << cl << "" << QNRegIdCount;
-        QTest::newRow("CoaXPress") << 1 << QStringList{"Width"} << "Width" << 5u;
-        QTest::newRow("other board's name") << 1 << QStringList{"Width"} << "Gain" << QNRegIdCount;
-        QTest::newRow("no board") << g_noBoard << QStringList() << "Gain" << QNRegIdCount;
+        OrvexTest::addTableRows("tests/board/data/register-names.txt", {"board", "names", "lookup", "id"});
     }
 
     void addressTable()
     {
-        QFETCH(int, board);
-        QFETCH(QStringList, names);
-        QFETCH(QString, lookup);
-        QFETCH(uint, id);
+        QFETCH(QByteArray, board);
+        QFETCH(QByteArray, names);
+        QFETCH(QByteArray, lookup);
+        QFETCH(QByteArray, id);
         QNBrdDataSource source;
         source.setBoard(1);
         QNBrdRegsAddressItemModel model(&source);
         QCOMPARE(model.rowCount(), 1);
         QSignalSpy resets(&model, &QAbstractItemModel::modelReset);
 
-        source.setBoard(board == g_noBoard ? QNBrdDataSource::noBoard : quint32(board));
-        QCOMPARE(resets.count(), board == 1 ? 0 : 1);
+        source.setBoard(board == "none" ? QNBrdDataSource::noBoard : board.toUInt());
+        QCOMPARE(resets.count(), board == "1" ? 0 : 1);
         QStringList listed;
         for (int row = 0; row < model.rowCount(); ++row)
             listed << model.data(model.index(row, 0)).toString();
-        QCOMPARE(listed, names);
-        QCOMPARE(model.registerId(lookup), id);
+        QCOMPARE(listed, QString(names).split(',', Qt::SkipEmptyParts));
+        QCOMPARE(model.registerId(QString(lookup)), id == "none" ? QNRegIdCount : id.toUInt());
     }
 
     void dataRows_data()
