@@ -76,30 +76,7 @@ private slots:
 
 void TestValueFeatureElement::userEdits_data()
 {
-    QTest::addColumn<QString>("fixed");
-    QTest::addColumn<QString>("observers");
-    QTest::addColumn<QString>("edit");
-    QTest::addColumn<QStringList>("pushes");
-
-    const auto row = [](const char* a_name, const char* a_fixed, const char* a_observers, const char* a_edit,
-                        const QStringList& a_pushes) {
-        QTest::newRow(a_name) << a_fixed << a_observers << a_edit << a_pushes;
-    };
-    row("typed", "", "", "1 b", {"1: a -> b"});
-    row("typed equal value", "", "X", "1 a", {});
-    row("null value", "", "X", "1 null", {});
-    row("index beyond the instances", "", "X", "2 b", {});
-    row("fixed value", "F", "upper", "0 b", {});
-    row("observer that corrects nothing", "", "pass", "0 b", {"0: a -> b"});
-    row("same correction every time", "", "X", "1 b", {"1: a -> b", "1: b -> X"});
-    // Had X been asked while upper's correction was pending, b would have gone to X directly.
-    row("first correction stops the walk", "", "pass upper X", "1 b",
-        {"1: a -> b", "1: b -> B", "1: B -> X"});
-    row("destroyed observer", "", "deleted", "0 b", {"0: a -> b"});
-    QStringList endless{"1: a -> b"};
-    for (QString value = "b"; endless.size() < 16; value += '+')
-        endless << QStringLiteral("1: %1 -> %1+").arg(value);
-    row("endless corrections are cut off", "", "more", "1 b", endless);
+    OrvexTest::addTextRows("tests/elements/data/valuefeature/edits.txt");
 }
 
 void TestValueFeatureElement::userEdits()
@@ -107,7 +84,8 @@ void TestValueFeatureElement::userEdits()
     QFETCH(QString, fixed);
     QFETCH(QString, observers);
     QFETCH(QString, edit);
-    QFETCH(QStringList, pushes);
+    QFETCH(QString, pushText);
+    const QStringList pushes = pushText.split("; ", Qt::SkipEmptyParts);
     HolderElement holder;
     TestValueFeature feature(&holder);
     feature.setMaxOccurs(2);
@@ -150,30 +128,7 @@ void TestValueFeatureElement::userEdits()
 
 void TestValueFeatureElement::directChanges_data()
 {
-    QTest::addColumn<QString>("widget");
-    QTest::addColumn<QString>("operations");
-    QTest::addColumn<QString>("result");
-    QTest::addColumn<QString>("changed");
-
-    for (const char* widget : {"none", "before", "after"}) {
-        const auto row = [widget](const char* a_name, const char* a_operations, const char* a_result,
-                                  const char* a_changed) {
-            QTest::addRow("%s, widget %s", a_name, widget) << widget << a_operations << a_result << a_changed;
-        };
-        row("set", "set 1 x", "a,x,c", "1");
-        row("set equal value", "set 1 b", "a,b,c", "");
-        row("set null", "set 1 null", "a,b,c", "");
-        row("set beyond the instances", "set 3 x", "a,b,c", "");
-        row("insert starts with the own value", "insert 1", "a,new,b,c", "");
-        row("remove", "remove 1", "a,c", "");
-        row("move", "move 0 2", "b,c,a", "");
-        row("fixed value wins", "fixedValue F;set 0 x;insert 0", "F,F,F,F", "0 1 2");
-        row("fixed value cleared", "fixedValue F;fixedValue null;set 0 x", "x,F,F", "0 1 2 0");
-        row("default value", "defaultValue D;insert 3", "D,D,D,D", "0 1 2");
-        row("data set shrinks", "dataSet p,null", "p,b", "0");
-        row("data set grows to maxOccurs", "dataSet p,q,r,s,t,u", "p,q,r,s,t", "0 1 2 3 4");
-        row("data set down to minOccurs", "dataSet ", "a", "");
-    }
+    OrvexTest::addTextRows("tests/elements/data/valuefeature/direct.txt");
 }
 
 void TestValueFeatureElement::directChanges()
