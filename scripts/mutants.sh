@@ -3,7 +3,7 @@
 # the tree and reports which test catches it. The working tree is never edited.
 #
 #   scripts/mutants.sh [--repo DIR] [--scratch DIR] [--only REGEX] [-j N] [--timeout SEC]
-#                      [--last REGEX] [--no-baseline] [--list] [--check]
+#                      [--last REGEX] [--no-baseline] [--every] [--list] [--check]
 #
 # --repo DIR      tree to copy (default: this checkout)
 # --scratch DIR   the copy; kept between runs so rebuilds are incremental
@@ -14,12 +14,15 @@
 #                 suite's own tests set 300, which ctest keeps)
 # --last REGEX    slow tests run after all others in the full pass (default tst_hostilefiles)
 # --no-baseline   skip the run of the whole suite on the unchanged copy
+# --every         also run the whole suite on each fault and name every test that catches it
+#                 (slow: a full build and run per fault; checks the "single" flags)
 # --list          print the faults and exit
 # --check         report faults whose line is missing or not unique (STALE) and exit
 #
 # Per fault: the expected killers are built and run first; if they pass, everything is built and
 # the rest of the suite runs. Prints "<id>: killed by <test>", "<id>: SURVIVED", "STALE <id>" or
 # "<id>: BUILD FAILED" (counted as killed by the compiler), then "killed K of N, survived S".
+# Each step's output is kept in <scratch>/../mutants-logs/<id>.* (the failing test's output included).
 # Exit status: 0 when every fault was killed or is an accepted survivor, 1 when a fault that is not
 # accepted survived or a fault is stale, 2 on a usage or setup error.
 set -uo pipefail
@@ -34,9 +37,10 @@ jobs=2
 timeout=120
 last="tst_hostilefiles"
 baseline=1
+every=0
 mode=run
 
-usage() { sed -n '4,18p' "$0" | sed 's/^# \{0,1\}//'; exit 2; }
+usage() { sed -n '4,20p' "$0" | sed 's/^# \{0,1\}//'; exit 2; }
 while [ $# -gt 0 ]; do
     case "$1" in
     --repo) repo=$(cd "$2" && pwd) || exit 2; shift 2 ;;
@@ -47,6 +51,7 @@ while [ $# -gt 0 ]; do
     --timeout) timeout="$2"; shift 2 ;;
     --last) last="$2"; shift 2 ;;
     --no-baseline) baseline=0; shift ;;
+    --every) every=1; shift ;;
     --list) mode=list; shift ;;
     --check) mode=check; shift ;;
     -h | --help) usage ;;
@@ -138,7 +143,7 @@ failed=""
 run_tests() {
     local log="$1"
     shift
-    (cd "$build" && ctest --timeout "$timeout" --stop-on-failure -j "$jobs" "$@") >"$log" 2>&1
+    (cd "$build" && ctest --timeout "$timeout" --stop-on-failure --output-on-failure -j "$jobs" "$@") >"$log" 2>&1
     local status=$?
     failed=""
     if [ $status -ne 0 ]; then
@@ -214,6 +219,15 @@ while IFS=$'\t' read -r -u 3 id file tests flags accepted what; do
         verdict="killed by $failed"
     elif [ -n "$last" ] && ! run_tests "$logs/$id.last.log" -R "^($last)\$" -E "^($never|$killers)\$"; then
         verdict="killed by $failed"
+    fi
+    if [ $every -eq 1 ] && [ "${verdict#BUILD}" = "$verdict" ]; then
+        catchers=""
+        if ninja -C "$build" -j "$jobs" >>"$logs/$id.build" 2>&1; then
+            (cd "$build" && ctest --timeout "$timeout" -j "$jobs" -E "^($never)\$") >"$logs/$id.every.log" 2>&1
+            catchers=$(sed -n 's/^ *[0-9]*\/[0-9]* *Test *#[0-9]*: *\([^ ]*\) .*/\1 &/p' "$logs/$id.every.log" |
+                grep -v ' Passed ' | cut -d' ' -f1 | sort | paste -sd' ')
+        fi
+        [ -n "$verdict" ] && verdict="$verdict (caught by: ${catchers:-none})"
     fi
     restore
 
