@@ -39,30 +39,17 @@ private slots:
 
 void TestBooleanEnumeration::booleanClicks_data()
 {
-    QTest::addColumn<QString>("fixed");
-    QTest::addColumn<QString>("fileValue");
-    QTest::addColumn<bool>("switchOffAndOn");
-    QTest::addColumn<int>("clicks");
-    QTest::addColumn<QStringList>("pushes");
-
-    const auto row = [](const char* a_name, const char* a_fixed, const char* a_fileValue,
-                        bool a_switchOffAndOn, int a_clicks, const QStringList& a_pushes) {
-        QTest::newRow(a_name) << a_fixed << a_fileValue << a_switchOffAndOn << a_clicks << a_pushes;
-    };
-    row("two clicks", "", "", false, 2, {"0: false -> true", "0: true -> false"});
-    row("file value 1", "", "1", false, 0, {});
-    row("file value 0, clicked", "", "0", false, 1, {"0: 0 -> true"});
-    row("fixed false, clicked twice", "false", "1", false, 2, {});
-    row("switched off and on, clicked", "", "1", true, 1, {"0: false -> true"});
+    OrvexTest::addTextRows("tests/elements/data/booleanenumeration/boolean.txt");
 }
 
 void TestBooleanEnumeration::booleanClicks()
 {
     QFETCH(QString, fixed);
     QFETCH(QString, fileValue);
-    QFETCH(bool, switchOffAndOn);
-    QFETCH(int, clicks);
-    QFETCH(QStringList, pushes);
+    QFETCH(QString, switchOffAndOn);
+    QFETCH(QString, clicks);
+    QFETCH(QString, pushText);
+    const QStringList pushes = pushText.split("; ", Qt::SkipEmptyParts);
     HolderElement holder;
     Recording<BooleanFeature> feature(&holder);
     feature.setMinOccurs(0);
@@ -70,7 +57,7 @@ void TestBooleanEnumeration::booleanClicks()
     feature.setValue(0, fileValue.isEmpty() ? QVariant() : fileValue);
     QVERIFY(holder.show(feature));
     QPointer<QCheckBox> checkBox = qobject_cast<QCheckBox*>(feature.valueWidget(0));
-    if (switchOffAndOn) {
+    if (switchOffAndOn == "true") {
         // The check box waits, unseen, for the next instance, which starts from false again.
         QVERIFY(feature.setProperty("enabled", false) && feature.setProperty("enabled", true));
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -78,7 +65,7 @@ void TestBooleanEnumeration::booleanClicks()
         QTRY_VERIFY(checkBox->isVisible());
     }
 
-    for (int i = 0; i < clicks; ++i)
+    for (int i = 0; i < clicks.toInt(); ++i)
         QTest::mouseClick(checkBox, Qt::LeftButton);
     const bool checked = pushes.isEmpty() ? QVariant(fixed.isEmpty() ? fileValue : fixed).toBool()
                                           : pushes.last().endsWith("true");
@@ -91,45 +78,23 @@ void TestBooleanEnumeration::booleanClicks()
 
 void TestBooleanEnumeration::enumerationSelection_data()
 {
-    QTest::addColumn<QString>("fixed");
-    QTest::addColumn<QString>("fileValue");
-    QTest::addColumn<bool>("shownFirst");
-    QTest::addColumn<int>("key");
-    QTest::addColumn<bool>("undo");
-    QTest::addColumn<QString>("stored");
-    QTest::addColumn<QString>("shown");
-    QTest::addColumn<QString>("pushed");
-
-    const auto row = [](const char* a_name, const char* a_fixed, const char* a_fileValue, bool a_shownFirst,
-                        int a_key, bool a_undo, const char* a_stored, const char* a_shown,
-                        const char* a_pushed) {
-        QTest::newRow(a_name) << a_fixed << a_fileValue << a_shownFirst << a_key << a_undo << a_stored
-                              << a_shown << a_pushed;
-    };
-    row("no value yet, entries added while shown", "", "", true, 0, false, "Auto", "Auto", "");
-    row("down selects the next entry", "", "Auto", false, Qt::Key_Down, false, "Manual", "Manual -- by hand",
-        "0: Auto -> Manual");
-    row("unknown file value kept and shown", "", "Legacy", false, 0, false, "Legacy", "Legacy", "");
-    row("leaving an unknown value", "", "Legacy", true, Qt::Key_Up, false, "Off", "Off", "0: Legacy -> Off");
-    row("unknown value back by undo", "", "Legacy", false, Qt::Key_Up, true, "Legacy", "Legacy",
-        "0: Legacy -> Off");
-    row("fixed value", "Off", "Auto", true, Qt::Key_Up, false, "Off", "Off", "");
+    OrvexTest::addTextRows("tests/elements/data/booleanenumeration/enumeration.txt");
 }
 
 void TestBooleanEnumeration::enumerationSelection()
 {
     QFETCH(QString, fixed);
     QFETCH(QString, fileValue);
-    QFETCH(bool, shownFirst);
-    QFETCH(int, key);
-    QFETCH(bool, undo);
+    QFETCH(QString, shownFirst);
+    QFETCH(QString, key);
+    QFETCH(QString, undo);
     QFETCH(QString, stored);
     QFETCH(QString, shown);
     QFETCH(QString, pushed);
     HolderElement holder;
     Recording<EnumerationFeature> feature(&holder);
     feature.setFixedValue(fixed.isEmpty() ? QVariant() : fixed);
-    if (shownFirst)
+    if (shownFirst == "true")
         QVERIFY(holder.show(feature));
     QVERIFY(!feature.value().isValid() || !fixed.isEmpty());
     QSignalSpy warnings(&feature, &ValueFeatureElementBase::warning);
@@ -138,15 +103,15 @@ void TestBooleanEnumeration::enumerationSelection()
     QCOMPARE(warnings, (QList<QVariantList>{{"Duplicate Enumeration Entry",
                                              "Skipping enumeration entry duplicate, \"Auto\"."}}));
     feature.setValue(0, fileValue.isEmpty() ? QVariant() : fileValue);
-    if (!shownFirst)
+    if (shownFirst != "true")
         QVERIFY(holder.show(feature));
     auto* comboBox = qobject_cast<QComboBox*>(feature.valueWidget(0));
     QCOMPARE(comboBox->insertPolicy(), QComboBox::NoInsert);
     QCOMPARE(comboBox->isEnabled(), fixed.isEmpty());
 
-    if (key)
-        QTest::keyClick(comboBox, Qt::Key(key));
-    if (undo)
+    if (!key.isEmpty())
+        QTest::keyClick(comboBox, OrvexTest::keyNamed(key));
+    if (undo == "true")
         feature.setValue(0, fileValue);
 
     QCOMPARE(feature.displayText(), stored);

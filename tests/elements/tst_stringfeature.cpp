@@ -71,28 +71,20 @@ private slots:
 
 void TestStringFeature::typingRestrictions_data()
 {
-    QTest::addColumn<QString>("pattern");
-    QTest::addColumn<int>("lengthMax");
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<bool>("whileKept");
-    QTest::addColumn<QString>("shown");
-    QTest::addColumn<bool>("validated");
-    QTest::newRow("digits") << "[0-9]{1,4}" << 32767 << "12a345" << false << "1234" << true;
-    QTest::newRow("schema property class") << "\\p{Lu}+" << 32767 << "AbC" << false << "AC" << true;
-    QTest::newRow("pattern and length, line edit kept")
-        << "[A-F0-9]*" << 4 << "0xABCDEF" << true << "0ABC" << true;
-    QTest::newRow("broken pattern checks nothing") << "[0-9" << 32767 << "12a" << false << "12a" << false;
-    QTest::newRow("length only, line edit kept") << QString() << 3 << "abcdef" << true << "abc" << false;
+    OrvexTest::addTextRows("tests/elements/data/stringfeature/typing.txt");
 }
 
 void TestStringFeature::typingRestrictions()
 {
     QFETCH(QString, pattern);
-    QFETCH(int, lengthMax);
+    QFETCH(QString, lengthText);
     QFETCH(QString, typed);
-    QFETCH(bool, whileKept);
+    QFETCH(QString, keptText);
     QFETCH(QString, shown);
-    QFETCH(bool, validated);
+    QFETCH(QString, validatedText);
+    const int lengthMax = lengthText.isEmpty() ? int(StringFeature::DefaultLengthMax) : lengthText.toInt();
+    const bool whileKept = keptText == "true";
+    const bool validated = validatedText == "true";
     Scene scene(2);
     QVERIFY(scene.holder.show(scene.feature, true));
     scene.feature.setStringPattern(schemaPattern("[0-9]+"));
@@ -129,39 +121,19 @@ void TestStringFeature::typingRestrictions()
 
 void TestStringFeature::valueTakenWhenEditingFinishes_data()
 {
-    QTest::addColumn<QString>("fixed");
-    QTest::addColumn<QString>("pattern");
-    QTest::addColumn<int>("lengthMax");
-    QTest::addColumn<QString>("loaded");
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<int>("finish");
-    QTest::addColumn<QString>("value");
-    QTest::addColumn<QString>("shown");
-    const auto row = [](const char* a_name, const char* a_fixed, const char* a_pattern, int a_lengthMax,
-                        const char* a_loaded, const char* a_typed, int a_finish, const char* a_value,
-                        const char* a_shown) {
-        QTest::newRow(a_name) << a_fixed << a_pattern << a_lengthMax << a_loaded << a_typed << a_finish
-                              << a_value << a_shown;
-    };
-    const int noLimit = StringFeature::DefaultLengthMax;
-    row("Return", "", "", noLimit, "", "ab", Qt::Key_Return, "ab", "ab");
-    row("focus leaves", "", "", noLimit, "", "ab", Qt::Key_Tab, "ab", "ab");
-    row("unfinished match not taken", "", "[a-z]{3}", noLimit, "", "ab", Qt::Key_Return, "", "ab");
-    row("fixed value", "F", "", noLimit, "", "ab", Qt::Key_Return, "F", "F");
-    // A file's value stays as it is, even where the user could not have typed it.
-    row("loaded, breaks the pattern", "", "[0-9]+", noLimit, "abcdef", "", Qt::Key_Tab, "abcdef", "abcdef");
-    row("loaded, too long", "", "", 3, "abcdef", "", Qt::Key_Tab, "abcdef", "abcdef");
-    row("loaded, too long, extended", "", "", 3, "abcdef", "gh", Qt::Key_Return, "abcdef", "abcdef");
+    OrvexTest::addTextRows("tests/elements/data/stringfeature/finishing.txt");
 }
 
 void TestStringFeature::valueTakenWhenEditingFinishes()
 {
     QFETCH(QString, fixed);
     QFETCH(QString, pattern);
-    QFETCH(int, lengthMax);
+    QFETCH(QString, lengthText);
     QFETCH(QString, loaded);
     QFETCH(QString, typed);
-    QFETCH(int, finish);
+    QFETCH(QString, finishText);
+    const int lengthMax = lengthText.isEmpty() ? int(StringFeature::DefaultLengthMax) : lengthText.toInt();
+    const Qt::Key finish = OrvexTest::keyNamed(finishText);
     QFETCH(QString, value);
     QFETCH(QString, shown);
     Scene scene(2);
@@ -194,7 +166,7 @@ void TestStringFeature::valueTakenWhenEditingFinishes()
     QCOMPARE(popup != nullptr, !typed.isEmpty() && !edit->isReadOnly());
     QCOMPARE(model.sourceElement(), popup ? &scene.feature : nullptr);
     QCOMPARE(model.sourceIndex(), popup ? 2 : -1);
-    QTest::keyClick(popup ? popup : edit, Qt::Key(finish));
+    QTest::keyClick(popup ? popup : edit, finish);
     if (finish == Qt::Key_Tab)
         QTRY_VERIFY(!edit->hasFocus());
     const QStringList sources = popup ? QStringList{"Address 2", "none -1"} : QStringList();

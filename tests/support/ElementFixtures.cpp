@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QFile>
 #include <QLayout>
+#include <QMetaEnum>
 #include <QTest>
 #include <QWidget>
 
@@ -56,6 +57,11 @@ void addTextRows(const QString& a_relative)
         for (const QString& field : fields.mid(1))
             row << field;
     }
+}
+
+Qt::Key keyNamed(const QString& a_name)
+{
+    return Qt::Key(QMetaEnum::fromType<Qt::Key>().keyToValue(qPrintable(QStringLiteral("Key_") + a_name)));
 }
 
 bool HolderElement::show(Orvex::FeatureElementBase& a_feature, bool a_activate)

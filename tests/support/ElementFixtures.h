@@ -19,6 +19,9 @@ QStringList goldenLines(const QString& a_relative);
 // ("  a "); \n, \t and \| stand for a line break, a tab and a bar. Blank lines and "#" lines are skipped.
 void addTextRows(const QString& a_relative);
 
+// The key a table names without its "Key_" prefix ("Return", "Up").
+Qt::Key keyNamed(const QString& a_name);
+
 // A bare parent for the features under test: it owns a page widget and has nothing to highlight.
 class HolderElement : public Orvex::WidgetElementBase
 {
