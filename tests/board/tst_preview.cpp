@@ -1,4 +1,5 @@
 #include "BoardFixtures.h"
+#include "FileFixtures.h"
 #include "TestSupport.h"
 #include "board/PreviewAcqIf.h"
 #include "board/ViewportFrameConverter.h"
@@ -31,7 +32,6 @@ using Viewport::PixelLayout;
 using State = Viewport::ImperativeAcquisitionInterface::State;
 
 Q_DECLARE_METATYPE(Viewport::PixelLayout)
-Q_DECLARE_METATYPE(Viewport::ImperativeAcquisitionInterface::State)
 
 namespace {
 
@@ -163,75 +163,43 @@ private slots:
         }
     }
 
-    void stateChanges_data()
+    void runs_data()
     {
-        QTest::addColumn<QStringList>("actions");
-        QTest::addColumn<State>("state");
-        QTest::addColumn<QString>("command");
-        QTest::newRow("start") << QStringList{"start"} << State::Running << "control 0/256";
-        QTest::newRow("fixed") << QStringList{"fixed"} << State::Running << "control 3/256 100000";
-        QTest::newRow("pause") << QStringList{"start", "pause"} << State::Paused << "control 2/512";
-        QTest::newRow("stop") << QStringList{"start", "stop"} << State::Stopped << "control 1/256";
-        QTest::newRow("resume") << QStringList{"fixed", "pause", "start"} << State::Running
-                                << "control 0/256";
-        QTest::newRow("stop paused") << QStringList{"start", "pause", "stop"} << State::Stopped
-                                     << "control 1/256";
+        OrvexTest::addTableRows("tests/board/data/preview-runs.txt",
+                                {"mode", "operations", "end", "state", "commands"});
     }
 
-    void stateChanges()
+    // Cleanup and destruction abort a run before releasing the buffers; destruction joins the worker.
+    void runs()
     {
-        QFETCH(QStringList, actions);
-        QFETCH(State, state);
-        QFETCH(QString, command);
-        const auto acquisition = setUp("Small");
+        QFETCH(QByteArray, mode);
+        QFETCH(QByteArray, operations);
+        QFETCH(QByteArray, end);
+        QFETCH(QByteArray, state);
+        QFETCH(QByteArray, commands);
+        const QStringList actions = QString(operations).split(' ', Qt::SkipEmptyParts);
+        const QStringList expected = QString(commands).split(',');
+        auto acquisition = setUp(QString(mode));
         QVERIFY(acquisition);
         QSignalSpy changes(acquisition.get(), &PreviewAcqIf::acquisitionStateChanged);
         for (const QString& action : actions)
             QVERIFY(perform(*acquisition, action));
-        QCOMPARE(acquisition->acquisitionState(), state);
-        QCOMPARE(takeEvents().constLast(), command);
-        QTRY_COMPARE(changes.count(), actions.size());
-        if (state == State::Running)
-            QTRY_VERIFY(acquisition->frameRate() > 0.0);
-        if (state == State::Paused)
-            QCOMPARE(acquisition->frameRate(), 0.0);
-    }
-
-    void teardown_data()
-    {
-        QTest::addColumn<QString>("mode");
-        QTest::addColumn<QStringList>("actions");
-        QTest::addColumn<bool>("destroy");
-        QTest::addColumn<QStringList>("expected");
-        const QStringList abort{"control 4/256", "release"};
-        const QStringList closed = abort + QStringList{"close"};
-        QTest::newRow("cleanup running") << "Small" << QStringList{"start"} << false << abort;
-        QTest::newRow("cleanup paused") << "Small" << QStringList{"start", "pause"} << false << abort;
-        QTest::newRow("cleanup stopped")
-            << "Small" << QStringList{"start", "stop"} << false << QStringList{"release"};
-        QTest::newRow("cleanup, never started")
-            << "Small" << QStringList{} << false << QStringList{"release"};
-        QTest::newRow("destroy running") << "Small" << QStringList{"start"} << true << closed;
-        QTest::newRow("destroy waiting for triggers")
-            << "Triggered" << QStringList{"start"} << true << closed;
-        QTest::newRow("destroy set up") << "Small" << QStringList{} << true << closed;
-    }
-
-    // Cleanup and destruction abort a run before releasing the buffers; destruction joins the worker.
-    void teardown()
-    {
-        QFETCH(QString, mode);
-        QFETCH(QStringList, actions);
-        QFETCH(bool, destroy);
-        QFETCH(QStringList, expected);
-        auto acquisition = setUp(mode);
-        QVERIFY(acquisition);
-        for (const QString& action : actions)
-            QVERIFY(perform(*acquisition, action));
+        const QHash<QByteArray, State> states{
+            {"Running", State::Running}, {"Paused", State::Paused}, {"Stopped", State::Stopped}};
+        QCOMPARE(acquisition->acquisitionState(), states.value(state));
+        if (end == "none") {
+            QCOMPARE(takeEvents().constLast(), expected.constLast());
+            QTRY_COMPARE(changes.count(), actions.size());
+            if (state == "Running")
+                QTRY_VERIFY(acquisition->frameRate() > 0.0);
+            if (state == "Paused")
+                QCOMPARE(acquisition->frameRate(), 0.0);
+            return;
+        }
         QTRY_VERIFY(mode == "Triggered" || actions != QStringList{"start"} ||
                     acquisition->framesDelivered() > 0);
         takeEvents();
-        if (destroy) {
+        if (end == "destroy") {
             acquisition.reset();
             QCOMPARE(takeEvents(), expected);
             return;
