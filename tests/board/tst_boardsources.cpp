@@ -1,4 +1,5 @@
 #include "BoardFixtures.h"
+#include "FileFixtures.h"
 #include "board/QNBrdAttachedFilesSource.h"
 #include "board/QNBrdDataSource.h"
 #include "platform/QNDriver.h"
@@ -291,37 +292,26 @@ private slots:
 
     void populate_data()
     {
-        QTest::addColumn<int>("filter");
-        QTest::addColumn<int>("storedFor");
-        QTest::addColumn<QStringList>("recent");
-        QTest::addColumn<QStringList>("names");
-        QTest::addColumn<int>("opened");
-
-        const QString gone = QStringLiteral("Bd (7) - Gone");
-        const QStringList all{g_alpha, g_beta, g_plain};
-        QTest::newRow("filter none") << 0 << 0 << QStringList() << QStringList() << -1;
-        QTest::newRow("Camera Link") << 1 << 1 << QStringList() << QStringList{g_alpha, g_plain} << 0;
-        QTest::newRow("CoaXPress") << 2 << 2 << QStringList() << QStringList{g_beta} << 1;
-        QTest::newRow("any") << 3 << 3 << QStringList() << all << 0;
-        QTest::newRow("gone board, then the next name")
-            << 3 << 3 << QStringList{gone, g_plain, g_beta} << all << 2;
-        QTest::newRow("gone board, then board 0") << 3 << 3 << QStringList{gone} << all << 0;
-        QTest::newRow("another filter's names") << 3 << 1 << QStringList{g_plain} << all << 0;
-        QTest::newRow("name the filter leaves out")
-            << 2 << 2 << QStringList{g_alpha} << QStringList{g_beta} << 1;
+        OrvexTest::addTableRows("tests/board/data/data-source.txt",
+                                {"filter", "storedFor", "recent", "boards", "opened"});
     }
 
     void populate()
     {
-        QFETCH(int, filter);
-        QFETCH(int, storedFor);
-        QFETCH(QStringList, recent);
-        QFETCH(QStringList, names);
-        QFETCH(int, opened);
+        QFETCH(QByteArray, filter);
+        QFETCH(QByteArray, storedFor);
+        QFETCH(QByteArray, recent);
+        QFETCH(QByteArray, boards);
+        QFETCH(QByteArray, opened);
+        const QStringList recentNames = QString(recent).split(',', Qt::SkipEmptyParts);
+        const QStringList all{g_alpha, g_beta, g_plain};
+        QStringList names;
+        for (const QString& number : QString(boards).split(',', Qt::SkipEmptyParts))
+            names << all.value(number.toInt());
 
         loadMachine(threeBoards());
-        QSettings().setValue(QNBrdDataSource::recentBoardsKey(BoardTypes(storedFor)), recent);
-        QNBrdDataSource source{BoardTypes(filter)};
+        QSettings().setValue(QNBrdDataSource::recentBoardsKey(BoardTypes(storedFor.toInt())), recentNames);
+        QNBrdDataSource source{BoardTypes(filter.toInt())};
         QStringList texts;
         for (int index = 1; index < source.count(); ++index) {
             texts << source.itemText(index);
@@ -329,10 +319,10 @@ private slots:
         }
         QCOMPARE(source.itemData(0).toInt(), -1);
         QCOMPARE(texts, names);
-        QCOMPARE(source.property("board").value<quint32>(), quint32(opened));
-        QCOMPARE(source.currentData().toInt(), opened);
-        QCOMPARE(handleOpen(source.boardHandle()), opened >= 0);
-        QCOMPARE(source.recentBoards(), storedFor == filter ? recent : QStringList());
+        QCOMPARE(source.property("board").value<quint32>(), quint32(opened.toInt()));
+        QCOMPARE(source.currentData().toInt(), opened.toInt());
+        QCOMPARE(handleOpen(source.boardHandle()), opened.toInt() >= 0);
+        QCOMPARE(source.recentBoards(), storedFor == filter ? recentNames : QStringList());
     }
 
     void userChoice_data()
