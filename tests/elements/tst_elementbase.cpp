@@ -1,15 +1,30 @@
+#include "ElementFixtures.h"
 #include "elements/ElementBase.h"
 #include "elements/ElementBaseDelayQueue.h"
+#include "elements/FeatureElementBase.h"
 #include "elements/WidgetElementBase.h"
+#include "elements/WidgetSimpleDragEventFilter.h"
 
+#include <QApplication>
 #include <QCoreApplication>
+#include <QDrag>
+#include <QGraphicsColorizeEffect>
+#include <QGraphicsOpacityEffect>
+#include <QLayout>
+#include <QLineEdit>
+#include <QMouseEvent>
+#include <QPropertyAnimation>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
-
+#include <QVBoxLayout>
 #include <functional>
 #include <memory>
 
 using namespace Orvex;
+using OrvexTest::HolderElement;
 
 namespace {
 
@@ -66,9 +81,153 @@ void recordMessage(QtMsgType a_type, const QMessageLogContext&, const QString& a
     s_messages << QStringLiteral("%1 %2").arg(a_type == QtDebugMsg ? "debug" : "other", a_message);
 }
 
+class RootElement : public ElementBase
+{
+public:
+    using ElementBase::ElementBase;
+
+    const WindowElement* windowElement() const override { return nullptr; }
+    // Any recognisable address will do; nothing dereferences it.
+    WindowElement* windowElement() override { return reinterpret_cast<WindowElement*>(this); }
+
+protected:
+    void onRaise() override {}
+    void onLower() override {}
+};
+
+class TestElement : public WidgetElementBase
+{
+public:
+    using WidgetElementBase::highlightContainers;
+    using WidgetElementBase::setHighlightActive;
+    using WidgetElementBase::setHighlightInactive;
+    using WidgetElementBase::WidgetElementBase;
+
+    void highlight(size_t) override {}
+
+    QList<QWidget*> changedTo;
+
+protected:
+    void widgetChanged(QWidget* a_widget) override { changedTo << a_widget; }
+};
+
+QMouseEvent mouseEvent(QEvent::Type a_type, QPoint a_pos, Qt::MouseButton a_button,
+                       Qt::MouseButtons a_buttons)
+{
+    return QMouseEvent(a_type, a_pos, a_pos, a_pos, a_button, a_buttons, Qt::NoModifier);
+}
+
+// Values are named after their creation order, so where each one ends up shows which instance moved.
+class TestFeature : public FeatureElementBase
+{
+public:
+    using FeatureElementBase::FeatureElementBase;
+    using FeatureElementBase::instanceRecord;
+    using FeatureElementBase::setInstanceValueWidget;
+
+    QStringList values;
+    QStringList requests;
+    int created = 0;
+    bool applyRequests = false;
+
+    QVariant dataSet() const override { return values; }
+    void setDataSet(const QVariant& a_dataSet) override { values = a_dataSet.toStringList(); }
+    void highlight(size_t) override {}
+
+protected:
+    void insertInstanceValue(size_t a_index) override
+    {
+        values.insert(int(a_index), QStringLiteral("v%1").arg(created++));
+    }
+    QWidget* createInstanceValueWidget(size_t a_index) override
+    {
+        return new QLineEdit(values[int(a_index)]);
+    }
+    void removeInstanceValue(size_t a_index) override { values.removeAt(int(a_index)); }
+    void moveInstanceValue(size_t a_from, size_t a_to) override { values.move(int(a_from), int(a_to)); }
+    void requestInstanceChanges(const QVector<InstanceChange>& a_changes) override
+    {
+        const char* kinds[] = {"insert", "remove", "reinsert"};
+        for (const InstanceChange& change : a_changes) {
+            requests << QStringLiteral("%1 %2").arg(kinds[change.kind]).arg(change.index);
+            if (change.kind == InstanceChange::Reinsert)
+                requests.last() += QStringLiteral(" %1").arg(change.newIndex);
+            // What the undo command will do right away when it is pushed.
+            if (applyRequests && change.kind == InstanceChange::Remove)
+                removeInstance(change.index);
+        }
+    }
+};
+
+// "min..max", with "*" for unbounded.
+std::pair<size_t, size_t> bounds(const QString& a_text)
+{
+    const QString max = a_text.section("..", 1);
+    return {a_text.section("..", 0, 0).toULongLong(),
+            max == "*" ? FeatureElementBase::Unbounded : size_t(max.toULongLong())};
+}
+
+// Built the way loading does it: a copy of a schema template, which brings the bounds but none of the
+// template's instances, then instances appended.
+std::unique_ptr<TestFeature> makeFeature(ElementBase* a_parent, const QString& a_bounds, size_t a_count,
+                                         const QString& a_widget = QString())
+{
+    TestFeature schemaTemplate(a_parent);
+    schemaTemplate.setName(QStringLiteral("TapGeometry"));
+    schemaTemplate.setIsAttribute(true);
+    schemaTemplate.setMaxOccurs(bounds(a_bounds).second);
+    schemaTemplate.setMinOccurs(bounds(a_bounds).first);
+    auto feature = std::make_unique<TestFeature>(&schemaTemplate, a_parent);
+    if (a_widget == "before")
+        feature->createWidget();
+    for (size_t i = 0; i < a_count; ++i)
+        feature->insertInstance(FeatureElementBase::NoIndex);
+    if (a_widget == "after")
+        feature->createWidget();
+    return feature;
+}
+
+QToolButton* trailingButton(TestFeature& a_feature, const QString& a_text)
+{
+    QLayout* layout = a_feature.widget()->layout();
+    for (auto* button : layout->itemAt(layout->count() - 1)->widget()->findChildren<QToolButton*>()) {
+        if (button->text() == a_text)
+            return button;
+    }
+    return nullptr;
+}
+
+// One row per instance, in order, the value first, the buttons enabled exactly while the bounds allow.
+void checkRows(TestFeature& a_feature, bool a_buttons)
+{
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    const int count = int(a_feature.instanceCount());
+    const bool canRemove = a_feature.instanceCount() > a_feature.minOccurs();
+    const bool canInsert = a_feature.instanceCount() < a_feature.maxOccurs();
+    QLayout* layout = a_feature.widget()->layout();
+    QCOMPARE(layout->count(), count + (a_buttons ? 1 : 0));
+    QCOMPARE(a_feature.widget()->findChildren<QLineEdit*>().size(), count);
+    QCOMPARE(a_feature.widget()->findChildren<QToolButton*>().size(), a_buttons ? 2 * (count + 1) : 0);
+    for (int i = 0; i < count; ++i) {
+        FeatureInstanceRecord* record = a_feature.instanceRecord(size_t(i));
+        QCOMPARE(layout->itemAt(i)->widget(), record->row());
+        auto* edit = qobject_cast<QLineEdit*>(record->row()->layout()->itemAt(0)->widget());
+        QVERIFY(edit && edit == record->valueWidget());
+        QCOMPARE(edit->text(), a_feature.values[i]);
+        if (a_buttons) {
+            QCOMPARE(record->removeButton()->isEnabled(), canRemove);
+            QCOMPARE(record->insertButton()->isEnabled(), canInsert);
+        }
+    }
+    if (a_buttons) {
+        QCOMPARE(trailingButton(a_feature, "-")->isEnabled(), canRemove);
+        QCOMPARE(trailingButton(a_feature, "+")->isEnabled(), canInsert);
+    }
+}
+
 } // namespace
 
-class TestElementBase : public QObject
+class TestElementBases : public QObject
 {
     Q_OBJECT
 
@@ -260,7 +419,414 @@ private slots:
         QCOMPARE(s_messages, QStringList({"debug Unknown operation type with ID = 2.",
                                           "debug Unknown operation type with ID = -1."}));
     }
+
+    void widgetIsOwnedByElement_data()
+    {
+        QTest::addColumn<bool>("widgetDestroyedFirst");
+        QTest::newRow("element destroyed first") << false;
+        QTest::newRow("widget destroyed first") << true;
+    }
+
+    // The current widget goes with the element; a replaced one is left alone.
+    void widgetIsOwnedByElement()
+    {
+        QFETCH(bool, widgetDestroyedFirst);
+        RootElement root;
+        auto* element = new TestElement(nullptr, &root);
+        QPointer<QWidget> replaced = new QWidget;
+        QPointer<QWidget> widget = new QWidget;
+
+        element->setWidget(replaced);
+        element->setWidget(nullptr);
+        element->setWidget(widget);
+        QCOMPARE(element->changedTo, (QList<QWidget*>{replaced, nullptr, widget}));
+        if (widgetDestroyedFirst) {
+            delete widget;
+            QVERIFY(!element->widget());
+        }
+        delete element;
+        QVERIFY(!widget && replaced);
+        delete replaced;
+    }
+
+    // Raising passes on to the parent element; lowering takes the focus from the widget.
+    void widgetRaiseAndLower()
+    {
+        RootElement root;
+        TestElement element(nullptr, &root);
+        QWidget window;
+        auto* layout = new QVBoxLayout(&window);
+        auto* edit = new QLineEdit;
+        layout->addWidget(edit);
+        layout->addWidget(new QLineEdit);
+        element.setWidget(edit);
+        window.show();
+        QApplication::setActiveWindow(&window);
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        edit->setFocus();
+        QTRY_VERIFY(edit->hasFocus());
+
+        element.raise();
+        QVERIFY(root.isRaised() && edit->hasFocus());
+        element.lower();
+        QVERIFY(!edit->hasFocus() && root.isRaised());
+        element.setWidget(nullptr);
+        element.raise();
+        element.lower();
+
+        // The window element is asked of the parent chain, in its writable form even from a const one.
+        TestElement feature(&element, &element);
+        QCOMPARE(static_cast<const TestElement&>(feature).windowElement(),
+                 reinterpret_cast<WindowElement*>(&root));
+        QVERIFY(!TestElement(nullptr, nullptr).windowElement());
+    }
+
+    void highlightSignals_data()
+    {
+        QTest::addColumn<QString>("calls");
+        QTest::addColumn<QStringList>("emitted");
+        const QStringList onOff{"activated", "triggered 1", "deactivated", "triggered 0"};
+        QTest::newRow("active true and false, twice each") << "A1 A1 A0 A0" << onOff;
+        QTest::newRow("inactive false and true, twice each") << "I0 I0 I1 I1" << onOff;
+        QTest::newRow("clearing a clear flag") << "I1 A0" << QStringList{};
+    }
+
+    // Each change of the highlight state is announced once; setting the same state again says nothing.
+    void highlightSignals()
+    {
+        QFETCH(QString, calls);
+        QFETCH(QStringList, emitted);
+        TestElement element(nullptr, nullptr);
+        QStringList log;
+        connect(&element, &WidgetElementBase::highlightActivated, this, [&] { log << "activated"; });
+        connect(&element, &WidgetElementBase::highlightDeactivated, this, [&] { log << "deactivated"; });
+        connect(&element, &WidgetElementBase::highlightTriggered, this,
+                [&](bool a_active) { log << QStringLiteral("triggered %1").arg(int(a_active)); });
+
+        for (const QString& call : calls.split(' ')) {
+            call[0] == 'A' ? element.setHighlightActive(call[1] == '1')
+                           : element.setHighlightInactive(call[1] == '1');
+            if (call == "A1" || call == "I0")
+                QVERIFY(element.isHighlightActive());
+        }
+        QCOMPARE(log, emitted);
+        QVERIFY(!element.isHighlightActive());
+    }
+
+    void highlightEffect_data()
+    {
+        QTest::addColumn<QString>("effectBefore");
+        QTest::addColumn<QColor>("color");
+        QTest::newRow("no effect") << "none" << QColor(Qt::red);
+        QTest::newRow("colorize effect is reused") << "colorize" << QColor(Qt::blue);
+        QTest::newRow("other effect is replaced") << "opacity" << QColor(Qt::red);
+    }
+
+    // A red tint fades out twice on every container; highlighting again restarts the same animation, and
+    // the state clears when the first animation ends.
+    void highlightEffect()
+    {
+        QFETCH(QString, effectBefore);
+        QFETCH(QColor, color);
+        TestElement element(nullptr, nullptr);
+        QWidget panel;
+        auto* first = new QWidget(&panel);
+        auto* second = new QWidget(&panel);
+        if (effectBefore == "colorize") {
+            auto* effect = new QGraphicsColorizeEffect;
+            effect->setColor(Qt::blue);
+            first->setGraphicsEffect(effect);
+        } else if (effectBefore == "opacity") {
+            first->setGraphicsEffect(new QGraphicsOpacityEffect);
+        }
+        QPointer<QGraphicsEffect> effectGiven = first->graphicsEffect();
+        QSignalSpy activated(&element, &WidgetElementBase::highlightActivated);
+        QSignalSpy deactivated(&element, &WidgetElementBase::highlightDeactivated);
+
+        element.highlightContainers({first, nullptr, second});
+        auto* effect = qobject_cast<QGraphicsColorizeEffect*>(first->graphicsEffect());
+        QVERIFY(effect);
+        QCOMPARE(effect->color(), color);
+        QCOMPARE(effect == effectGiven, effectBefore == "colorize");
+        QCOMPARE(qobject_cast<QGraphicsColorizeEffect*>(second->graphicsEffect())->color(), QColor(Qt::red));
+        const auto animations = first->findChildren<QPropertyAnimation*>();
+        QCOMPARE(animations.size(), 1);
+        QPropertyAnimation* animation = animations.first();
+        QVERIFY(animation->targetObject() == effect && animation->propertyName() == "strength");
+        QCOMPARE(animation->state(), QAbstractAnimation::Running);
+        QVERIFY(element.isHighlightActive());
+
+        // Highlighting again part way through starts the same animation over.
+        animation->setCurrentTime(animation->duration() / 2);
+        element.highlightContainers({first});
+        QCOMPARE(first->graphicsEffect(), effect);
+        QCOMPARE(first->findChildren<QPropertyAnimation*>(), animations);
+        QCOMPARE(animation->state(), QAbstractAnimation::Running);
+        QVERIFY(animation->currentLoop() == 0 && animation->currentLoopTime() < animation->duration() / 2);
+
+        QTRY_VERIFY(!element.isHighlightActive());
+        QTRY_COMPARE(animation->state(), QAbstractAnimation::Stopped);
+        QCOMPARE(effect->strength(), 0.0);
+        QCOMPARE((QList<int>{activated.count(), deactivated.count()}), (QList<int>{1, 1}));
+        element.highlightContainers({first});
+        QVERIFY(element.isHighlightActive());
+        QCOMPARE(activated.count(), 2);
+        QTRY_COMPARE(deactivated.count(), 2);
+    }
+
+    void highlightScrollsFirstContainerIntoView_data()
+    {
+        QTest::addColumn<int>("first");
+        QTest::addColumn<bool>("scrolls");
+        QTest::newRow("container at the top") << 0 << false;
+        QTest::newRow("last container") << 49 << true;
+    }
+
+    void highlightScrollsFirstContainerIntoView()
+    {
+        QFETCH(int, first);
+        QFETCH(bool, scrolls);
+        TestElement element(nullptr, nullptr);
+        QScrollArea area;
+        area.resize(300, 300);
+        auto* content = new QWidget;
+        auto* layout = new QVBoxLayout(content);
+        QList<QWidget*> containers;
+        for (int i = 0; i < 50; ++i) {
+            containers << new QWidget;
+            containers.last()->setFixedHeight(100);
+            layout->addWidget(containers.last());
+        }
+        area.setWidget(content);
+        area.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&area));
+
+        element.highlightContainers({containers[first], containers[5]});
+        QCOMPARE(area.verticalScrollBar()->value() > 0, scrolls);
+        const QRect container(containers[first]->mapTo(area.viewport(), QPoint(0, 0)),
+                              containers[first]->size());
+        QVERIFY(area.viewport()->rect().contains(container));
+    }
+
+    void dragFilter_data()
+    {
+        const int distance = QApplication::startDragDistance();
+        QTest::addColumn<bool>("withTemplate");
+        QTest::addColumn<Qt::MouseButtons>("buttons");
+        QTest::addColumn<QPoint>("offset");
+        QTest::addColumn<bool>("drags");
+        const Qt::MouseButtons left(Qt::LeftButton);
+        QTest::newRow("start distance") << true << left << QPoint(distance, 0) << true;
+        QTest::newRow("start distance diagonally")
+            << true << left << QPoint(-distance / 2, distance - distance / 2) << true;
+        QTest::newRow("short move") << true << left << QPoint(0, distance - 1) << false;
+        QTest::newRow("right button held")
+            << true << Qt::MouseButtons(Qt::RightButton) << QPoint(2 * distance, 0) << false;
+        QTest::newRow("no template") << false << left << QPoint(2 * distance, 0) << false;
+    }
+
+    // A left-button move of at least the start distance starts a copy drag of a copy of the template,
+    // releasing the pressed button; the filter leaves other widgets alone.
+    void dragFilter()
+    {
+        QFETCH(bool, withTemplate);
+        QFETCH(Qt::MouseButtons, buttons);
+        QFETCH(QPoint, offset);
+        QFETCH(bool, drags);
+        // Elsewhere a drag runs a real nested event loop that would wait for a drop.
+        if (drags && QGuiApplication::platformName() != QLatin1String("offscreen"))
+            QSKIP("Starting a drag needs the offscreen platform");
+
+        QPushButton button(QStringLiteral("Mode"));
+        button.resize(300, 300);
+        auto* filter = new WidgetSimpleDragEventFilter(&button);
+        if (withTemplate) {
+            auto* data = new QMimeData;
+            data->setText(QStringLiteral("Default_1"));
+            data->setData(QStringLiteral("QuarnelOrvex/ModeNameString"), QByteArray("Default_1"));
+            filter->setDragData(data);
+        }
+
+        const QPoint pressed(100, 100);
+        QMouseEvent press = mouseEvent(QEvent::MouseButtonPress, pressed, Qt::LeftButton, Qt::LeftButton);
+        QApplication::sendEvent(&button, &press);
+        QVERIFY(button.isDown());
+        QMouseEvent move = mouseEvent(QEvent::MouseMove, pressed + offset, Qt::NoButton, buttons);
+        QCOMPARE(filter->eventFilter(&button, &move), drags);
+        QCOMPARE(button.isDown(), !drags);
+
+        auto* drag = button.findChild<QDrag*>();
+        QCOMPARE(drag != nullptr, drags);
+        if (drags) {
+            QVERIFY(drag->mimeData() != filter->dragData());
+            QCOMPARE(drag->mimeData()->formats(), filter->dragData()->formats());
+            for (const QString& format : filter->dragData()->formats())
+                QCOMPARE(drag->mimeData()->data(format), filter->dragData()->data(format));
+            QCOMPARE(drag->pixmap().size(), button.grab().size());
+            QCOMPARE(drag->supportedActions(), Qt::CopyAction);
+        }
+        QLineEdit other;
+        QVERIFY(!filter->eventFilter(&other, &press) && !filter->eventFilter(&other, &move));
+
+        // The filter owns its template: the same one set again stays, a new one replaces it.
+        QPointer<const QMimeData> replaced = filter->dragData();
+        auto* next = new QMimeData;
+        filter->setDragData(next);
+        filter->setDragData(next);
+        QVERIFY(!replaced && next->parent() == filter && filter->dragData() == next);
+    }
+
+    void instanceChanges_data()
+    {
+        OrvexTest::addTextRows("tests/elements/data/featureelement/instances.txt");
+    }
+
+    void instanceChanges()
+    {
+        QFETCH(QString, widget);
+        QFETCH(QString, before);
+        QFETCH(QString, countText);
+        const size_t count = countText.toULongLong();
+        QFETCH(QString, operation);
+        QFETCH(QString, after);
+        QFETCH(QString, values);
+        QFETCH(QString, signalLog);
+        HolderElement holder;
+        auto feature = makeFeature(&holder, before, count, widget);
+        QStringList log;
+        connect(feature.get(), &FeatureElementBase::instanceInserted, this,
+                [&](size_t a_index) { log << QStringLiteral("inserted %1").arg(a_index); });
+        connect(feature.get(), &FeatureElementBase::instanceCountIsMinOccurs, this,
+                [&](bool a_at) { log << QStringLiteral("min %1").arg(int(a_at)); });
+        connect(feature.get(), &FeatureElementBase::instanceCountIsMaxOccurs, this,
+                [&](bool a_at) { log << QStringLiteral("max %1").arg(int(a_at)); });
+
+        const QStringList words = operation.split(' ');
+        const size_t argument = words.value(1).toULongLong();
+        const size_t second = words.value(2).toULongLong();
+        if (words[0] == "click" && words[2] == "trailing") {
+            trailingButton(*feature, words[1])->click();
+        } else if (words[0] == "click") {
+            FeatureInstanceRecord* record = feature->instanceRecord(second);
+            (words[1] == "+" ? record->insertButton() : record->removeButton())->click();
+        } else if (operation == "user insert" || operation == "user remove") {
+            words[1] == "insert" ? feature->userInsert() : feature->userRemove();
+        } else if (words[0] == "user") {
+            const size_t index = words[2].toULongLong();
+            if (words[1] == "insert" || words[1] == "remove")
+                words[1] == "insert" ? feature->userInsert(index) : feature->userRemove(index);
+            else if (words[1] == "reinsert")
+                feature->userReinsert(index, words[3].toULongLong());
+            else
+                feature->userSetEnabled(index != 0);
+        } else if (words[0] == "insert")
+            feature->insertInstance(argument);
+        else if (words[0] == "remove")
+            feature->removeInstance(argument);
+        else if (words[0] == "move")
+            QCOMPARE(feature->moveInstance(argument, words[2].toULongLong()), words[2].toULongLong() < count);
+        else if (words[0] == "enabled")
+            QVERIFY(feature->setProperty("enabled", argument != 0));
+        else
+            QVERIFY(feature->setProperty(words[0].toLatin1(), QVariant::fromValue(argument)));
+
+        for (const QString& request : feature->requests)
+            log << "ask " + request;
+        QCOMPARE(log.join(','), signalLog);
+        const QStringList expectedValues = values.split(' ', Qt::SkipEmptyParts);
+        QCOMPARE(feature->values, expectedValues);
+        QCOMPARE(QList<size_t>({feature->instanceCount(), feature->minOccurs(), feature->maxOccurs()}),
+                 QList<size_t>({size_t(expectedValues.size()), bounds(after).first, bounds(after).second}));
+        QCOMPARE(feature->isEnabled(), !expectedValues.isEmpty());
+        if (widget != "none")
+            checkRows(*feature, bounds(before).second - bounds(before).first > 1);
+        else
+            QVERIFY(!feature->widget());
+    }
+
+    void widgetStructure_data()
+    {
+        QTest::addColumn<QString>("occurs");
+        QTest::addColumn<bool>("parentHasWidget");
+        QTest::addColumn<bool>("toggle");
+        QTest::addColumn<bool>("buttons");
+        QTest::newRow("toggle 0..1") << "0..1" << true << true << false;
+        QTest::newRow("two in a row 2..3") << "2..3" << true << false << false;
+        QTest::newRow("repeating 0..2") << "0..2" << true << false << true;
+        QTest::newRow("unbounded, parent without widget") << "1..*" << false << false << true;
+    }
+
+    void widgetStructure()
+    {
+        QFETCH(QString, occurs);
+        QFETCH(bool, parentHasWidget);
+        QFETCH(bool, toggle);
+        QFETCH(bool, buttons);
+        HolderElement holder;
+        if (parentHasWidget)
+            holder.setWidget(new QWidget);
+        auto feature = makeFeature(&holder, occurs, std::max<size_t>(bounds(occurs).first, 1));
+
+        QCOMPARE(feature->isToggleFeature(), toggle);
+        QVERIFY(feature->name() == "TapGeometry" && feature->isAttribute());
+        QWidget* widget = feature->createWidget();
+        QCOMPARE(feature->createWidget(), widget);
+        QCOMPARE(widget->parentWidget(), holder.widget());
+        checkRows(*feature, buttons);
+
+        FeatureInstanceRecord* record = feature->instanceRecord(0);
+        QPointer<QWidget> old = record->valueWidget();
+        auto* replacement = new QLineEdit(feature->values[0]);
+        feature->setInstanceValueWidget(*record, replacement);
+        QVERIFY(old && old->isHidden());
+        QCOMPARE(record->row()->layout()->indexOf(old), -1);
+        QCOMPARE(record->row()->layout()->itemAt(0)->widget(), replacement);
+    }
+
+    void widgetOwnership_data()
+    {
+        QTest::addColumn<bool>("parentWidgetFirst");
+        QTest::newRow("element destroyed first") << false;
+        QTest::newRow("parent element's widget destroyed first") << true;
+    }
+
+    void widgetOwnership()
+    {
+        QFETCH(bool, parentWidgetFirst);
+        HolderElement holder;
+        holder.setWidget(new QWidget);
+        auto feature = makeFeature(&holder, "0..5", 3, "after");
+        QPointer<QWidget> widget = feature->widget();
+        QPointer<QWidget> removedRow = feature->instanceRecord(1)->row();
+        QPointer<QWidget> removedValue = feature->instanceRecord(1)->valueWidget();
+
+        // The row goes away while its own "-" button is still delivering the click.
+        feature->applyRequests = true;
+        QTest::mouseClick(feature->instanceRecord(1)->removeButton(), Qt::LeftButton);
+        QCOMPARE(feature->values, (QStringList{"v0", "v2"}));
+        QVERIFY(removedRow && removedRow->isHidden());
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(!removedRow && !removedValue);
+        QPointer<QWidget> row = feature->instanceRecord(0)->row();
+
+        if (!parentWidgetFirst) {
+            feature.reset();
+            QVERIFY(!widget && !row && holder.widget());
+            return;
+        }
+        delete holder.widget();
+        QVERIFY(!widget && !row && !feature->widget());
+        // Still complete without its widget, and able to build a fresh one later.
+        QVERIFY(feature->insertInstance(0));
+        QVERIFY(feature->removeInstance(2));
+        QCOMPARE(feature->values, (QStringList{"v3", "v0"}));
+        widget = feature->createWidget();
+        QVERIFY(!widget->parentWidget());
+        checkRows(*feature, true);
+        feature.reset();
+        QVERIFY(!widget);
+    }
 };
 
-QTEST_GUILESS_MAIN(TestElementBase)
+QTEST_MAIN(TestElementBases)
 #include "tst_elementbase.moc"
