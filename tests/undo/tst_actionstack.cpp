@@ -1,11 +1,13 @@
+#include "FileFixtures.h"
 #include "TestElement.h"
-#include "UndoFixtures.h"
 #include "elements/UndoRedoStack.h"
 #include "undo/ActionBase.h"
 #include "undo/ActionBatch.h"
 #include "undo/ActionStack.h"
+#include "undo/HistoryMenu.h"
 
 #include <QAction>
+#include <QActionGroup>
 #include <QMenu>
 #include <QSignalSpy>
 #include <QtTest>
@@ -14,6 +16,7 @@
 
 using Orvex::ActionBase;
 using Orvex::ActionStack;
+using Orvex::HistoryMenu;
 
 namespace {
 
@@ -103,6 +106,10 @@ void run(ActionStack& a_stack, Document& a_document, const QString& a_script, QS
                 static Document other;
                 run(a_stack, other, rest.section(':', 1).replace(',', ' '));
             };
+        for (int index = a_stack.count(); kind == '*' && a_notes && index >= 0; --index) {
+            a_stack.setIndex(index);
+            *a_notes << (a_stack.isStateChanged() ? "c" : "s");
+        }
         for (int i = 0; (kind == 'U' || kind == 'R') && i < rest.size(); ++i)
             (kind == 'U' ? actionAt(a_stack, i)->m_undoResult : actionAt(a_stack, i)->m_redoResult) =
                 static_cast<ActionBase::Result>(rest.at(i).digitValue());
@@ -118,31 +125,21 @@ class TestActionStack : public QObject
 private slots:
     void actionResults_data()
     {
-        QTest::addColumn<QString>("call");     // undo or redo, applied before, the body's result
-        QTest::addColumn<QString>("expected"); // the result, applied after, body runs, state signals
-
-        const auto row = [](const char* a_tag, const char* a_call, const char* a_expected) {
-            QTest::newRow(a_tag) << a_call << a_expected;
-        };
-        row("undo done", "u 1 1", "1 0 1 1");
-        row("undo done, go on", "u 1 2", "2 1 1 0");
-        row("undo when undone", "u 0 1", "0 0 0 0");
-        row("redo done", "r 0 1", "1 1 1 1");
-        row("redo failed", "r 0 3", "3 0 1 0");
-        row("redo when applied", "r 1 1", "0 1 0 0");
+        OrvexTest::addTableRows(QStringLiteral("tests/undo/data/actionstack-results.txt"),
+                                {"call", "expected"});
     }
 
     // Only Done flips the applied flag; the body runs only when the action is not already in the asked state.
     void actionResults()
     {
-        QFETCH(QString, call);
-        QFETCH(QString, expected);
+        QFETCH(QByteArray, call);
+        QFETCH(QByteArray, expected);
 
         Document document;
         TestAction action(&document, QStringLiteral("a"));
         if (call.at(2) == '0')
             action.unapply();
-        action.m_undoResult = action.m_redoResult = static_cast<ActionBase::Result>(call.at(4).digitValue());
+        action.m_undoResult = action.m_redoResult = static_cast<ActionBase::Result>(call.at(4) - '0');
         action.m_bodyCalls = 0;
         QSignalSpy spy(&action, &ActionBase::stateChanged);
         const int result = call.at(0) == 'u' ? action.unapply() : action.reapply();
@@ -151,59 +148,41 @@ private slots:
                      .arg(action.isApplied())
                      .arg(action.m_bodyCalls)
                      .arg(spy.count()),
-                 expected);
+                 QString::fromUtf8(expected));
     }
 
     void scenario_data()
     {
-        QTest::addColumn<QString>("script");
-        QTest::addColumn<QString>("expected");
-        OrvexTest::addTableRows(QStringLiteral("tests/undo/data/actionstack-scenarios.txt"), 3);
+        OrvexTest::addTableRows(QStringLiteral("tests/undo/data/actionstack-scenarios.txt"),
+                                {"script", "expected"});
     }
 
     // Every step is checked against the states the actions were made for.
     void scenario()
     {
-        QFETCH(QString, script);
-        QFETCH(QString, expected);
+        QFETCH(QByteArray, script);
+        QFETCH(QByteArray, expected);
 
         Document document;
         ActionStack stack;
         QSignalSpy enabledSpy(&stack, &ActionStack::actionEnabled);
         QStringList notes;
-        run(stack, document, script, &notes);
+        run(stack, document, QString::fromUtf8(script), &notes);
         QStringList actions;
         for (int i = 0; i < stack.count(); ++i)
             actions << stack.actionAt(i)->description();
-        actions.insert(stack.index(), QStringLiteral("|"));
+        actions.insert(stack.index(), QStringLiteral("^"));
         QVERIFY(!enabledSpy.isEmpty());
         const QString outcome =
             QStringLiteral("%1 (%2%3%4) %5")
                 .arg(actions.join(' '), stack.isStateChanged() ? "changed" : "saved",
                      enabledSpy.last().at(0).toBool() ? " undo" : "",
                      enabledSpy.last().at(1).toBool() ? " redo" : "", document.applied.join(' '));
-        QCOMPARE(((notes.isEmpty() ? QString() : notes.join(' ') + ": ") + outcome).trimmed(), expected);
+        QCOMPARE(((notes.isEmpty() ? QString() : notes.join(' ') + ": ") + outcome).trimmed(),
+                 QString::fromUtf8(expected));
         // Go-on markers keep their applied flag, so the states they replay on are not tracked.
-        if (!script.contains(QRegularExpression(QStringLiteral("[UR]\\d*2"))))
+        if (!QString::fromUtf8(script).contains(QRegularExpression(QStringLiteral("[UR]\\d*2"))))
             QCOMPARE(document.faults, 0);
-    }
-
-    // No sequence of undos, redos, jumps or further pushes reaches the saved state again.
-    void savedStateUnreachable()
-    {
-        for (const char* script : {"p p s u p", "p p p s u u p p", "p p s u p u u p", "p p p s u x"}) {
-            Document document;
-            ActionStack stack;
-            run(stack, document, script);
-            for (int index = stack.count(); index >= 0; --index) {
-                stack.setIndex(index);
-                QVERIFY2(stack.isStateChanged(),
-                         qPrintable(QStringLiteral("%1 at %2").arg(script).arg(index)));
-            }
-            run(stack, document, QStringLiteral("p u"));
-            QVERIFY2(stack.isStateChanged(), script);
-            QCOMPARE(document.faults, 0);
-        }
     }
 
     // A batch goes on past a failing member and counts as done.
@@ -246,38 +225,78 @@ private slots:
     }
 
     // Entries lead to the index before their action (undo) or after it (redo); the current state sits
-    // between them. Tool tips hold the whole description, escaped.
+    // between them. Tool tips hold the whole description, escaped; only integer data selects a position.
     void historyMenu()
     {
         Document document;
         ActionStack stack;
         run(stack, document, QStringLiteral("p p p i1"));
-        actionAt(stack, 2)->setDescription(QStringLiteral("Value set (\"<&>\") ") + QString(50, 'x'));
+        actionAt(stack, 2)->setDescription(QStringLiteral("\"<&>\" ") + QString(70, 'x'));
         QMenu menu;
         stack.fillHistoryMenu(&menu);
         QStringList entries;
         for (const QAction* entry : menu.actions())
             entries << QStringLiteral("%1 > %2 %3 %4")
                            .arg(entry->text(), entry->data().toString(), entry->toolTip())
-                           .arg(entry->isChecked());
-        const QString cut = QStringLiteral("Value set (\"<&>\") ") + QString(43, 'x') + "...";
-        const QString tip = QStringLiteral("Value set (&quot;&lt;&amp;&gt;&quot;) ") + QString(50, 'x');
-        QCOMPARE(entries,
-                 (QStringList{"Redo: " + cut + " > 3 <dl><dt><b>Redo: </b></dt><dd>" + tip + "</dd></dl> 0",
-                              "Redo: a1 > 2 <dl><dt><b>Redo: </b></dt><dd>a1</dd></dl> 0",
-                              "Current State >  Current State 1",
-                              "Undo: a0 > 0 <dl><dt><b>Undo: </b></dt><dd>a0</dd></dl> 0"}));
-        QVERIFY(!menu.actions().at(0)->icon().isNull());
+                           .arg(entry->isChecked() + 2 * entry->icon().isNull());
+        const QString tip = QStringLiteral("&quot;&lt;&amp;&gt;&quot; ") + QString(70, 'x');
+        QCOMPARE(entries, (QStringList{"Redo: \"<&>\" " + QString(55, 'x') +
+                                           "... > 3 <dl><dt><b>Redo: </b></dt><dd>" + tip + "</dd></dl> 0",
+                                       "Redo: a1 > 2 <dl><dt><b>Redo: </b></dt><dd>a1</dd></dl> 0",
+                                       "Current State >  Current State 3",
+                                       "Undo: a0 > 0 <dl><dt><b>Undo: </b></dt><dd>a0</dd></dl> 0"}));
 
         menu.actions().at(0)->trigger();
         QCOMPARE(document.applied, (QStringList{"a0", "a1", "a2"}));
-        // Only integer data selects a position.
         menu.actions().at(3)->setData(QStringLiteral("1"));
         menu.actions().at(3)->trigger();
-        QCOMPARE(stack.index(), 3);
         menu.actions().at(2)->trigger();
         QCOMPARE(stack.index(), 3);
         QCOMPARE(document.faults, 0);
+    }
+
+    void historySpan_data()
+    {
+        OrvexTest::addTableRows(QStringLiteral("tests/undo/data/history-spans.txt"), {"history", "expected"});
+    }
+
+    // Twenty entries at most, up to ten of them beyond the current one, and a full menu whenever the
+    // history allows.
+    void historySpan()
+    {
+        QFETCH(QByteArray, history);
+        QFETCH(QByteArray, expected);
+        const auto [first, last] =
+            HistoryMenu::span(history.split(' ').at(0).toInt(), history.split(' ').at(1).toInt());
+        QCOMPARE(QByteArray::number(first) + ' ' + QByteArray::number(last), expected);
+    }
+
+    // Texts are cut after 64 characters; entries share one exclusive group, also when a cleared menu is
+    // filled again; only the current one is checked and bold.
+    void historyEntries()
+    {
+        const QString x61(61, QLatin1Char('x'));
+        QCOMPARE(HistoryMenu::shortened(x61 + "abc"), x61 + "abc");
+        QCOMPARE(HistoryMenu::shortened(x61 + "abcd"), x61 + "...");
+
+        QMenu menu;
+        for (int fill = 0; fill < 2; ++fill) {
+            menu.clear();
+            HistoryMenu history(&menu, QStringLiteral("group"));
+            history.addEntry(QIcon(), QStringLiteral("a"), QStringLiteral("tip a"));
+            HistoryMenu::markCurrent(history.addEntry(QIcon(), QStringLiteral("b"), QString()));
+        }
+        QCOMPARE(menu.findChildren<QActionGroup*>().size(), 1);
+        QVERIFY(menu.findChild<QActionGroup*>()->isExclusive());
+        QStringList found;
+        for (const QAction* entry : menu.actions())
+            found << QStringLiteral("%1 %2 %3%4%5")
+                         .arg(entry->text(), entry->toolTip())
+                         .arg(entry->isChecked())
+                         .arg(entry->font().bold())
+                         .arg(entry->isCheckable() &&
+                              entry->actionGroup() == menu.findChild<QActionGroup*>());
+        QCOMPARE(found, (QStringList{"a tip a 001", "b b 111"}));
     }
 };
 
