@@ -1,3 +1,4 @@
+#include "FileFixtures.h"
 #include "app/CameraTreeModel.h"
 #include "elements/CameraElement.h"
 #include "elements/ModeElement.h"
@@ -105,45 +106,21 @@ private slots:
 
     void rename_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("expected");
-        QTest::addColumn<QString>("refusal");
-
-        const QString characters =
-            "Modes names may not contain the following characters: <b>@</b> <b>&lt;</b> "
-            "<b>&gt;</b> <b>&amp;</b> <b>'</b> <b>&quot;</b>";
-        QTest::newRow("plain") << "Slow"
-                               << "Slow" << QString();
-        QTest::newRow("white space dropped") << " Quick Scan "
-                                             << "QuickScan" << QString();
-        QTest::newRow("angle brackets") << "Fast<1>"
-                                        << "B" << characters;
-        QTest::newRow("quote") << "say\"hi"
-                               << "B" << characters;
-        QTest::newRow("taken")
-            << "A"
-            << "B"
-            << "<html>A different mode already has the name \"A\". Duplicate mode names are not "
-               "allowed.";
-        QTest::newRow("taken after white space")
-            << "A "
-            << "B"
-            << "<html>A different mode already has the name \"A\". Duplicate "
-               "mode names are not allowed.";
+        OrvexTest::addTableRows("tests/app/data/mode-rename.txt", {"typed", "expected", "refusal"});
     }
 
     void rename()
     {
-        QFETCH(QString, name);
-        QFETCH(QString, expected);
-        QFETCH(QString, refusal);
+        QFETCH(QByteArray, typed);
+        QFETCH(QByteArray, expected);
+        QFETCH(QByteArray, refusal);
 
         Document document({"A", "B"});
         QSignalSpy labelsChanged(&document.model, &CameraTreeModel::labelsChanged);
-        const bool accepted = document.model.setData(document.model.modeIndex(1), name);
+        const bool accepted = document.model.setData(document.model.modeIndex(1), QString(typed));
 
         QCOMPARE(accepted, refusal.isEmpty());
-        QCOMPARE(document.rows(), (QStringList{"A", expected}));
+        QCOMPARE(document.rows(), (QStringList{"A", QString(expected)}));
         const QList<DialogSeam::Record> log = DialogSeam::log();
         if (refusal.isEmpty()) {
             QVERIFY(log.isEmpty());
@@ -154,7 +131,7 @@ private slots:
         } else {
             QCOMPARE(log.size(), 1);
             QCOMPARE(log.first().m_title, QStringLiteral("Mode Name Error"));
-            QCOMPARE(log.first().m_text, refusal);
+            QCOMPARE(log.first().m_text, QString(refusal));
             QCOMPARE(document.stack()->count(), 0);
         }
     }
