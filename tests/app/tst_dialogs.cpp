@@ -1,3 +1,4 @@
+#include "FileFixtures.h"
 #include "app/AboutOrvexDialog.h"
 #include "app/LumexExtraDataDialog.h"
 #include "app/QNQtLgplDialog.h"
@@ -78,7 +79,7 @@ void buildTree(LumexTree& a_tree, FakeMode& a_mode, const QStringList& a_extras)
         add(vendor, "id", "7", "isAttribute");
         add(vendor, "", "\n   Quarnel\n   Imaging ", "isText");
     }
-    if (a_extras.contains("in mode"))
+    if (a_extras.contains("mode"))
         add(mode->childByName("Sensor"), "Binning", "2");
 }
 
@@ -176,37 +177,18 @@ private slots:
         }
     }
 
-    void extraDataTree_data()
-    {
-        QTest::addColumn<QStringList>("extras");
-        QTest::addColumn<QStringList>("lines");
-
-        QTest::newRow("all compliant") << QStringList{} << QStringList{};
-        QTest::newRow("comment") << QStringList{"comment"}
-                                 << QStringList{"quarnel_config = ",
-                                                "  #comment = Quarnel Imaging QC-4M180 *"};
-        QTest::newRow("attribute of a feature")
-            << QStringList{"attribute"}
-            << QStringList{"quarnel_config = ", "  camera = ", "    features = ", "      Model = QC-4M180",
-                           "        @revision = B *"};
-        QTest::newRow("unknown element shown whole")
-            << QStringList{"element"}
-            << QStringList{"quarnel_config = ", "  camera = ",       "    features = ",
-                           "      Vendor =  *", "        @id = 7 *", "        #text = Quarnel Imaging *"};
-        QTest::newRow("inside a mode")
-            << QStringList{"in mode"}
-            << QStringList{"quarnel_config = ", "  camera = ",       "    modes = ",
-                           "      mode = Fast", "        Sensor = ", "          Binning = 2 *"};
-    }
+    // One case per folder, named after the content added that the schema does not know.
+    void extraDataTree_data() { OrvexTest::addFolderRows("tests/app/data/extradata"); }
 
     void extraDataTree()
     {
-        QFETCH(QStringList, extras);
-        QFETCH(QStringList, lines);
+        QFETCH(QString, folder);
+        const QStringList lines =
+            QString(OrvexTest::fileBytes(folder + "/expected.txt")).split('\n', Qt::SkipEmptyParts);
 
         LumexTree tree("camera.lumex");
         FakeMode mode;
-        buildTree(tree, mode, extras);
+        buildTree(tree, mode, {QFileInfo(folder).fileName()});
         LumexExtraDataDialog dialog;
         dialog.fill(&tree);
         QCOMPARE(describe(dialog.tree()), lines);
