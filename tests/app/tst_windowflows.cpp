@@ -3,12 +3,14 @@
 #include "WindowFixtures.h"
 #include "app/CameraTreeModel.h"
 #include "app/Window.h"
+#include "app/WindowDocumentsPage.h"
 #include "board/QNBrdModeOpenDialog.h"
 #include "board/ViewportAcquisitionInterface.h"
 #include "board/ViewportImperativeAcquisitionInterface.h"
 #include "board/ViewportWindowQt.h"
 #include "elements/CameraElement.h"
 #include "elements/DocumentHost.h"
+#include "elements/ElementBaseDelayQueue.h"
 #include "elements/ModeElement.h"
 #include "elements/WindowElement.h"
 #include "widgets/DialogSeam.h"
@@ -17,9 +19,12 @@
 #include <QApplication>
 #include <QDropEvent>
 #include <QFileSystemWatcher>
+#include <QLabel>
 #include <QMenu>
 #include <QMimeData>
 #include <QPointer>
+#include <QPushButton>
+#include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -95,34 +100,234 @@ private slots:
         QVERIFY(loadSimBoards(m_dir->filePath("boards.json"), g_oneBoard));
     }
 
-    void cleanup() { m_window.reset(); }
-
-    // A click on the tool bar's Undo and Back buttons goes one step; their arrows hold the history menus.
-    void toolBarHistoryButtons_data()
+    void cleanup()
     {
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("undo one of two moves") << "RecentChangesButton"
-                                               << "Fast Default Precision Calibration @Precision";
-        QTest::newRow("back one of three pages") << "RecentHistoryButton"
-                                                 << "Default Fast Precision Calibration @Fast";
+        m_window.reset();
+        // The previews closed with the window go before the next one opens on the same board.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
-    void toolBarHistoryButtons()
+    // Steps: "mN" picks mode N in the tree; "up", "del", "undo", "<", ">", "close", "new" run those
+    // actions; "U" and "B" click the tool bar's Undo and Back buttons; "cN" and "hN" pick entry N of the
+    // Recent Changes and Recent History menus; "L:x" follows the breadcrumb's link x; "A:x" and "F:x"
+    // queue an answer and a file name; "folder" puts a folder in the document's place; "dN,R" drags
+    // mode N onto the tree's row R, "file,R" a copy of the document; "D:x" clicks the Documents page's
+    // entry x; "none" removes the boards; "P" opens a preview, choosing what the chooser offers.
+    void flows_data()
     {
-        QFETCH(QString, button);
+        QTest::addColumn<QString>("script");
+        // The message boxes, then the Documents page or the modes, the page and "*" when modified, then
+        // the first mode on disk and what the preview steps saw.
+        QTest::addColumn<QString>("expected");
+        const QString clean = " | Default Fast Precision Calibration ";
+        const QString onBoard = " preview:cam.lumex on Bd (0) - Sim CL";
+        QTest::newRow("undo button: one step")
+            << "m1 up m2 up U"
+            << " | Fast Default Precision Calibration @Default * disk:Default";
+        QTest::newRow("back button: one page") << "m1 m2 B" << clean + "@Fast disk:Default";
+        QTest::newRow("changes entry") << "m1 up m2 up c2" << clean + "@Default disk:Default";
+        QTest::newRow("history entry") << "m1 m2 h2" << clean + "@camera disk:Default";
+        QTest::newRow("back past a deleted mode") << "m1 m2 m3 m2 del < <"
+                                                  << " | Default Fast Calibration @Fast * disk:Default";
+        QTest::newRow("back after its undo")
+            << "m1 m2 m3 m2 del undo < <" << clean + "@Calibration disk:Default";
+        QTest::newRow("breadcrumb: camera") << "m2 L:camera" << clean + "@camera disk:Default";
+        QTest::newRow("breadcrumb: mode") << "m2 L:mode:Fast" << clean + "@Fast disk:Default";
+        QTest::newRow("close, saved") << "m1 up A:Save close"
+                                      << "Save File State? | documents disk:Fast";
+        QTest::newRow("close, the save fails") << "m1 up folder A:Save close"
+                                               << "Current File Missing, Save File State?, File Save Error | "
+                                                  "Fast Default Precision Calibration @Fast * disk:";
+        QTest::newRow("drag a mode to the top")
+            << "m2 d2,0"
+            << " | Precision Default Fast Calibration @Precision * disk:Default";
+        QTest::newRow("drag a mode to its place") << "m1 d1,1" << clean + "@Fast disk:Default";
+        QTest::newRow("drop a camera file") << "file,1" << clean + "@camera disk:Default other";
+        QTest::newRow("recent file entry") << "close D:cam.lumex" << clean + "@camera disk:Default";
+        QTest::newRow("open entry, cancelled") << "close F: D:Open_File..."
+                                               << " | documents disk:Default";
+        QTest::newRow("preview, chooser preselected")
+            << "m2 P" << clean + "@Precision disk:Default chooser:0,Precision" + onBoard;
+        QTest::newRow("preview, saved first") << "m1 up A:Save P"
+                                              << "Save Camera Configuration? | Fast Default Precision "
+                                                 "Calibration @Fast disk:Fast chooser:0,Fast" +
+                                                     onBoard;
+        QTest::newRow("preview, one mode on one board")
+            << "m1 del m1 del m1 del A:Save P"
+            << "Save Camera Configuration? | Default @Default disk:Default" + onBoard;
+        QTest::newRow("preview, no board")
+            << "none m1 del m1 del m1 del A:Save P"
+            << "Save Camera Configuration?, Quarnel Error | Default @Default disk:Default";
+        QTest::newRow("new window") << "new" << clean + "@camera disk:Default geometry";
+    }
+
+    void flows()
+    {
+        QFETCH(QString, script);
         QFETCH(QString, expected);
         QVERIFY(openShown());
-        for (int mode : {1, 2}) {
-            m_window->cameraTreeView()->setCurrentIndex(m_window->cameraTreeModel()->modeIndex(mode));
-            if (button == "RecentChangesButton")
-                windowAction(*m_window, "Move &Up")->trigger();
+        QString seen;
+        QTimer chooserAccepter;
+        connect(&chooserAccepter, &QTimer::timeout, [&seen] {
+            if (auto* chooser = qobject_cast<QNBrdModeOpenDialog*>(QApplication::activeModalWidget())) {
+                seen += QStringLiteral(" chooser:%1,%2")
+                            .arg(chooser->currentBoardNumber())
+                            .arg(chooser->currentMode());
+                chooser->accept();
+            }
+        });
+        const auto menu = [this](const char* a_title) {
+            for (QMenu* found : m_window->findChildren<QMenu*>())
+                if (found->title() == QLatin1String(a_title))
+                    return found;
+            return static_cast<QMenu*>(nullptr);
+        };
+        const QMap<QString, QString> actions{
+            {"up", "Move &Up"},   {"del", "&Delete"},  {"undo", "&Undo"},        {"<", "Go &Back"},
+            {">", "Go &Forward"}, {"close", "&Close"}, {"new", "&New Window..."}};
+        const QMap<QString, QMessageBox::StandardButton> answers{{"Save", QMessageBox::Save}};
+        for (const QString& step : script.split(' ')) {
+            const QString arg = step.mid(2);
+            if (actions.contains(step))
+                windowAction(*m_window, actions[step])->trigger();
+            else if (step == "U" || step == "B") {
+                auto* tool = m_window->findChild<QToolButton*>(step == "U" ? "RecentChangesButton"
+                                                                           : "RecentHistoryButton");
+                QTest::mouseClick(tool, Qt::LeftButton, {}, QPoint(4, tool->height() / 2));
+            } else if (step[0] == 'c' || step[0] == 'h')
+                menu(step[0] == 'c' ? "Recent Changes" : "Recent &History")
+                    ->actions()
+                    .value(step.mid(1).toInt())
+                    ->trigger();
+            else if (step[0] == 'm')
+                m_window->cameraTreeView()->setCurrentIndex(
+                    m_window->cameraTreeModel()->modeIndex(step.mid(1).toInt()));
+            else if (step.startsWith("L:"))
+                emit m_window->nameLabel()->linkActivated(arg);
+            else if (step.startsWith("A:"))
+                DialogSeam::queueAnswer(answers[arg]);
+            else if (step.startsWith("F:"))
+                DialogSeam::queueFileName(arg.isEmpty() ? arg : m_dir->filePath(arg));
+            else if (step == "folder") {
+                QVERIFY(QFile::remove(m_document) && QDir().mkpath(m_document));
+                QTRY_VERIFY(!messages().isEmpty());
+            } else if (step == "none")
+                QVERIFY(loadSimBoards(m_dir->filePath("boards.json"), R"({"boards": []})"));
+            else if (step.startsWith("D:")) {
+                for (QToolButton* entry : m_window->documentsPage()->findChildren<QToolButton*>())
+                    if (entry->text() == QString(arg).replace('_', ' ') && entry->isVisible())
+                        QTest::mouseClick(entry, Qt::LeftButton);
+            } else if (step[0] == 'd' || step.startsWith("file")) {
+                CameraTreeModel* model = m_window->cameraTreeModel();
+                std::unique_ptr<QMimeData> data(new QMimeData);
+                if (step[0] == 'd')
+                    data.reset(model->mimeData({model->modeIndex(step.mid(1, 1).toInt())}));
+                else
+                    data->setUrls({QUrl::fromLocalFile(copyExample(m_dir->filePath("other.lumex")))});
+                dragOntoRow(*m_window, data.get(), step.section(',', 1).toInt());
+            } else if (step == "P") {
+                chooserAccepter.start(0);
+                m_window->openPreview();
+                chooserAccepter.stop();
+                for (QWidget* preview : QApplication::topLevelWidgets())
+                    if (qobject_cast<Viewport::WindowQt*>(preview) && preview->isVisible())
+                        seen += " preview:" + preview->windowTitle();
+            } else
+                QFAIL(qPrintable("unknown step " + step));
+            QCoreApplication::processEvents();
+            ElementBaseDelayQueue::instance()->flush();
         }
-        auto* tool = m_window->findChild<QToolButton*>(button);
-        QVERIFY(tool);
-        QTRY_VERIFY(tool->isEnabled());
-        QTest::mouseClick(tool, Qt::LeftButton, {}, QPoint(4, tool->height() / 2));
-        QTRY_COMPARE(state(*m_window), expected);
+        QByteArray disk = diskState(m_document);
+        const int name = disk.indexOf("<mode name=\"");
+        disk = name < 0 ? QByteArray() : disk.mid(name + 12, disk.indexOf('"', name + 12) - name - 12);
+        QString outcome = messages(true).join(", ") + " | " +
+                          (m_window->isDocumentsPageShown() ? QString("documents") : state(*m_window)) +
+                          (m_window->isDocumentModified() ? " *" : "") + " disk:" + disk + seen;
+        if (m_window->hasDocument() && QFileInfo(m_window->documentPath()).fileName() != "cam.lumex")
+            outcome += " " + QFileInfo(m_window->documentPath()).baseName();
+        if (script.contains("new") && QSettings().value(Window::geometryKey) == m_window->saveGeometry())
+            outcome += " geometry";
+        QCOMPARE(outcome, expected);
+    }
+
+    // Each action of the menus: its key, where else it stands, and when it can be used. The key is
+    // pressed with a document open and must run the action, alone.
+    void actions_data()
+    {
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QString>("where"); // "tool": in the tool bar, "button": a button of the dock
+        QTest::addColumn<bool>("without");  // enabled without a document
+        QTest::addColumn<bool>("with");     // enabled with one, a mode chosen
+        const QList<QVariantList> rows{{"&Open...", "Ctrl+O", "tool", true, true},
+                                       {"&Save", "Ctrl+S", "tool", false, true},
+                                       {"Save &As...", "Ctrl+Alt+S", "", false, true},
+                                       {"&Extra Data...", "", "", false, true},
+                                       {"&Close", "Ctrl+W", "", false, true},
+                                       {"&New Window...", "Ctrl+N", "", true, true},
+                                       {"&Quit", "Ctrl+Q", "", true, true},
+                                       {"&Undo", "Ctrl+Z", "tool", false, true},
+                                       {"&Redo", "Ctrl+Y", "tool", false, false},
+                                       {"Go &Back", "Alt+Left", "tool", false, true},
+                                       {"Go &Forward", "Alt+Right", "tool", false, false},
+                                       {"Acquisition &Preview", "F5", "tool", false, true},
+                                       {"&Clone", "Ctrl++", "button", false, true},
+                                       {"&Delete", "Ctrl+-", "button", false, true},
+                                       {"Move &Up", "Ctrl+Up", "button", false, true},
+                                       {"Move &Down", "Ctrl+Down", "button", false, true},
+                                       {"&Rename...", "F2", "", false, true},
+                                       {"About &Orvex...", "", "", true, true}};
+        for (const QVariantList& row : rows)
+            QTest::newRow(qPrintable(row[0].toString()))
+                << row[0].toString() << row[1].toString() << row[2].toString() << row[3].toBool()
+                << row[4].toBool();
+    }
+
+    void actions()
+    {
+        QFETCH(QString, action);
+        QFETCH(QString, key);
+        QFETCH(QString, where);
+        QFETCH(bool, without);
+        QFETCH(bool, with);
+        m_window = makeWindow();
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+        QAction* tested = windowAction(*m_window, action);
+        QVERIFY(tested);
+        QCOMPARE(tested->isEnabled(), without);
+        QVERIFY(m_window->openFile(copyExample(m_dir->filePath("cam.lumex"))));
+        QVERIFY(moveSecondModeUp(*m_window));
+        QApplication::setActiveWindow(m_window.get());
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+        m_window->cameraTreeView()->setFocus();
+        ElementBaseDelayQueue::instance()->flush();
+        QCOMPARE(tested->isEnabled(), with);
+        bool inToolBar = false;
+        for (QToolButton* button : m_window->findChildren<QToolButton*>())
+            inToolBar |= button->defaultAction() == tested;
+        QString dockButtons;
+        for (QPushButton* button : m_window->findChildren<QPushButton*>())
+            dockButtons += button->toolTip() + '\n';
+        QCOMPARE(where, inToolBar                                                  ? "tool"
+                        : dockButtons.contains(QString(action).remove('&') + " (") ? "button"
+                                                                                   : "");
+        if (key.isEmpty() || !with)
+            return;
+        // Whatever the key runs answers its questions and choosers by default: cancelled.
+        int runs = 0;
+        for (QAction* other : m_window->findChildren<QAction*>()) {
+            connect(other, &QAction::triggered, this,
+                    [&runs, other, tested] { runs += other == tested ? 1 : 100; });
+        }
+        QTimer chooserCloser;
+        connect(&chooserCloser, &QTimer::timeout, [] {
+            if (QWidget* modal = QApplication::activeModalWidget())
+                modal->close();
+        });
+        chooserCloser.start(0);
+        QTest::keySequence(m_window.get(), QKeySequence(key));
+        QCOMPARE(runs, 1);
     }
 
     // Another program changes the file while it has unsaved changes here: nothing of either is lost.
@@ -238,42 +443,6 @@ private slots:
         QCOMPARE(stateAtClose, QStringLiteral("stopped"));
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QVERIFY(!preview);
-    }
-
-    // Modes are dragged between the rows of the window's tree; a camera file dropped on it opens.
-    void dropsOnTheTree_data()
-    {
-        QTest::addColumn<QString>("dragged"); // a mode's position, or "file"
-        QTest::addColumn<int>("row");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("mode to the top") << "2" << 0 << "Precision Default Fast Calibration @Precision";
-        QTest::newRow("mode down past one") << "0" << 2 << "Fast Default Precision Calibration @Default";
-        QTest::newRow("mode to its own place") << "1" << 1 << "Default Fast Precision Calibration @Fast";
-        QTest::newRow("camera file") << "file" << 1 << "Default Fast Precision Calibration @camera other";
-    }
-
-    void dropsOnTheTree()
-    {
-        QFETCH(QString, dragged);
-        QFETCH(int, row);
-        QFETCH(QString, expected);
-        QVERIFY(openShown());
-        CameraTreeModel* model = m_window->cameraTreeModel();
-        std::unique_ptr<QMimeData> data;
-        if (dragged == "file") {
-            data = std::make_unique<QMimeData>();
-            data->setUrls({QUrl::fromLocalFile(copyExample(m_dir->filePath("other.lumex")))});
-        } else {
-            m_window->cameraTreeView()->setCurrentIndex(model->modeIndex(dragged.toInt()));
-            data.reset(model->mimeData({model->modeIndex(dragged.toInt())}));
-        }
-        dragOntoRow(*m_window, data.get(), row);
-        QString outcome = state(*m_window);
-        if (m_window->documentPath() != QDir::toNativeSeparators(m_document))
-            outcome += " " + QFileInfo(m_window->documentPath()).baseName();
-        QCOMPARE(outcome, expected);
-        QCOMPARE(m_window->isDocumentModified(),
-                 expected != "Default Fast Precision Calibration @Fast" && dragged != "file");
     }
 };
 
