@@ -22,14 +22,10 @@
 #include "elements/WindowElement.h"
 
 #include <QCheckBox>
-#include <QHash>
 #include <QLayout>
 #include <QLineEdit>
-#include <QMimeData>
 #include <QPointer>
 #include <QTest>
-#include <QToolButton>
-#include <QTreeView>
 
 using namespace Orvex;
 
@@ -109,21 +105,11 @@ struct Document
         auto* own = qobject_cast<QCheckBox*>(a_feature->widget());
         return own ? own : a_feature->widget()->findChild<QCheckBox*>(a_name);
     }
-    // An instance row in layout order (-1: the trailing row), and its "+" or "-" button.
+    // An instance row in layout order.
     QWidget* row(const QString& a_feature, int a_position) const
     {
         QLayout* layout = feature<FeatureElementBase>(a_feature)->widget()->layout();
-        return layout->itemAt(a_position < 0 ? layout->count() + a_position : a_position)->widget();
-    }
-    QToolButton* button(int a_row, const QString& a_text) const
-    {
-        return row("Label", a_row)->findChildren<QToolButton*>().value(a_text == "+");
-    }
-    void clickCell(int a_row, int a_column) const
-    {
-        QTreeView* view = feature("Table")->view();
-        const QPoint at = view->visualRect(feature("Table")->model()->index(a_row, a_column)).center();
-        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, at);
+        return layout->itemAt(a_position)->widget();
     }
     QSharedPointer<UndoRedoValueFeatureChange> edit(const QString& a_mode, const QString& a_value)
     {
@@ -198,14 +184,9 @@ QStringList state(const Document& a_document)
     return lines;
 }
 
-// On the box and its text: a value check box stretches across its row, and a click beside the text
-// misses it.
-void clickBox(QCheckBox* a_box)
-{
-    QTest::mouseClick(a_box, Qt::LeftButton, {}, QPoint(5, a_box->height() / 2));
-}
-
-// Makes a change as the user (or, for modes, the camera tree) does and pushes its command.
+// Makes a change as the user (or, for modes, the camera tree) does and pushes its command. A feature
+// change is "<feature> <user call> <arguments>", a list member named "<list>/<instance>/<member>";
+// "Extra" is that category's presence, "rebuild" makes the pages anew.
 void act(Document& a_document, const QString& a_action)
 {
     Document& d = a_document;
@@ -214,49 +195,29 @@ void act(Document& a_document, const QString& a_action)
     ModeElement* b = camera->mode(1);
     ModeElement* c = camera->mode(2);
     QSharedPointer<ActionBase> command;
-    if (a_action == "flag") {
-        clickBox(d.box(d.feature<BooleanFeature>("Flag")));
-    } else if (a_action == "label type") {
-        auto* edit = d.row("Label", 1)->findChild<QLineEdit*>();
-        QTest::keyClicks(edit, "x");
-        QTest::keyClick(edit, Qt::Key_Enter);
-    } else if (a_action == "label insert, rebuild") {
-        QTest::mouseClick(d.button(0, "+"), Qt::LeftButton);
-        // The undo and redo that follow must find the feature without the widgets they were asked from.
-        delete d.main->widget();
-        d.showPages();
-    } else if (a_action == "label append" || a_action == "label remove") {
-        QTest::mouseClick(a_action == "label append" ? d.button(-1, "+") : d.button(0, "-"), Qt::LeftButton);
-    } else if (a_action == "label off") {
-        d.feature<StringFeature>("Label")->userSetEnabled(false);
-    } else if (a_action == "level on") {
-        QTest::mouseClick(d.box(d.feature<FeatureListFeature>("Group"), "EnableDisableCheckBox"),
-                          Qt::LeftButton);
-    } else if (a_action == "on") {
-        clickBox(d.box(d.feature<FeatureListFeature>("Group")->member(0, 0)));
-    } else if (a_action == "row insert" || a_action == "row remove") {
-        a_action == "row insert" ? d.clickCell(1, 0) : d.clickCell(0, 1);
-    } else if (a_action == "key edit, row remove") {
-        qobject_cast<ValueFeatureElementBase*>(d.feature("Table")->member(1, 0))
-            ->userSetValue(QString("new"));
-        d.clickCell(1, 1);
-    } else if (a_action.startsWith("drop ")) {
-        FeatureTableFeatureModel* model = d.feature("Table")->model();
-        QModelIndexList rows;
-        for (const QString& row : a_action.mid(5).split(','))
-            rows << model->index(row.toInt(), 3);
-        QScopedPointer<QMimeData> payload(model->mimeData(rows));
-        QVERIFY(model->dropMimeData(payload.data(), Qt::MoveAction, model->instanceRows(), 0, {}));
-    } else if (a_action == "note on") {
-        FeatureTableFeatureModel* model = d.feature("Table")->model();
-        model->setData(model->index(1, 4), Qt::Checked, Qt::CheckStateRole);
-    } else if (a_action == "strobe on") {
-        for (QCheckBox* box : d.main->widget()->findChildren<QCheckBox*>("EnableDisableCheckBox")) {
-            if (box->text() == "Strobe")
-                clickBox(box);
-        }
-    } else if (a_action == "extra off") {
-        QTest::mouseClick(d.box(d.extra->categoryFeature()), Qt::LeftButton);
+    const QStringList words = a_action.split(' ');
+    const QStringList path = words.at(0).split('/');
+    FeatureElementBase* feature =
+        path.at(0) == "Extra" ? d.extra->categoryFeature() : d.feature<FeatureElementBase>(path.at(0));
+    if (path.size() == 3)
+        feature =
+            qobject_cast<FeatureListFeatureBase*>(feature)->member(path.at(1).toUInt(), path.at(2).toUInt());
+    const QString call = words.value(1);
+    const size_t index = words.value(2).toUInt();
+    if (call == "set") {
+        const QVariant value = words.at(3) == "true" ? QVariant(true) : QVariant(words.at(3));
+        qobject_cast<ValueFeatureElementBase*>(feature)->userSetValue(index, value);
+    } else if (call == "insert") {
+        words.size() > 2 ? feature->userInsert(index) : feature->userInsert();
+    } else if (call == "remove") {
+        feature->userRemove(index);
+    } else if (call == "enable") {
+        feature->userSetEnabled(index != 0);
+    } else if (call == "reinsert") {
+        QVector<size_t> rows;
+        for (const QString& row : words.mid(3))
+            rows << row.toUInt();
+        QVERIFY(qobject_cast<FeatureTableFeature*>(feature)->userReinsertRows(rows, index));
     } else if (a_action == "clone") {
         camera->insertMode(1, b->clone());
         command = QSharedPointer<UndoRedoModeClone>::create(d.element, b, 1);
@@ -284,6 +245,11 @@ void act(Document& a_document, const QString& a_action)
     if (command)
         d.stack->push(command);
     ElementBaseDelayQueue::instance()->flush();
+    if (words.last() == "rebuild") {
+        // The undo and redo that follow must find the feature without the widgets they were asked from.
+        delete d.main->widget();
+        d.showPages();
+    }
 }
 
 // Undoes or redoes a_times steps as the window's actions do; returns the mode shown then ("-" for none).
@@ -318,7 +284,8 @@ private slots:
 
         Document document;
         const QStringList before = state(document);
-        act(document, QTest::currentDataTag());
+        for (const QString& change : QString(QTest::currentDataTag()).split(", "))
+            act(document, change);
         const QStringList after = state(document);
         QVERIFY(after != before);
         QStringList pushed;
