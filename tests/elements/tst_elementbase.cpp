@@ -261,67 +261,33 @@ private slots:
         QVERIFY(!ElementBase::findById(later.id() + 1));
     }
 
-    void idPropertyRekeysRegistry_data()
-    {
-        QTest::addColumn<QString>("target");
-        QTest::newRow("unused id") << "unused";
-        QTest::newRow("zero") << "zero";
-        QTest::newRow("id of another living element") << "other";
-        QTest::newRow("same id") << "same";
-    }
-
     // The registry follows the new id; the counter never hands it out again; a former holder of a shared
     // id does not take the entry with it.
     void idPropertyRekeysRegistry()
     {
-        QFETCH(QString, target);
-        auto element = std::make_unique<HookElement>();
-        auto other = std::make_unique<HookElement>();
-        const quint64 oldId = element->id();
-        const quint64 newId = target == "unused"  ? other->id() + 1000
-                              : target == "zero"  ? 0
-                              : target == "other" ? other->id()
-                                                  : oldId;
+        for (const QString target : {"unused", "zero", "other", "same"}) {
+            auto element = std::make_unique<HookElement>();
+            auto other = std::make_unique<HookElement>();
+            const quint64 oldId = element->id();
+            const quint64 newId = target == "unused"  ? other->id() + 1000
+                                  : target == "zero"  ? 0
+                                  : target == "other" ? other->id()
+                                                      : oldId;
 
-        QVERIFY(element->setProperty("id", QVariant::fromValue(newId)));
-        QCOMPARE(element->id(), newId);
-        QVERIFY(newId == oldId || !ElementBase::findById(oldId));
-        other.reset();
-        QCOMPARE(ElementBase::findById(newId), newId ? static_cast<ElementBase*>(element.get()) : nullptr);
-        HookElement next;
-        QVERIFY(next.id() > newId);
-        element.reset();
-        QVERIFY(!ElementBase::findById(newId));
+            QVERIFY(element->setProperty("id", QVariant::fromValue(newId)));
+            QCOMPARE(element->id(), newId);
+            QVERIFY(newId == oldId || !ElementBase::findById(oldId));
+            other.reset();
+            QCOMPARE(ElementBase::findById(newId),
+                     newId ? static_cast<ElementBase*>(element.get()) : nullptr);
+            HookElement next;
+            QVERIFY(next.id() > newId);
+            element.reset();
+            QVERIFY(!ElementBase::findById(newId));
+        }
     }
 
-    void raiseAndLower_data()
-    {
-        // On a root r (which keeps a raise to itself), its child m and grandchild l (which pass a raise on
-        // to their parents): "X+" and "X-" raise and lower now, "X>" and "X<" later, "run" runs the
-        // event loop, "|" starts counting the hooks afresh, "=" notes the state: the raised, the
-        // active (raised with every ancestor raised), and the raise and lower hook calls of r, m, l.
-        QTest::addColumn<QString>("steps");
-        QTest::addColumn<QString>("states");
-        QTest::newRow("raise climbs to the root") << "l+ r- m- l- | l+ ="
-                                                  << "rml/rml 111/000";
-        QTest::newRow("stops at a raised root") << "l+ m- l- | l+ ="
-                                                << "rml/rml 011/000";
-        QTest::newRow("stops at a raised parent") << "l+ r- l- | l+ ="
-                                                  << "ml/- 001/000";
-        QTest::newRow("raised leaf") << "l+ r- m- | l+ ="
-                                     << "l/- 000/000";
-        QTest::newRow("lowering stays put") << "l+ | l- l- ="
-                                            << "rm/rm 000/001";
-        QTest::newRow("active needs every ancestor raised") << "l+ m- = m+ ="
-                                                            << "rl/r 111/010 rml/rml 121/010";
-        // Nothing acts until the event loop runs; then everything one event queued acts in order.
-        QTest::newRow("raise then lower later") << "r> r< = run ="
-                                                << "-/- 000/000 -/- 100/100";
-        QTest::newRow("lower then raise later") << "r< r> = run ="
-                                                << "-/- 000/000 r/r 100/000";
-        QTest::newRow("lower then raise a raised one") << "r+ | r< r> run ="
-                                                       << "r/r 100/100";
-    }
+    void raiseAndLower_data() { OrvexTest::addTextRows("tests/elements/data/elementbase/raise.txt"); }
 
     void raiseAndLower()
     {
@@ -420,33 +386,27 @@ private slots:
                                           "debug Unknown operation type with ID = -1."}));
     }
 
-    void widgetIsOwnedByElement_data()
-    {
-        QTest::addColumn<bool>("widgetDestroyedFirst");
-        QTest::newRow("element destroyed first") << false;
-        QTest::newRow("widget destroyed first") << true;
-    }
-
     // The current widget goes with the element; a replaced one is left alone.
     void widgetIsOwnedByElement()
     {
-        QFETCH(bool, widgetDestroyedFirst);
-        RootElement root;
-        auto* element = new TestElement(nullptr, &root);
-        QPointer<QWidget> replaced = new QWidget;
-        QPointer<QWidget> widget = new QWidget;
+        for (bool widgetDestroyedFirst : {false, true}) {
+            RootElement root;
+            auto* element = new TestElement(nullptr, &root);
+            QPointer<QWidget> replaced = new QWidget;
+            QPointer<QWidget> widget = new QWidget;
 
-        element->setWidget(replaced);
-        element->setWidget(nullptr);
-        element->setWidget(widget);
-        QCOMPARE(element->changedTo, (QList<QWidget*>{replaced, nullptr, widget}));
-        if (widgetDestroyedFirst) {
-            delete widget;
-            QVERIFY(!element->widget());
+            element->setWidget(replaced);
+            element->setWidget(nullptr);
+            element->setWidget(widget);
+            QCOMPARE(element->changedTo, (QList<QWidget*>{replaced, nullptr, widget}));
+            if (widgetDestroyedFirst) {
+                delete widget;
+                QVERIFY(!element->widget());
+            }
+            delete element;
+            QVERIFY(!widget && replaced);
+            delete replaced;
         }
-        delete element;
-        QVERIFY(!widget && replaced);
-        delete replaced;
     }
 
     // Raising passes on to the parent element; lowering takes the focus from the widget.
@@ -481,21 +441,13 @@ private slots:
         QVERIFY(!TestElement(nullptr, nullptr).windowElement());
     }
 
-    void highlightSignals_data()
-    {
-        QTest::addColumn<QString>("calls");
-        QTest::addColumn<QStringList>("emitted");
-        const QStringList onOff{"activated", "triggered 1", "deactivated", "triggered 0"};
-        QTest::newRow("active true and false, twice each") << "A1 A1 A0 A0" << onOff;
-        QTest::newRow("inactive false and true, twice each") << "I0 I0 I1 I1" << onOff;
-        QTest::newRow("clearing a clear flag") << "I1 A0" << QStringList{};
-    }
+    void highlightSignals_data() { OrvexTest::addTextRows("tests/elements/data/elementbase/highlight.txt"); }
 
     // Each change of the highlight state is announced once; setting the same state again says nothing.
     void highlightSignals()
     {
         QFETCH(QString, calls);
-        QFETCH(QStringList, emitted);
+        QFETCH(QString, emitted);
         TestElement element(nullptr, nullptr);
         QStringList log;
         connect(&element, &WidgetElementBase::highlightActivated, this, [&] { log << "activated"; });
@@ -509,103 +461,91 @@ private slots:
             if (call == "A1" || call == "I0")
                 QVERIFY(element.isHighlightActive());
         }
-        QCOMPARE(log, emitted);
+        QCOMPARE(log.join(", "), emitted);
         QVERIFY(!element.isHighlightActive());
-    }
-
-    void highlightEffect_data()
-    {
-        QTest::addColumn<QString>("effectBefore");
-        QTest::addColumn<QColor>("color");
-        QTest::newRow("no effect") << "none" << QColor(Qt::red);
-        QTest::newRow("colorize effect is reused") << "colorize" << QColor(Qt::blue);
-        QTest::newRow("other effect is replaced") << "opacity" << QColor(Qt::red);
     }
 
     // A red tint fades out twice on every container; highlighting again restarts the same animation, and
     // the state clears when the first animation ends.
     void highlightEffect()
     {
-        QFETCH(QString, effectBefore);
-        QFETCH(QColor, color);
-        TestElement element(nullptr, nullptr);
-        QWidget panel;
-        auto* first = new QWidget(&panel);
-        auto* second = new QWidget(&panel);
-        if (effectBefore == "colorize") {
-            auto* effect = new QGraphicsColorizeEffect;
-            effect->setColor(Qt::blue);
-            first->setGraphicsEffect(effect);
-        } else if (effectBefore == "opacity") {
-            first->setGraphicsEffect(new QGraphicsOpacityEffect);
+        for (const QString effectBefore : {"none", "colorize", "opacity"}) {
+            // A colorize effect already there is reused with its own colour; any other is replaced.
+            const QColor color(effectBefore == "colorize" ? Qt::blue : Qt::red);
+            TestElement element(nullptr, nullptr);
+            QWidget panel;
+            auto* first = new QWidget(&panel);
+            auto* second = new QWidget(&panel);
+            if (effectBefore == "colorize") {
+                auto* effect = new QGraphicsColorizeEffect;
+                effect->setColor(Qt::blue);
+                first->setGraphicsEffect(effect);
+            } else if (effectBefore == "opacity") {
+                first->setGraphicsEffect(new QGraphicsOpacityEffect);
+            }
+            QPointer<QGraphicsEffect> effectGiven = first->graphicsEffect();
+            QSignalSpy activated(&element, &WidgetElementBase::highlightActivated);
+            QSignalSpy deactivated(&element, &WidgetElementBase::highlightDeactivated);
+
+            element.highlightContainers({first, nullptr, second});
+            auto* effect = qobject_cast<QGraphicsColorizeEffect*>(first->graphicsEffect());
+            QVERIFY(effect);
+            QCOMPARE(effect->color(), color);
+            QCOMPARE(effect == effectGiven, effectBefore == "colorize");
+            QCOMPARE(qobject_cast<QGraphicsColorizeEffect*>(second->graphicsEffect())->color(),
+                     QColor(Qt::red));
+            const auto animations = first->findChildren<QPropertyAnimation*>();
+            QCOMPARE(animations.size(), 1);
+            QPropertyAnimation* animation = animations.first();
+            QVERIFY(animation->targetObject() == effect && animation->propertyName() == "strength");
+            QCOMPARE(animation->state(), QAbstractAnimation::Running);
+            QVERIFY(element.isHighlightActive());
+
+            // Highlighting again part way through starts the same animation over.
+            animation->setCurrentTime(animation->duration() / 2);
+            element.highlightContainers({first});
+            QCOMPARE(first->graphicsEffect(), effect);
+            QCOMPARE(first->findChildren<QPropertyAnimation*>(), animations);
+            QCOMPARE(animation->state(), QAbstractAnimation::Running);
+            QVERIFY(animation->currentLoop() == 0 &&
+                    animation->currentLoopTime() < animation->duration() / 2);
+
+            QTRY_VERIFY(!element.isHighlightActive());
+            QTRY_COMPARE(animation->state(), QAbstractAnimation::Stopped);
+            QCOMPARE(effect->strength(), 0.0);
+            QCOMPARE((QList<int>{activated.count(), deactivated.count()}), (QList<int>{1, 1}));
+            element.highlightContainers({first});
+            QVERIFY(element.isHighlightActive());
+            QCOMPARE(activated.count(), 2);
+            QTRY_COMPARE(deactivated.count(), 2);
         }
-        QPointer<QGraphicsEffect> effectGiven = first->graphicsEffect();
-        QSignalSpy activated(&element, &WidgetElementBase::highlightActivated);
-        QSignalSpy deactivated(&element, &WidgetElementBase::highlightDeactivated);
-
-        element.highlightContainers({first, nullptr, second});
-        auto* effect = qobject_cast<QGraphicsColorizeEffect*>(first->graphicsEffect());
-        QVERIFY(effect);
-        QCOMPARE(effect->color(), color);
-        QCOMPARE(effect == effectGiven, effectBefore == "colorize");
-        QCOMPARE(qobject_cast<QGraphicsColorizeEffect*>(second->graphicsEffect())->color(), QColor(Qt::red));
-        const auto animations = first->findChildren<QPropertyAnimation*>();
-        QCOMPARE(animations.size(), 1);
-        QPropertyAnimation* animation = animations.first();
-        QVERIFY(animation->targetObject() == effect && animation->propertyName() == "strength");
-        QCOMPARE(animation->state(), QAbstractAnimation::Running);
-        QVERIFY(element.isHighlightActive());
-
-        // Highlighting again part way through starts the same animation over.
-        animation->setCurrentTime(animation->duration() / 2);
-        element.highlightContainers({first});
-        QCOMPARE(first->graphicsEffect(), effect);
-        QCOMPARE(first->findChildren<QPropertyAnimation*>(), animations);
-        QCOMPARE(animation->state(), QAbstractAnimation::Running);
-        QVERIFY(animation->currentLoop() == 0 && animation->currentLoopTime() < animation->duration() / 2);
-
-        QTRY_VERIFY(!element.isHighlightActive());
-        QTRY_COMPARE(animation->state(), QAbstractAnimation::Stopped);
-        QCOMPARE(effect->strength(), 0.0);
-        QCOMPARE((QList<int>{activated.count(), deactivated.count()}), (QList<int>{1, 1}));
-        element.highlightContainers({first});
-        QVERIFY(element.isHighlightActive());
-        QCOMPARE(activated.count(), 2);
-        QTRY_COMPARE(deactivated.count(), 2);
-    }
-
-    void highlightScrollsFirstContainerIntoView_data()
-    {
-        QTest::addColumn<int>("first");
-        QTest::addColumn<bool>("scrolls");
-        QTest::newRow("container at the top") << 0 << false;
-        QTest::newRow("last container") << 49 << true;
     }
 
     void highlightScrollsFirstContainerIntoView()
     {
-        QFETCH(int, first);
-        QFETCH(bool, scrolls);
-        TestElement element(nullptr, nullptr);
-        QScrollArea area;
-        area.resize(300, 300);
-        auto* content = new QWidget;
-        auto* layout = new QVBoxLayout(content);
-        QList<QWidget*> containers;
-        for (int i = 0; i < 50; ++i) {
-            containers << new QWidget;
-            containers.last()->setFixedHeight(100);
-            layout->addWidget(containers.last());
-        }
-        area.setWidget(content);
-        area.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&area));
+        for (const int first : {0, 49}) {
+            const bool scrolls = first > 0;
+            TestElement element(nullptr, nullptr);
+            QScrollArea area;
+            area.resize(300, 300);
+            auto* content = new QWidget;
+            auto* layout = new QVBoxLayout(content);
+            QList<QWidget*> containers;
+            for (int i = 0; i < 50; ++i) {
+                containers << new QWidget;
+                containers.last()->setFixedHeight(100);
+                layout->addWidget(containers.last());
+            }
+            area.setWidget(content);
+            area.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&area));
 
-        element.highlightContainers({containers[first], containers[5]});
-        QCOMPARE(area.verticalScrollBar()->value() > 0, scrolls);
-        const QRect container(containers[first]->mapTo(area.viewport(), QPoint(0, 0)),
-                              containers[first]->size());
-        QVERIFY(area.viewport()->rect().contains(container));
+            element.highlightContainers({containers[first], containers[5]});
+            QCOMPARE(area.verticalScrollBar()->value() > 0, scrolls);
+            const QRect container(containers[first]->mapTo(area.viewport(), QPoint(0, 0)),
+                                  containers[first]->size());
+            QVERIFY(area.viewport()->rect().contains(container));
+        }
     }
 
     void dragFilter_data()
@@ -744,35 +684,25 @@ private slots:
             QVERIFY(!feature->widget());
     }
 
-    void widgetStructure_data()
-    {
-        QTest::addColumn<QString>("occurs");
-        QTest::addColumn<bool>("parentHasWidget");
-        QTest::addColumn<bool>("toggle");
-        QTest::addColumn<bool>("buttons");
-        QTest::newRow("toggle 0..1") << "0..1" << true << true << false;
-        QTest::newRow("two in a row 2..3") << "2..3" << true << false << false;
-        QTest::newRow("repeating 0..2") << "0..2" << true << false << true;
-        QTest::newRow("unbounded, parent without widget") << "1..*" << false << false << true;
-    }
+    void widgetStructure_data() { OrvexTest::addTextRows("tests/elements/data/elementbase/structure.txt"); }
 
     void widgetStructure()
     {
         QFETCH(QString, occurs);
-        QFETCH(bool, parentHasWidget);
-        QFETCH(bool, toggle);
-        QFETCH(bool, buttons);
+        QFETCH(QString, parentHasWidget);
+        QFETCH(QString, toggle);
+        QFETCH(QString, buttons);
         HolderElement holder;
-        if (parentHasWidget)
+        if (parentHasWidget == "true")
             holder.setWidget(new QWidget);
         auto feature = makeFeature(&holder, occurs, std::max<size_t>(bounds(occurs).first, 1));
 
-        QCOMPARE(feature->isToggleFeature(), toggle);
+        QCOMPARE(feature->isToggleFeature(), toggle == "true");
         QVERIFY(feature->name() == "TapGeometry" && feature->isAttribute());
         QWidget* widget = feature->createWidget();
         QCOMPARE(feature->createWidget(), widget);
         QCOMPARE(widget->parentWidget(), holder.widget());
-        checkRows(*feature, buttons);
+        checkRows(*feature, buttons == "true");
 
         FeatureInstanceRecord* record = feature->instanceRecord(0);
         QPointer<QWidget> old = record->valueWidget();
@@ -783,48 +713,42 @@ private slots:
         QCOMPARE(record->row()->layout()->itemAt(0)->widget(), replacement);
     }
 
-    void widgetOwnership_data()
-    {
-        QTest::addColumn<bool>("parentWidgetFirst");
-        QTest::newRow("element destroyed first") << false;
-        QTest::newRow("parent element's widget destroyed first") << true;
-    }
-
     void widgetOwnership()
     {
-        QFETCH(bool, parentWidgetFirst);
-        HolderElement holder;
-        holder.setWidget(new QWidget);
-        auto feature = makeFeature(&holder, "0..5", 3, "after");
-        QPointer<QWidget> widget = feature->widget();
-        QPointer<QWidget> removedRow = feature->instanceRecord(1)->row();
-        QPointer<QWidget> removedValue = feature->instanceRecord(1)->valueWidget();
+        for (bool parentWidgetFirst : {false, true}) {
+            HolderElement holder;
+            holder.setWidget(new QWidget);
+            auto feature = makeFeature(&holder, "0..5", 3, "after");
+            QPointer<QWidget> widget = feature->widget();
+            QPointer<QWidget> removedRow = feature->instanceRecord(1)->row();
+            QPointer<QWidget> removedValue = feature->instanceRecord(1)->valueWidget();
 
-        // The row goes away while its own "-" button is still delivering the click.
-        feature->applyRequests = true;
-        QTest::mouseClick(feature->instanceRecord(1)->removeButton(), Qt::LeftButton);
-        QCOMPARE(feature->values, (QStringList{"v0", "v2"}));
-        QVERIFY(removedRow && removedRow->isHidden());
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QVERIFY(!removedRow && !removedValue);
-        QPointer<QWidget> row = feature->instanceRecord(0)->row();
+            // The row goes away while its own "-" button is still delivering the click.
+            feature->applyRequests = true;
+            QTest::mouseClick(feature->instanceRecord(1)->removeButton(), Qt::LeftButton);
+            QCOMPARE(feature->values, (QStringList{"v0", "v2"}));
+            QVERIFY(removedRow && removedRow->isHidden());
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            QVERIFY(!removedRow && !removedValue);
+            QPointer<QWidget> row = feature->instanceRecord(0)->row();
 
-        if (!parentWidgetFirst) {
+            if (!parentWidgetFirst) {
+                feature.reset();
+                QVERIFY(!widget && !row && holder.widget());
+                continue;
+            }
+            delete holder.widget();
+            QVERIFY(!widget && !row && !feature->widget());
+            // Still complete without its widget, and able to build a fresh one later.
+            QVERIFY(feature->insertInstance(0));
+            QVERIFY(feature->removeInstance(2));
+            QCOMPARE(feature->values, (QStringList{"v3", "v0"}));
+            widget = feature->createWidget();
+            QVERIFY(!widget->parentWidget());
+            checkRows(*feature, true);
             feature.reset();
-            QVERIFY(!widget && !row && holder.widget());
-            return;
+            QVERIFY(!widget);
         }
-        delete holder.widget();
-        QVERIFY(!widget && !row && !feature->widget());
-        // Still complete without its widget, and able to build a fresh one later.
-        QVERIFY(feature->insertInstance(0));
-        QVERIFY(feature->removeInstance(2));
-        QCOMPARE(feature->values, (QStringList{"v3", "v0"}));
-        widget = feature->createWidget();
-        QVERIFY(!widget->parentWidget());
-        checkRows(*feature, true);
-        feature.reset();
-        QVERIFY(!widget);
     }
 };
 
