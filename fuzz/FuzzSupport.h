@@ -2,7 +2,6 @@
 
 #include "fileio/CameraFileSession.h"
 #include "model/ExceptionBase.h"
-#include "app/HeadlessDocumentHost.h"
 
 #include <QApplication>
 #include <QByteArray>
@@ -72,11 +71,10 @@ inline QString shippedSchema(bool a_coaXPress)
                                                            : QStringLiteral("/config/Vrm/LUMEX-CL.xsd"));
 }
 
-// One open document, held as the editor holds it, on a host that stands in for the main window.
+// One open document, held as the editor holds it; the session makes its own host, which shows nothing.
 struct Document
 {
-    Orvex::HeadlessDocumentHost host;
-    Orvex::CameraFileSession session{&host};
+    Orvex::CameraFileSession session;
 
     // The shipped schema of the file's standard, or a_schema whatever the standard; false when the
     // standard is none of the two. Refusals throw Orvex::ExceptionBase.
