@@ -237,57 +237,27 @@ class TestFeatureLists : public QObject
     Q_OBJECT
 
 private slots:
-    void memberRows_data()
-    {
-        QTest::addColumn<int>("minOccurs");
-        QTest::addColumn<int>("maxOccurs");
-        QTest::addColumn<bool>("present");
-        QTest::addColumn<QString>("annotation");
-        QTest::addColumn<bool>("addedToShownForm");
-        QTest::addColumn<bool>("framed");
-        QTest::addColumn<QString>("toolTip");
-        // A click on the member's check box: "apply" makes the change asked for, as the command will;
-        // "ignore" does not, as when no command was made.
-        QTest::addColumn<QString>("click");
-
-        const QString hint = QStringLiteral("Check or uncheck to enable or disable this feature.");
-        QTest::newRow("optional, documented, switched off")
-            << 0 << 1 << true << "Sensor gain" << false << true << "<p>Sensor gain</p><p>" + hint + "</p>"
-            << "apply";
-        QTest::newRow("optional, absent, unframed, switched on")
-            << 0 << 1 << false << "" << false << false << hint << "apply";
-        QTest::newRow("optional, added to a shown form, no command")
-            << 0 << 1 << false << "x" << true << true << "<p>x</p><p>" + hint + "</p>"
-            << "ignore";
-        QTest::newRow("optional, present, no command")
-            << 0 << 1 << true << "" << false << false << hint << "ignore";
-        QTest::newRow("mandatory, documented")
-            << 1 << 1 << true << "Exposure" << false << false << "<html>Exposure</html>"
-            << "";
-        QTest::newRow("mandatory, undocumented, shown") << 1 << 1 << true << "" << true << true << ""
-                                                        << "";
-        QTest::newRow("repeating") << 0 << 3 << true << "" << false << true << ""
-                                   << "";
-    }
+    void memberRows_data() { OrvexTest::addTextRows("tests/elements/data/featurelist/members.txt"); }
 
     void memberRows()
     {
-        QFETCH(int, minOccurs);
-        QFETCH(int, maxOccurs);
-        QFETCH(bool, present);
+        QFETCH(QString, occurs);
         QFETCH(QString, annotation);
-        QFETCH(bool, addedToShownForm);
-        QFETCH(bool, framed);
         QFETCH(QString, toolTip);
         QFETCH(QString, click);
+        const bool present = OrvexTest::rowFlag("present"), framed = OrvexTest::rowFlag("framed");
+        const bool addedToShownForm = OrvexTest::rowFlag("addedToShownForm");
+        const size_t minOccurs = occurs.section("..", 0, 0).toULongLong(),
+                     maxOccurs = occurs.section("..", 1).toULongLong();
+        toolTip.replace("hint", "Check or uncheck to enable or disable this feature.");
 
         QStringList log;
         HolderElement holder;
         auto* list = new FeatureListFeature(&holder);
         auto* memberTemplate = new ProbeFeature(list, &log, click == "apply");
         memberTemplate->setName("Gain");
-        memberTemplate->setMaxOccurs(size_t(maxOccurs));
-        memberTemplate->setMinOccurs(size_t(minOccurs));
+        memberTemplate->setMaxOccurs(maxOccurs);
+        memberTemplate->setMinOccurs(minOccurs);
         memberTemplate->setAnnotation(annotation);
         memberTemplate->setEnabled(present);
         list->setFramed(addedToShownForm ? !framed : framed);
@@ -326,66 +296,61 @@ private slots:
         QCOMPARE(box->isChecked(), !presentAfter);
     }
 
-    void instancesFromTemplates_data()
-    {
-        QTest::addColumn<bool>("withWidget");
-        QTest::newRow("without widget") << false;
-        QTest::newRow("with widget") << true;
-    }
-
     void instancesFromTemplates()
     {
-        QFETCH(bool, withWidget);
+        for (bool withWidget : {false, true}) {
 
-        HolderElement holder;
-        auto* list = new FeatureListFeature(&holder);
-        list->setMaxOccurs(3);
-        addMixedMembers(list);
-        const QVector<FeatureElementBase*> templates = list->memberTemplates();
-        templates[0]->setProperty("value", true);
-        QVERIFY(!list->addMember(templates[0]) && !list->addMember(nullptr) && !list->addMember(list));
-        if (withWidget)
-            list->createWidget();
-        QVERIFY(list->insertInstance(0) && list->insertInstance(FeatureElementBase::NoIndex));
-        QCOMPARE(list->members().size(), 9);
+            HolderElement holder;
+            auto* list = new FeatureListFeature(&holder);
+            list->setMaxOccurs(3);
+            addMixedMembers(list);
+            const QVector<FeatureElementBase*> templates = list->memberTemplates();
+            templates[0]->setProperty("value", true);
+            QVERIFY(!list->addMember(templates[0]) && !list->addMember(nullptr) && !list->addMember(list));
+            if (withWidget)
+                list->createWidget();
+            QVERIFY(list->insertInstance(0) && list->insertInstance(FeatureElementBase::NoIndex));
+            QCOMPARE(list->members().size(), 9);
 
-        QSet<quint64> ids;
-        for (size_t instance = 0; instance < 3; ++instance) {
-            const QVector<FeatureElementBase*> group = list->instanceMembers(instance);
-            QCOMPARE(group.size(), 3);
-            // The instance the list started with was made before the template value was set.
-            QCOMPARE(group[0]->dataSet(), listOf({instance != 1}));
-            for (int position = 0; position < group.size(); ++position) {
-                QCOMPARE(group[position]->name(), templates[position]->name());
-                QVERIFY(group[position]->id() != templates[position]->id() &&
-                        !ids.contains(group[position]->id()));
-                ids.insert(group[position]->id());
-                size_t foundInstance = 99, foundPosition = 99;
-                QVERIFY(list->memberPosition(group[position], &foundInstance, &foundPosition));
-                QCOMPARE(int(foundInstance * 10 + foundPosition), int(instance * 10) + position);
+            QSet<quint64> ids;
+            for (size_t instance = 0; instance < 3; ++instance) {
+                const QVector<FeatureElementBase*> group = list->instanceMembers(instance);
+                QCOMPARE(group.size(), 3);
+                // The instance the list started with was made before the template value was set.
+                QCOMPARE(group[0]->dataSet(), listOf({instance != 1}));
+                for (int position = 0; position < group.size(); ++position) {
+                    QCOMPARE(group[position]->name(), templates[position]->name());
+                    QVERIFY(group[position]->id() != templates[position]->id() &&
+                            !ids.contains(group[position]->id()));
+                    ids.insert(group[position]->id());
+                    size_t foundInstance = 99, foundPosition = 99;
+                    QVERIFY(list->memberPosition(group[position], &foundInstance, &foundPosition));
+                    QCOMPARE(int(foundInstance * 10 + foundPosition), int(instance * 10) + position);
+                }
+                QCOMPARE(form(list, instance) ? form(list, instance)->rowCount() : -1, withWidget ? 3 : -1);
+                QCOMPARE(group[0]->widget() != nullptr, withWidget);
             }
-            QCOMPARE(form(list, instance) ? form(list, instance)->rowCount() : -1, withWidget ? 3 : -1);
-            QCOMPARE(group[0]->widget() != nullptr, withWidget);
+            QVERIFY(!list->memberPosition(templates[0], nullptr, nullptr));
+
+            // Depth first: Flag, Mode, Sub, then the members of Sub's instance.
+            const auto sub = [list] { return qobject_cast<FeatureListFeatureBase*>(list->member(0, 2)); };
+            const QVector<quint64> memberIds = list->memberIds(0);
+            QCOMPARE(memberIds.size(), 4);
+            QCOMPARE(memberIds[3], sub()->member(0, 0)->id());
+            FeatureElementBase* moved = list->member(2, 1);
+            QVERIFY(list->moveInstance(2, 1));
+            QCOMPARE(list->member(1, 1), moved);
+
+            // The undo of a removal: the instance comes back with fresh members, then gets the old ids.
+            QVERIFY(list->removeInstance(0) && list->insertInstance(0));
+            QVERIFY(!ElementBase::findById(memberIds[0]) && !memberIds.contains(list->member(0, 0)->id()));
+            QCOMPARE(list->member(1, 1), moved);
+            QVERIFY(!list->setMemberIds(0, memberIds.mid(0, 3)) &&
+                    !list->setMemberIds(0, memberIds + memberIds));
+            QVERIFY(list->setMemberIds(0, memberIds) && !list->setMemberIds(3, memberIds));
+            QCOMPARE(list->memberIds(0), memberIds);
+            QCOMPARE(ElementBase::findById(memberIds[3]), sub()->member(0, 0));
         }
-        QVERIFY(!list->memberPosition(templates[0], nullptr, nullptr));
-
-        // Depth first: Flag, Mode, Sub, then the members of Sub's instance.
-        const auto sub = [list] { return qobject_cast<FeatureListFeatureBase*>(list->member(0, 2)); };
-        const QVector<quint64> memberIds = list->memberIds(0);
-        QCOMPARE(memberIds.size(), 4);
-        QCOMPARE(memberIds[3], sub()->member(0, 0)->id());
-        FeatureElementBase* moved = list->member(2, 1);
-        QVERIFY(list->moveInstance(2, 1));
-        QCOMPARE(list->member(1, 1), moved);
-
-        // The undo of a removal: the instance comes back with fresh members, then gets the old ids.
-        QVERIFY(list->removeInstance(0) && list->insertInstance(0));
-        QVERIFY(!ElementBase::findById(memberIds[0]) && !memberIds.contains(list->member(0, 0)->id()));
-        QCOMPARE(list->member(1, 1), moved);
-        QVERIFY(!list->setMemberIds(0, memberIds.mid(0, 3)) && !list->setMemberIds(0, memberIds + memberIds));
-        QVERIFY(list->setMemberIds(0, memberIds) && !list->setMemberIds(3, memberIds));
-        QCOMPARE(list->memberIds(0), memberIds);
-        QCOMPARE(ElementBase::findById(memberIds[3]), sub()->member(0, 0));
     }
 
     void dataSetRoundTrip_data()
@@ -439,14 +404,7 @@ private slots:
 
     void highlightAggregation_data()
     {
-        // a and b are the members of instances 0 and 1: "a+" and "a-" switch a's highlight, "r" removes
-        // instance 0 with a; the digit after each step is the list's highlight expected then.
-        QTest::addColumn<QString>("steps");
-
-        QTest::newRow("one member") << "a+1 a-0";
-        QTest::newRow("overlapping") << "a+1 b+1 a-1 b-0";
-        QTest::newRow("highlighted instance removed") << "a+1 r0";
-        QTest::newRow("other instance still highlighted") << "a+1 b+1 r1 b-0";
+        OrvexTest::addTextRows("tests/elements/data/featurelist/highlight.txt");
     }
 
     void highlightAggregation()
@@ -493,55 +451,50 @@ private slots:
         QVERIFY(membersRaised(true));
     }
 
-    void modelDump_data()
-    {
-        QTest::addColumn<bool>("copy");
-        QTest::newRow("built") << false;
-        QTest::newRow("copy") << true;
-    }
-
     // Every cell as a view asks for it, against tests/elements/data/featuretable/model.txt: the copy a new
     // mode or a cloned row gets must show the very same.
     void modelDump()
     {
-        QFETCH(bool, copy);
-        QStringList log;
-        HolderElement holder;
-        FeatureTableFeature* table = makeTable(holder, &log);
-        if (copy) {
-            auto* source = table;
-            table = qobject_cast<FeatureTableFeature*>(source->cloneList(&holder));
-            QVERIFY(table);
-            delete source;
-        }
-        Model* model = table->model();
-        QAbstractItemModelTester tester(model, QAbstractItemModelTester::FailureReportingMode::QtTest);
-        QStringList lines;
-        for (int column = 0; column < model->columnCount(); ++column)
-            lines << QStringLiteral("header %1: %2")
-                         .arg(column)
-                         .arg(model->headerData(column, Qt::Horizontal).toString());
-        const auto text = [](const QVariant& a_value) {
-            return a_value.isValid() ? QLatin1Char('"') + a_value.toString() + QLatin1Char('"')
-                                     : QStringLiteral("-");
-        };
-        for (int row = 0; row < model->rowCount(); ++row) {
-            for (int column = 0; column < model->columnCount(); ++column) {
-                const QModelIndex index = model->index(row, column);
-                const Qt::ItemFlags flags = index.flags();
-                lines << QStringLiteral("%1,%2 %3%4%5 display=%6 edit=%7 tip=%8 align=0x%9 check=%10")
-                             .arg(row)
-                             .arg(column)
-                             .arg(flags & Qt::ItemIsEnabled ? 'E' : '.')
-                             .arg(flags & Qt::ItemIsEditable ? 'W' : '.')
-                             .arg(flags & Qt::ItemIsUserCheckable ? 'C' : '.')
-                             .arg(text(index.data()), text(index.data(Qt::EditRole)),
-                                  text(index.data(Qt::ToolTipRole)))
-                             .arg(index.data(Qt::TextAlignmentRole).toInt(), 0, 16)
-                             .arg(text(index.data(Qt::CheckStateRole)));
+        for (bool copy : {false, true}) {
+            QStringList log;
+            HolderElement holder;
+            FeatureTableFeature* table = makeTable(holder, &log);
+            if (copy) {
+                auto* source = table;
+                table = qobject_cast<FeatureTableFeature*>(source->cloneList(&holder));
+                QVERIFY(table);
+                delete source;
             }
+            Model* model = table->model();
+            QAbstractItemModelTester tester(model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+            QStringList lines;
+            for (int column = 0; column < model->columnCount(); ++column)
+                lines << QStringLiteral("header %1: %2")
+                             .arg(column)
+                             .arg(model->headerData(column, Qt::Horizontal).toString());
+            const auto text = [](const QVariant& a_value) {
+                return a_value.isValid() ? QLatin1Char('"') + a_value.toString() + QLatin1Char('"')
+                                         : QStringLiteral("-");
+            };
+            for (int row = 0; row < model->rowCount(); ++row) {
+                for (int column = 0; column < model->columnCount(); ++column) {
+                    const QModelIndex index = model->index(row, column);
+                    const Qt::ItemFlags flags = index.flags();
+                    lines << QStringLiteral("%1,%2 %3%4%5 display=%6 edit=%7 tip=%8 align=0x%9 check=%10")
+                                 .arg(row)
+                                 .arg(column)
+                                 .arg(flags & Qt::ItemIsEnabled ? 'E' : '.')
+                                 .arg(flags & Qt::ItemIsEditable ? 'W' : '.')
+                                 .arg(flags & Qt::ItemIsUserCheckable ? 'C' : '.')
+                                 .arg(text(index.data()), text(index.data(Qt::EditRole)),
+                                      text(index.data(Qt::ToolTipRole)))
+                                 .arg(index.data(Qt::TextAlignmentRole).toInt(), 0, 16)
+                                 .arg(text(index.data(Qt::CheckStateRole)));
+                }
+            }
+            QCOMPARE(lines,
+                     OrvexTest::goldenLines(QStringLiteral("tests/elements/data/featuretable/model.txt")));
         }
-        QCOMPARE(lines, OrvexTest::goldenLines(QStringLiteral("tests/elements/data/featuretable/model.txt")));
     }
 
     void userActions_data() { OrvexTest::addTextRows("tests/elements/data/featuretable/actions.txt"); }

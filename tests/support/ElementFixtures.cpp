@@ -59,6 +59,16 @@ void addTextRows(const QString& a_relative)
     }
 }
 
+bool rowFlag(const char* a_name)
+{
+    return *static_cast<QString*>(QTest::qData(a_name, qMetaTypeId<QString>())) == QLatin1String("true");
+}
+
+int rowNumber(const char* a_name)
+{
+    return static_cast<QString*>(QTest::qData(a_name, qMetaTypeId<QString>()))->toInt();
+}
+
 Qt::Key keyNamed(const QString& a_name)
 {
     return Qt::Key(QMetaEnum::fromType<Qt::Key>().keyToValue(qPrintable(QStringLiteral("Key_") + a_name)));

@@ -19,6 +19,10 @@ QStringList goldenLines(const QString& a_relative);
 // ("  a "); \n, \t and \| stand for a line break, a tab and a bar. Blank lines and "#" lines are skipped.
 void addTextRows(const QString& a_relative);
 
+// The current row's column a_name of a table read by addTextRows(), as a flag ("true") or a number.
+bool rowFlag(const char* a_name);
+int rowNumber(const char* a_name);
+
 // The key a table names without its "Key_" prefix ("Return", "Up").
 Qt::Key keyNamed(const QString& a_name);
 
