@@ -111,10 +111,9 @@ private slots:
         BA::Streamer streamer;
         setUp(streamer, "Free", buffers, overflow);
         streamer.control(BA::CommandStartFrames, BA::WaitForCompletion, std::uint64_t(frames));
-        if (missed >= 0) {
+        // The count is complete once the last frame is on its way, and the frames not dropped are then kept.
+        if (missed >= 0)
             QTRY_COMPARE(int(streamer.missedFrames()), missed);
-            QTRY_COMPARE(int(streamer.queueSize()), expected.count(' ') + 1);
-        }
         QCOMPARE(drain(streamer, expected.count(' ') + 1), expected + " timeout");
     }
 
@@ -142,8 +141,7 @@ private slots:
         QCOMPARE(drain(streamer, expected.count(' ')), expected);
 
         streamer.control(BA::CommandStart, BA::WaitForCompletion);
-        BA::BufferRecord record;
-        QCOMPARE(streamer.waitForFrame(&record, Patience), BA::ResultOk);
+        QCOMPARE(streamer.waitForFrame(nullptr, Patience), BA::ResultOk);
     }
 
     void waitEnded_data()
