@@ -313,26 +313,40 @@ private slots:
     }
 
     // Entries lead to the index before their action (undo) or after it (redo); the current state sits
-    // between them. Tool tips hold the whole description, escaped; only integer data selects a position.
+    // between them, checked and bold. Texts are cut after 64 characters; tool tips hold the whole
+    // description, escaped. Entries share one exclusive group, also when a cleared menu is filled again.
+    // Only integer data selects a position.
     void undoMenu()
     {
         Document document;
         ActionStack stack;
         run(stack, document, QStringLiteral("p p p i1"));
-        actionAt(stack, 2)->setDescription(QStringLiteral("\"<&>\" ") + QString(70, 'x'));
+        actionAt(stack, 1)->setDescription(QString(64, 'x'));
+        actionAt(stack, 2)->setDescription(QStringLiteral("\"<&>\" ") + QString(59, 'x'));
         QMenu menu;
         stack.fillHistoryMenu(&menu);
+        menu.clear();
+        stack.fillHistoryMenu(&menu);
+        QCOMPARE(menu.findChildren<QActionGroup*>().size(), 1);
+        QVERIFY(menu.findChild<QActionGroup*>()->isExclusive());
         QStringList entries;
         for (const QAction* entry : menu.actions())
-            entries << QStringLiteral("%1 > %2 %3 %4")
+            entries << QStringLiteral("%1 > %2 %3 %4%5%6%7")
                            .arg(entry->text(), entry->data().toString(), entry->toolTip())
-                           .arg(entry->isChecked() + 2 * entry->icon().isNull());
-        const QString tip = QStringLiteral("&quot;&lt;&amp;&gt;&quot; ") + QString(70, 'x');
-        QCOMPARE(entries, (QStringList{"Redo: \"<&>\" " + QString(55, 'x') +
-                                           "... > 3 <dl><dt><b>Redo: </b></dt><dd>" + tip + "</dd></dl> 0",
-                                       "Redo: a1 > 2 <dl><dt><b>Redo: </b></dt><dd>a1</dd></dl> 0",
-                                       "Current State >  Current State 3",
-                                       "Undo: a0 > 0 <dl><dt><b>Undo: </b></dt><dd>a0</dd></dl> 0"}));
+                           .arg(entry->isChecked())
+                           .arg(entry->font().bold())
+                           .arg(entry->icon().isNull())
+                           .arg(entry->isCheckable() &&
+                                entry->actionGroup() == menu.findChild<QActionGroup*>());
+        const auto tip = [](const QString& a_prefix, const QString& a_text) {
+            return "<dl><dt><b>" + a_prefix + ": </b></dt><dd>" + a_text + "</dd></dl>";
+        };
+        QCOMPARE(entries,
+                 (QStringList{"Redo: \"<&>\" " + QString(55, 'x') + "... > 3 " +
+                                  tip("Redo", "&quot;&lt;&amp;&gt;&quot; " + QString(59, 'x')) + " 0001",
+                              "Redo: " + QString(64, 'x') + " > 2 " + tip("Redo", QString(64, 'x')) + " 0001",
+                              "Current State >  Current State 1111",
+                              "Undo: a0 > 0 " + tip("Undo", "a0") + " 0001"}));
 
         menu.actions().at(0)->trigger();
         QCOMPARE(document.applied, (QStringList{"a0", "a1", "a2"}));
@@ -357,34 +371,6 @@ private slots:
         const auto [first, last] =
             HistoryMenu::span(history.split(' ').at(0).toInt(), history.split(' ').at(1).toInt());
         QCOMPARE(QByteArray::number(first) + ' ' + QByteArray::number(last), expected);
-    }
-
-    // Texts are cut after 64 characters; entries share one exclusive group, also when a cleared menu is
-    // filled again; only the current one is checked and bold.
-    void historyEntries()
-    {
-        const QString x61(61, QLatin1Char('x'));
-        QCOMPARE(HistoryMenu::shortened(x61 + "abc"), x61 + "abc");
-        QCOMPARE(HistoryMenu::shortened(x61 + "abcd"), x61 + "...");
-
-        QMenu menu;
-        for (int fill = 0; fill < 2; ++fill) {
-            menu.clear();
-            HistoryMenu history(&menu, QStringLiteral("group"));
-            history.addEntry(QIcon(), QStringLiteral("a"), QStringLiteral("tip a"));
-            HistoryMenu::markCurrent(history.addEntry(QIcon(), QStringLiteral("b"), QString()));
-        }
-        QCOMPARE(menu.findChildren<QActionGroup*>().size(), 1);
-        QVERIFY(menu.findChild<QActionGroup*>()->isExclusive());
-        QStringList found;
-        for (const QAction* entry : menu.actions())
-            found << QStringLiteral("%1 %2 %3%4%5")
-                         .arg(entry->text(), entry->toolTip())
-                         .arg(entry->isChecked())
-                         .arg(entry->font().bold())
-                         .arg(entry->isCheckable() &&
-                              entry->actionGroup() == menu.findChild<QActionGroup*>());
-        QCOMPARE(found, (QStringList{"a tip a 001", "b b 111"}));
     }
 
     void navigation_data()
