@@ -35,7 +35,8 @@ public:
     using ElementBase::ElementBase;
 
     const WindowElement* windowElement() const override { return nullptr; }
-    WindowElement* windowElement() override { return nullptr; }
+    // Any recognisable address will do; nothing dereferences it.
+    WindowElement* windowElement() override { return reinterpret_cast<WindowElement*>(this); }
 
     int raises = 0;
     int lowers = 0;
@@ -51,49 +52,12 @@ protected:
     void onLower() override { ++lowers; }
 };
 
-class ChainElement : public WidgetElementBase
-{
-public:
-    using WidgetElementBase::WidgetElementBase;
-
-    void highlight(size_t) override {}
-
-    int raises = 0;
-    int lowers = 0;
-
-protected:
-    void onRaise() override
-    {
-        ++raises;
-        WidgetElementBase::onRaise();
-    }
-    void onLower() override
-    {
-        ++lowers;
-        WidgetElementBase::onLower();
-    }
-};
-
 QStringList s_messages;
 
 void recordMessage(QtMsgType a_type, const QMessageLogContext&, const QString& a_message)
 {
     s_messages << QStringLiteral("%1 %2").arg(a_type == QtDebugMsg ? "debug" : "other", a_message);
 }
-
-class RootElement : public ElementBase
-{
-public:
-    using ElementBase::ElementBase;
-
-    const WindowElement* windowElement() const override { return nullptr; }
-    // Any recognisable address will do; nothing dereferences it.
-    WindowElement* windowElement() override { return reinterpret_cast<WindowElement*>(this); }
-
-protected:
-    void onRaise() override {}
-    void onLower() override {}
-};
 
 class TestElement : public WidgetElementBase
 {
@@ -106,9 +70,21 @@ public:
     void highlight(size_t) override {}
 
     QList<QWidget*> changedTo;
+    int raises = 0;
+    int lowers = 0;
 
 protected:
     void widgetChanged(QWidget* a_widget) override { changedTo << a_widget; }
+    void onRaise() override
+    {
+        ++raises;
+        WidgetElementBase::onRaise();
+    }
+    void onLower() override
+    {
+        ++lowers;
+        WidgetElementBase::onLower();
+    }
 };
 
 QMouseEvent mouseEvent(QEvent::Type a_type, QPoint a_pos, Qt::MouseButton a_button,
@@ -294,8 +270,8 @@ private slots:
         QFETCH(QString, steps);
         QFETCH(QString, states);
         HookElement root;
-        ChainElement mid(nullptr, &root);
-        ChainElement leaf(nullptr, &mid);
+        TestElement mid(nullptr, &root);
+        TestElement leaf(nullptr, &mid);
         const QList<ElementBase*> elements{&root, &mid, &leaf};
         const auto hooks = [&](bool a_raises) {
             return QStringLiteral("%1%2%3")
@@ -390,7 +366,7 @@ private slots:
     void widgetIsOwnedByElement()
     {
         for (bool widgetDestroyedFirst : {false, true}) {
-            RootElement root;
+            HookElement root;
             auto* element = new TestElement(nullptr, &root);
             QPointer<QWidget> replaced = new QWidget;
             QPointer<QWidget> widget = new QWidget;
@@ -412,7 +388,7 @@ private slots:
     // Raising passes on to the parent element; lowering takes the focus from the widget.
     void widgetRaiseAndLower()
     {
-        RootElement root;
+        HookElement root;
         TestElement element(nullptr, &root);
         QWidget window;
         auto* layout = new QVBoxLayout(&window);
