@@ -1,6 +1,5 @@
 #pragma once
 
-#include "elements/NumericFeature.h"
 #include "fileio/SchemaParserHintNode.h"
 #include "model/ExceptionBase.h"
 #include "platform/Lumex.h"

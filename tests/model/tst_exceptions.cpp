@@ -29,7 +29,7 @@ public:
     static void loadCamera()
     {
         g_throwLine = __LINE__ + 1;
-        ORVEX_THROW(BadPathException, "");
+        ORVEX_THROW(BadPathException, std::string());
     }
 };
 
@@ -57,12 +57,6 @@ void breathe()
     ORVEX_THROW(Orvex::OperationCanceledException, "Operation canceled.");
 }
 
-void throwReaderKindFromOutside()
-{
-    g_throwLine = __LINE__ + 1;
-    ORVEX_THROW(SchemaReader::BadPathException, std::string("outside"));
-}
-
 } // namespace Samples
 
 using Thrower = std::function<void()>;
@@ -79,34 +73,19 @@ class TestExceptions : public QObject
     Q_OBJECT
 
 private slots:
-    void composedText_data()
-    {
-        QTest::addColumn<QByteArray>("message");
-        QTest::addColumn<QByteArray>("sourceFile");
-        QTest::addColumn<uint>("line");
-        QTest::addColumn<QByteArray>("text");
-
-        QTest::newRow("unix directories")
-            << QByteArray("root is not \"xs:schema\"")
-            << QByteArray("/home/dev/orvex/src/model/SchemaParser.cpp") << 120u
-            << QByteArray("K thrown from f in SchemaParser.cpp[120]: root is not \"xs:schema\"");
-        QTest::newRow("mixed separators, last one a backslash")
-            << QByteArray("x") << QByteArray("C:\\work/model\\LumexPrinter.cpp") << 4000000000u
-            << QByteArray("K thrown from f in LumexPrinter.cpp[4000000000]: x");
-        QTest::newRow("empty message, no directory")
-            << QByteArray() << QByteArray("b.cpp") << 3u << QByteArray("K thrown from f in b.cpp[3]: ");
-    }
-
+    // The source file's folders go, whichever separator they use.
     void composedText()
     {
-        QFETCH(QByteArray, message);
-        QFETCH(QByteArray, sourceFile);
-        QFETCH(uint, line);
-        QFETCH(QByteArray, text);
-
-        const Samples::SchemaReader::XsdLoadException exception(
-            Orvex::ExceptionDescription("K", message.toStdString(), sourceFile.constData(), "f", line));
-        QCOMPARE(QByteArray(exception.what()), text);
+        const auto text = [](const char* a_message, const char* a_file, unsigned a_line) {
+            return QByteArray(Samples::SchemaReader::XsdLoadException(
+                                  Orvex::ExceptionDescription("K", a_message, a_file, "f", a_line))
+                                  .what());
+        };
+        QCOMPARE(text("root is not \"xs:schema\"", "/home/dev/orvex/src/model/SchemaParser.cpp", 120),
+                 QByteArray("K thrown from f in SchemaParser.cpp[120]: root is not \"xs:schema\""));
+        QCOMPARE(text("x", "C:\\work/model\\LumexPrinter.cpp", 4000000000u),
+                 QByteArray("K thrown from f in LumexPrinter.cpp[4000000000]: x"));
+        QCOMPARE(text("", "b.cpp", 3), QByteArray("K thrown from f in b.cpp[3]: "));
     }
 
     void functionName_data()
@@ -131,8 +110,8 @@ private slots:
 
         QTest::newRow("constructor")
             << Thrower([] { Samples::SchemaReader reader(QStringLiteral("cl.txt")); })
-            << QByteArray("XsdLoadException thrown from Samples::SchemaReader::SchemaReader in "
-                          "%1: cannot load \"cl.txt\"");
+            << QByteArray("XsdLoadException thrown from Samples::SchemaReader::SchemaReader "
+                          "in %1: cannot load \"cl.txt\"");
         QTest::newRow("static member, empty message")
             << Thrower(&Samples::SchemaReader::loadCamera)
             << QByteArray("BadPathException thrown from Samples::SchemaReader::loadCamera in %1: ");
@@ -143,18 +122,15 @@ private slots:
             << Thrower(&Samples::breathe)
             << QByteArray(
                    "OperationCanceledException thrown from Samples::breathe in %1: Operation canceled.");
-        QTest::newRow("nested kind from outside")
-            << Thrower(&Samples::throwReaderKindFromOutside)
-            << QByteArray("BadPathException thrown from Samples::throwReaderKindFromOutside in %1: outside");
         QTest::newRow("QString as UTF-8")
             << Thrower([] {
                    g_throwLine = __LINE__ + 1;
                    ORVEX_THROW(Samples::SchemaReader::BadPathException,
                                QStringLiteral("Gr\u00f6\u00dfe \u20ac"));
                })
-            << QByteArray(
-                   "BadPathException thrown from TestExceptions::throwSites_data in %1: Gr\xc3\xb6\xc3\x9f"
-                   "e \xe2\x82\xac");
+            << QByteArray("BadPathException thrown from TestExceptions::throwSites_data in %1: "
+                          "Gr\xc3\xb6\xc3\x9f"
+                          "e \xe2\x82\xac");
     }
 
     void throwSites()
@@ -166,7 +142,6 @@ private slots:
         QByteArray what;
         try {
             thrower();
-            QFAIL("nothing thrown");
         } catch (const Orvex::ExceptionBase& a_error) {
             what = a_error.what();
         }

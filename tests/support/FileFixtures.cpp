@@ -17,11 +17,7 @@ namespace OrvexTest {
 
 namespace {
 
-QString shippedSchema(bool a_cameraLink)
-{
-    return sourcePath(a_cameraLink ? QStringLiteral("config/Vrm/LUMEX-CL.xsd")
-                                   : QStringLiteral("config/Pld/LUMEX-CXP.xsd"));
-}
+const QString s_cameraLink = QStringLiteral("config/Vrm/LUMEX-CL.xsd");
 
 QByteArray unescaped(QByteArray a_field)
 {
@@ -31,14 +27,10 @@ QByteArray unescaped(QByteArray a_field)
     QByteArray bytes;
     for (int i = 0; i < a_field.size(); ++i) {
         const char next = i + 1 < a_field.size() && a_field[i] == '\\' ? a_field[++i] : '\0';
-        if (next == '\0')
-            bytes += a_field[i];
-        else if (next == 'n' || next == 't')
-            bytes += next == 'n' ? '\n' : '\t';
-        else if (next == 'x' && i + 2 < a_field.size())
+        if (next == 'x' && i + 2 < a_field.size())
             bytes += char(a_field.mid((i += 2) - 1, 2).toInt(nullptr, 16));
         else
-            bytes += next;
+            bytes += next == '\0' ? a_field[i] : next == 'n' ? '\n' : next == 't' ? '\t' : next;
     }
     return bytes;
 }
@@ -80,11 +72,12 @@ void addTableRows(const QString& a_relative, const QStringList& a_columns)
             continue;
         QList<QByteArray> fields{QByteArray()};
         for (int i = 0; i < line.size(); ++i) {
+            const int escaped = line[i] == '\\' ? 1 : 0;
             if (line[i] == '|')
                 fields << QByteArray();
             else
-                fields.last() += line.mid(i, line[i] == '\\' ? 2 : 1);
-            i += line[i] == '\\' ? 1 : 0;
+                fields.last() += line.mid(i, 1 + escaped);
+            i += escaped;
         }
         QTestData& row = QTest::newRow(unescaped(fields.first()).constData());
         for (int column = 1; column <= a_columns.size(); ++column)
@@ -97,22 +90,18 @@ QString thrownText(const std::function<void()>& a_call)
     try {
         a_call();
     } catch (const Orvex::ExceptionBase& a_error) {
-        return QString::fromUtf8(a_error.what())
-            .replace(QRegularExpression(QStringLiteral("\\[\\d+\\]")), QStringLiteral("[]"));
+        return QString::fromUtf8(a_error.what()).replace(QRegularExpression("\\[\\d+\\]"), "[]");
     }
     return QString();
-}
-
-Orvex::FeatureElementBase* CameraDocument::global(const QString& a_name)
-{
-    return camera()->globalCategory()->feature(a_name);
 }
 
 void CameraDocument::load(const QString& a_file, const QString& a_schema,
                           const std::function<void()>& a_beforeValues)
 {
     Orvex::LumexParser parser(a_file, &tree, nullptr);
-    schema = !a_schema.isEmpty() ? a_schema : shippedSchema(parser.isCameraLink());
+    schema = !a_schema.isEmpty()     ? a_schema
+             : parser.isCameraLink() ? sourcePath(s_cameraLink)
+                                     : sourcePath(QStringLiteral("config/Pld/LUMEX-CXP.xsd"));
     Orvex::SchemaParser schemaParser(nullptr, &tree, nullptr, schema);
     schemaParser.loadCamera(camera());
     if (a_beforeValues)
@@ -123,8 +112,7 @@ void CameraDocument::load(const QString& a_file, const QString& a_schema,
 bool CameraDocument::save(const QString& a_file, bool a_extraData)
 {
     Orvex::LumexPrinter printer(nullptr, &tree);
-    const QString cameraLink = shippedSchema(true);
-    printer.setSchemaPaths(schema == cameraLink ? QString() : schema, cameraLink);
+    printer.setSchemaPaths(schema == sourcePath(s_cameraLink) ? QString() : schema, sourcePath(s_cameraLink));
     printer.setPreserveExtraData(a_extraData);
     printer.print(camera());
     return printer.save(a_file);
