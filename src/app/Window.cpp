@@ -25,7 +25,6 @@
 #include <QCloseEvent>
 #include <QDir>
 #include <QDockWidget>
-#include <QDropEvent>
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -402,26 +401,6 @@ bool Window::eventFilter(QObject* a_watched, QEvent* a_event)
         if (mouse->button() == Qt::ForwardButton) {
             emit m_host->forward();
             return true;
-        }
-    }
-    // The tree takes drops of its own modes; a camera file dropped on it opens as anywhere else.
-    if (m_treeView && a_watched == m_treeView->viewport()) {
-        switch (a_event->type()) {
-        case QEvent::DragEnter:
-        case QEvent::DragMove:
-            if (!droppableFile(static_cast<QDropEvent*>(a_event)).isEmpty()) {
-                static_cast<QDropEvent*>(a_event)->acceptProposedAction();
-                return true;
-            }
-            break;
-        case QEvent::Drop:
-            if (!droppableFile(static_cast<QDropEvent*>(a_event)).isEmpty()) {
-                dropEvent(static_cast<QDropEvent*>(a_event));
-                return true;
-            }
-            break;
-        default:
-            break;
         }
     }
     return QMainWindow::eventFilter(a_watched, a_event);
