@@ -27,43 +27,6 @@ using Model = FeatureTableFeatureModel;
 
 namespace {
 
-// Logs the changes its user slots ask for and makes them when told to, as the undo command will.
-class ProbeFeature : public ValueFeatureElementBase
-{
-public:
-    ProbeFeature(ElementBase* a_parent, QStringList* a_log, bool a_apply)
-        : ValueFeatureElementBase(a_parent), m_log(a_log), m_apply(a_apply)
-    {
-    }
-    ProbeFeature(const ProbeFeature* a_source, ElementBase* a_parent)
-        : ValueFeatureElementBase(a_source, a_parent), m_log(a_source->m_log), m_apply(a_source->m_apply)
-    {
-        setDataSet(a_source->dataSet());
-    }
-    using WidgetElementBase::setHighlightActive;
-    QString displayText(size_t) const override { return QString(); }
-    QSize maxSize() const override { return QSize(); }
-    ValueFeatureElementBase* cloneFeature(ElementBase* a_parent) const override
-    {
-        return new ProbeFeature(this, a_parent);
-    }
-
-protected:
-    void requestInstanceChanges(const QVector<InstanceChange>& a_changes) override
-    {
-        for (const InstanceChange& change : a_changes) {
-            const bool insert = change.kind == InstanceChange::Insert;
-            *m_log << QStringLiteral("%1 %2").arg(insert ? "insert" : "remove").arg(change.index);
-            if (m_apply)
-                insert ? void(insertInstance(change.index)) : void(removeInstance(change.index));
-        }
-    }
-
-private:
-    QStringList* m_log;
-    bool m_apply;
-};
-
 template <typename Feature>
 Feature* makeTemplate(FeatureListFeatureBase* a_list, const QString& a_name, size_t a_min = 1,
                       size_t a_max = 1)
@@ -117,15 +80,19 @@ QString describe(const QVector<FeatureElementBase::InstanceChange>& a_changes)
 }
 
 // A member that logs, under its name, each value change handed over for undo and each instance change
-// asked for; its copies, which make the table's rows, log into the same list.
+// asked for, and with apply set makes the change, as the undo command will; its copies, which make the
+// list's instances and the table's rows, log into the same list.
 template <class Feature>
 class Probe : public Feature
 {
 public:
     Probe(ElementBase* a_parent, QStringList* a_log) : Feature(a_parent), m_log(a_log) {}
-    Probe(const Probe* a_source, ElementBase* a_parent) : Feature(a_source, a_parent), m_log(a_source->m_log)
+    Probe(const Probe* a_source, ElementBase* a_parent)
+        : Feature(a_source, a_parent), apply(a_source->apply), m_log(a_source->m_log)
     {
     }
+    using WidgetElementBase::setHighlightActive;
+    bool apply = false;
     ValueFeatureElementBase* cloneFeature(ElementBase* a_parent) const override
     {
         return new Probe(this, a_parent);
@@ -142,6 +109,12 @@ protected:
     void requestInstanceChanges(const QVector<FeatureElementBase::InstanceChange>& a_changes) override
     {
         *m_log << this->name() + QStringLiteral(": ") + describe(a_changes);
+        for (const FeatureElementBase::InstanceChange& change : a_changes) {
+            if (apply && change.kind == FeatureElementBase::InstanceChange::Insert)
+                this->insertInstance(change.index);
+            else if (apply)
+                this->removeInstance(change.index);
+        }
     }
 
 private:
@@ -254,7 +227,8 @@ private slots:
         QStringList log;
         HolderElement holder;
         auto* list = new FeatureListFeature(&holder);
-        auto* memberTemplate = new ProbeFeature(list, &log, click == "apply");
+        auto* memberTemplate = new Probe<BooleanFeature>(list, &log);
+        memberTemplate->apply = click == "apply";
         memberTemplate->setName("Gain");
         memberTemplate->setMaxOccurs(maxOccurs);
         memberTemplate->setMinOccurs(minOccurs);
@@ -288,7 +262,7 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(list->widget()));
         QTest::mouseClick(box, Qt::LeftButton);
         const bool presentAfter = click == "apply" ? !present : present;
-        QCOMPARE(log, QStringList{present ? "remove 0" : "insert 0"});
+        QCOMPARE(log, QStringList{present ? "Gain: remove 0" : "Gain: insert 0"});
         QVERIFY(member->isEnabled() == presentAfter && box->isChecked() == presentAfter);
         QCOMPARE(memberTemplate->isEnabled(), present);
         // Undo and redo change the member directly; the box follows.
@@ -415,10 +389,10 @@ private slots:
         HolderElement holder;
         auto* list = new FeatureListFeature(&holder);
         list->setMaxOccurs(2);
-        list->addMember(new ProbeFeature(list, &log, false));
+        list->addMember(new Probe<BooleanFeature>(list, &log));
         list->insertInstance(FeatureElementBase::NoIndex);
-        const QPointer<ProbeFeature> a = static_cast<ProbeFeature*>(list->member(0, 0));
-        const QPointer<ProbeFeature> b = static_cast<ProbeFeature*>(list->member(1, 0));
+        const QPointer<Probe<BooleanFeature>> a = static_cast<Probe<BooleanFeature>*>(list->member(0, 0));
+        const QPointer<Probe<BooleanFeature>> b = static_cast<Probe<BooleanFeature>*>(list->member(1, 0));
 
         for (const QString& step : steps.split(' ')) {
             if (step[0] == 'r')
