@@ -1,5 +1,6 @@
 #include "FileFixtures.h"
 #include "RecordingDocumentHost.h"
+#include "TestSupport.h"
 #include "elements/BooleanFeature.h"
 #include "elements/CameraElement.h"
 #include "elements/CameraGlobalCategory.h"
@@ -10,7 +11,6 @@
 #include "elements/FeatureTableFeatureModel.h"
 #include "elements/GenericModeCategory.h"
 #include "elements/ModeElement.h"
-#include "elements/NumericFeature.h"
 #include "elements/StringFeature.h"
 #include "elements/UndoRedoModeClone.h"
 #include "elements/UndoRedoModeDelete.h"
@@ -20,6 +20,9 @@
 #include "elements/UndoRedoStack.h"
 #include "elements/UndoRedoValueFeatureChange.h"
 #include "elements/WindowElement.h"
+#include "fileio/LumexParser.h"
+#include "fileio/SchemaParser.h"
+#include "model/LumexTree.h"
 
 #include <QCheckBox>
 #include <QLayout>
@@ -31,21 +34,8 @@ using namespace Orvex;
 
 namespace {
 
-// A feature or list member named a_name; a toggle one (0..1) starts switched off.
-template <class T>
-T* make(ElementBase* a_parent, const QString& a_name, size_t a_min = 1, size_t a_max = 1)
-{
-    auto* feature = new T(a_parent);
-    feature->setName(a_name);
-    feature->setMaxOccurs(a_max);
-    feature->setMinOccurs(a_min);
-    if (feature->isToggleFeature())
-        feature->setEnabled(false);
-    return feature;
-}
-
-// Modes A, B and C, each with the category "Main" holding one feature of each kind and the category
-// "Extra"; the global category holds "standard". Mode A's pages are shown as the user sees them.
+// Modes A, B and C, each with the category "Main" holding a feature of each kind and the category "Extra",
+// read from tests/undo/data/commands; mode A's pages are shown as the user sees them.
 struct Document
 {
     Document()
@@ -53,35 +43,10 @@ struct Document
         element = new WindowElement(&window);
         camera = element->camera();
         stack = element->undoRedoStack();
-        camera->globalCategory()->addFeature(make<StringFeature>(camera->globalCategory(), "standard"));
-        for (const char* name : {"A", "B", "C"}) {
-            auto* mode = new ModeElement(camera);
-            mode->setName(name);
-            main = new GenericModeCategory(mode);
-            main->setName("Main");
-            extra = new GenericModeCategory(mode);
-            extra->setName("Extra");
-            mode->appendCategory(main);
-            mode->appendCategory(extra);
-            camera->appendMode(mode);
-
-            main->addFeature(make<BooleanFeature>(main, "Flag"));
-            auto* label = make<StringFeature>(main, "Label", 0, 4);
-            label->setDataSet(QVariantList{"a", "b"});
-            main->addFeature(label);
-            auto* group = make<FeatureListFeature>(main, "Group");
-            group->addMember(make<BooleanFeature>(group, "On"));
-            group->addMember(make<NumericFeature>(group, "Level", 0));
-            main->addFeature(group);
-            auto* table = make<FeatureTableFeature>(main, "Table", 1, 5);
-            table->addMember(make<StringFeature>(table, "Key"));
-            table->addMember(make<BooleanFeature>(table, "Note", 0));
-            table->setDataSet(QVariantList{QVariantList{QVariantList{"k0"}}, QVariantList{QVariantList{"k1"}},
-                                           QVariantList{QVariantList{"k2"}}});
-            main->addFeature(table);
-            extra->addFeature(make<BooleanFeature>(extra, "Late"));
-            main->addFeature(make<BooleanFeature>(main, "Strobe", 0));
-        }
+        LumexParser parser(OrvexTest::sourcePath("tests/undo/data/commands/camera.lumex"), &tree, nullptr);
+        SchemaParser(nullptr, &tree, nullptr, OrvexTest::sourcePath("tests/undo/data/commands/camera.xsd"))
+            .loadCamera(camera);
+        parser.parse(camera);
         main = qobject_cast<GenericModeCategory*>(camera->mode(0)->category(0));
         extra = qobject_cast<GenericModeCategory*>(camera->mode(0)->category(1));
         showPages();
@@ -119,6 +84,8 @@ struct Document
         return QSharedPointer<UndoRedoValueFeatureChange>::create(element, label, 0, old, a_value);
     }
 
+    // Before the window, so that the elements go before the tree they were read into.
+    LumexTree tree{QString()};
     OrvexTest::RecordingDocumentHost window;
     WindowElement* element = nullptr;
     CameraElement* camera = nullptr;
