@@ -21,6 +21,12 @@ QByteArray dataFile(const char* a_name)
 
 using OrvexTest::fileBytes;
 
+QStringList golden(const char* a_name)
+{
+    return QString::fromUtf8(fileBytes(QFile::decodeName(dataFile("golden/") + a_name)))
+        .split('\n', Qt::SkipEmptyParts);
+}
+
 QString text(const char* a_text)
 {
     return a_text ? QString::fromUtf8(a_text) : QStringLiteral("<null>");
@@ -181,12 +187,7 @@ private slots:
             Lumex::CamFile::SourceText);
         QVERIFY2(file.status(), qPrintable(diagnostics(file.status()).join('\n')));
         const Lumex::CamProperty root = file.root();
-        QCOMPARE(describe(root),
-                 QStringList({"element r [text plain & text<raw>]", "  text <null> [text]",
-                              "  element e [inside]", "    text <null> [inside]", "  text <null> [ ]",
-                              "  element x @n=[0] []", "  text <null> [plain & text]",
-                              "  text <null> [<raw>]", "  comment <null> [ remark ]", "  element x @n=[1] []",
-                              "  other target [some data]", "  other ent []"}));
+        QCOMPARE(describe(root), golden("structure.txt"));
         QVERIFY(root.child(nullptr, 9).is(Lumex::CamProperty::OtherNode | Lumex::CamProperty::TextNode));
         QCOMPARE(QList<unsigned>({root.count(nullptr), root.count("x"), root.count("target")}),
                  QList<unsigned>({10, 2, 0}));
@@ -262,12 +263,31 @@ private slots:
         QVERIFY(valid || (result.message() && *result.message()));
     }
 
+    // Written, read back and written again: the document reads back as it was, passes xmllint and is
+    // written again byte for byte. The bytes, or what went wrong.
+    QByteArray writtenTwice(Lumex::CamFile& a_file)
+    {
+        const QString path = m_temp.filePath(QStringLiteral("written.lumex"));
+        const Lumex::Error written = a_file.write(QFile::encodeName(path).constData());
+        QString lint;
+        if (!written || OrvexTest::runXmllint(path, QString(), &lint) != 0 || !lint.trimmed().isEmpty())
+            return "not written: " + diagnostics(written).join('\n').toUtf8() + lint.toUtf8();
+        const QByteArray bytes = fileBytes(path);
+        Lumex::CamFile reread;
+        const Lumex::Error loaded = reread.load(QFile::encodeName(path).constData(), 0);
+        if (!loaded || describe(reread.root()) != describe(a_file.root()))
+            return "read back otherwise: " + diagnostics(loaded).join('\n').toUtf8();
+        return reread.write(tempFile("again.lumex").constData()) &&
+                       fileBytes(m_temp.filePath(QStringLiteral("again.lumex"))) == bytes
+                   ? bytes
+                   : QByteArray("written again otherwise");
+    }
+
     void builtDocumentRoundTrip()
     {
         Lumex::CamFile built("quarnel_config", 2);
         QVERIFY(built.status());
         Lumex::CamProperty root = built.root();
-        QCOMPARE(text(root.name()), QStringLiteral("quarnel_config"));
         QVERIFY(root.set("xmlns:xsi", "http://www.w3.org/2001/XMLSchema-instance"));
         QVERIFY(root.set("xsi:noNamespaceSchemaLocation", "camera.xsd"));
         QVERIFY(root.push_back(Lumex::CamProperty::CommentNode).set(" written by the test "));
@@ -289,22 +309,7 @@ private slots:
         }
         QVERIFY(root.push_back(Lumex::CamProperty::TextNode).set("\n"));
         built.setDeclaration(nullptr);
-
-        const QString path = m_temp.filePath(QStringLiteral("built.lumex"));
-        const Lumex::Error written = built.write(tempFile("built.lumex").constData());
-        QVERIFY2(written, qPrintable(diagnostics(written).join('\n')));
-        QString lint;
-        QCOMPARE(OrvexTest::runXmllint(path, QString(), &lint), 0);
-        QVERIFY2(lint.trimmed().isEmpty(), qPrintable(lint));
-        const QByteArray bytes = fileBytes(path);
-        QVERIFY(bytes.startsWith("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<quarnel_config"));
-
-        Lumex::CamFile reread;
-        const Lumex::Error loaded = reread.load(tempFile("built.lumex").constData(), 0);
-        QVERIFY2(loaded, qPrintable(diagnostics(loaded).join('\n')));
-        QCOMPARE(describe(reread.root()), describe(root));
-        QVERIFY(reread.write(tempFile("built-again.lumex").constData()));
-        QCOMPARE(fileBytes(m_temp.filePath(QStringLiteral("built-again.lumex"))), bytes);
+        QCOMPARE(writtenTwice(built), fileBytes(QFile::decodeName(dataFile("golden/built.xml"))));
     }
 
     // Comments, CDATA, processing instructions, white space and namespaces are written back unchanged;
@@ -315,8 +320,7 @@ private slots:
         const Lumex::Error loaded =
             file.load(dataFile("roundtrip.xml").constData(), Lumex::CamFile::SourcePath);
         QVERIFY2(loaded, qPrintable(diagnostics(loaded).join('\n')));
-        QVERIFY(file.write(tempFile("roundtrip.lumex").constData()));
-        QCOMPARE(QString::fromUtf8(fileBytes(m_temp.filePath(QStringLiteral("roundtrip.lumex")))),
+        QCOMPARE(QString::fromUtf8(writtenTwice(file)),
                  QString::fromUtf8(fileBytes(QFile::decodeName(dataFile("roundtrip.xml")))));
 
         const Lumex::ConstCamProperty root = file.root();
@@ -328,7 +332,6 @@ private slots:
         const char* value = "unchanged";
         QVERIFY(!root.get("noNamespaceSchemaLocation", value) && !root.get(nullptr, value));
         QCOMPARE(text(value), QStringLiteral("unchanged"));
-
         const Lumex::ConstCamProperty features = root["camera"]["features"];
         QCOMPARE(text(features["script"].get()), QStringLiteral("if (a < b && c) { return \"]]\"; }"));
         QCOMPARE(text(features["mixed"].get()), QStringLiteral("before<inside>after & more"));
