@@ -70,12 +70,6 @@ struct Document
         auto* own = qobject_cast<QCheckBox*>(a_feature->widget());
         return own ? own : a_feature->widget()->findChild<QCheckBox*>(a_name);
     }
-    // An instance row in layout order.
-    QWidget* row(const QString& a_feature, int a_position) const
-    {
-        QLayout* layout = feature<FeatureElementBase>(a_feature)->widget()->layout();
-        return layout->itemAt(a_position)->widget();
-    }
     QSharedPointer<UndoRedoValueFeatureChange> edit(const QString& a_mode, const QString& a_value)
     {
         auto* label = feature<StringFeature>("Label", a_mode);
@@ -93,16 +87,6 @@ struct Document
     GenericModeCategory* main = nullptr;
     GenericModeCategory* extra = nullptr;
 };
-
-QString text(const QVariant& a_value)
-{
-    if (a_value.userType() != QMetaType::QVariantList)
-        return a_value.toString();
-    QStringList parts;
-    for (const QVariant& part : a_value.toList())
-        parts << text(part);
-    return '[' + parts.join(',') + ']';
-}
 
 // Everything the user can see and the file would hold: the modes in order with the ids of their elements,
 // the data of mode A with the ids of its rows' members, and what its widgets show of it.
@@ -122,7 +106,8 @@ QStringList state(const Document& a_document)
                      .arg(category->categoryFeature()->instanceCount())
                      .arg(a_document.box(category->categoryFeature())->isChecked());
         for (FeatureElementBase* feature : category->features()) {
-            QString line = feature->name() + ' ' + text(feature->dataSet());
+            QString line = feature->name() + ' ';
+            QDebug(&line) << feature->dataSet();
             auto* list = qobject_cast<FeatureListFeatureBase*>(feature);
             for (size_t instance = 0; list && instance < list->instanceCount(); ++instance) {
                 for (quint64 id : list->memberIds(instance))
@@ -131,11 +116,12 @@ QStringList state(const Document& a_document)
             lines << line;
         }
     }
-    QStringList edits;
-    for (int instance = 0; instance < int(a_document.feature<StringFeature>("Label")->instanceCount());
-         ++instance)
-        edits << a_document.row("Label", instance)->findChild<QLineEdit*>()->text();
-    lines << "label edits " + edits.join(',');
+    // The label's rows in layout order, as a row left behind or put in the wrong place shows.
+    QString edits = "label edits";
+    QLayout* rows = a_document.feature<StringFeature>("Label")->widget()->layout();
+    for (int row = 0; row < int(a_document.feature<StringFeature>("Label")->instanceCount()); ++row)
+        edits += ' ' + rows->itemAt(row)->widget()->findChild<QLineEdit*>()->text();
+    lines << edits;
     lines << QStringLiteral("boxes %1 %2")
                  .arg(a_document.box(a_document.feature<BooleanFeature>("Flag"))->isChecked())
                  .arg(
@@ -273,31 +259,27 @@ private slots:
 
     // Commands find their elements by position from the window element; a position beyond the children there
     // now leads nowhere. Member templates are no place in the document.
+    // Commands find their elements by position from the window element; a position beyond the children there
+    // now leads nowhere. Member templates are no place in the document.
     void locator()
     {
-        Document document;
-        FeatureTableFeature* table = document.feature("Table", "B");
-        auto* main = qobject_cast<GenericModeCategory*>(document.camera->mode(1)->category(0));
-        const QList<ElementBase*> targets{document.element,
-                                          document.camera,
-                                          document.camera->globalCategory()->features().first(),
-                                          document.camera->mode(2),
-                                          main,
-                                          main->categoryFeature(),
-                                          table,
-                                          table->member(2, 0)};
+        Document d;
+        FeatureTableFeature* table = d.feature("Table", "B");
+        auto* main = qobject_cast<GenericModeCategory*>(d.camera->mode(1)->category(0));
         QList<ElementLocator> locators;
-        for (ElementBase* target : targets) {
-            locators << ElementLocator::locate(document.element, target);
-            QCOMPARE(locators.last().resolve(document.element), target);
+        for (ElementBase* target : std::initializer_list<ElementBase*>{
+                 d.element, d.camera, d.camera->globalCategory()->features().first(), d.camera->mode(2), main,
+                 main->categoryFeature(), table, table->member(2, 0)}) {
+            locators << ElementLocator::locate(d.element, target);
+            QCOMPARE(locators.last().resolve(d.element), target);
         }
-        QVERIFY(!ElementLocator::locate(document.element, table->memberTemplates().first()).isValid());
+        QVERIFY(!ElementLocator::locate(d.element, table->memberTemplates().first()).isValid());
 
         table->removeInstance(2);
-        delete document.camera->takeMode(2);
+        delete d.camera->takeMode(2);
         QString found;
         for (const ElementLocator& locator : locators)
-            found += locator.resolve(document.element) ? '+' : '-';
+            found += locator.resolve(d.element) ? '+' : '-';
         QCOMPARE(found, "+++-+++-");
     }
 
