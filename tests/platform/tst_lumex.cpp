@@ -21,12 +21,6 @@ QByteArray dataFile(const char* a_name)
 
 using OrvexTest::fileBytes;
 
-QStringList golden(const char* a_name)
-{
-    return QString::fromUtf8(fileBytes(QFile::decodeName(dataFile("golden/") + a_name)))
-        .split('\n', Qt::SkipEmptyParts);
-}
-
 QString text(const char* a_text)
 {
     return a_text ? QString::fromUtf8(a_text) : QStringLiteral("<null>");
@@ -36,16 +30,12 @@ QString text(const char* a_text)
 // compared through the interface itself.
 void describe(const Lumex::CamProperty& a_node, int a_depth, QStringList& a_lines)
 {
-    QString line = QString(a_depth * 2, QLatin1Char(' '));
-    if (a_node.is(Lumex::CamProperty::CommentNode))
-        line += QLatin1String("comment ");
-    else if (a_node.is(Lumex::CamProperty::TextNode))
-        line += QLatin1String("text ");
-    else if (a_node.is(Lumex::CamProperty::OtherNode))
-        line += QLatin1String("other ");
-    else
-        line += QLatin1String("element ");
-    line += text(a_node.name()) + QLatin1Char(' ');
+    QString line = QString(a_depth * 2, QLatin1Char(' ')) +
+                   (a_node.is(Lumex::CamProperty::CommentNode) ? "comment "
+                    : a_node.is(Lumex::CamProperty::TextNode)  ? "text "
+                    : a_node.is(Lumex::CamProperty::OtherNode) ? "other "
+                                                               : "element ") +
+                   text(a_node.name()) + QLatin1Char(' ');
     for (unsigned i = 0; i < a_node.attribute_count(); ++i) {
         const char* value = nullptr;
         a_node.get(a_node.attribute(i), value);
@@ -96,30 +86,21 @@ private slots:
 
     void failedLoad_data()
     {
-        QTest::addColumn<QByteArray>("path");
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<int>("minimumDiagnostics");
-        QTest::addColumn<QString>("commentPart");
-
-        QTest::newRow("four faults in one file")
-            << dataFile("malformed.xml") << QByteArray() << 4 << "line 4";
-        QTest::newRow("empty file") << dataFile("empty.xml") << QByteArray() << 1 << QString();
-        QTest::newRow("missing file") << tempFile("absent.lumex") << QByteArray() << 1 << "absent.lumex";
-        QTest::newRow("two roots in text") << QByteArray() << QByteArray("<a/>\n<b/>") << 1 << "line 2";
-        QTest::newRow("billion laughs in content")
-            << dataFile("billion_laughs.xml") << QByteArray() << 1 << QString();
-        QTest::newRow("billion laughs in attribute")
-            << dataFile("billion_laughs_attribute.xml") << QByteArray() << 1 << QString();
+        OrvexTest::addTableRows(QStringLiteral("tests/platform/data/tables/failed-loads.txt"),
+                                {"source", "minimumDiagnostics", "commentPart"});
     }
 
     // Every diagnostic is complete and in document order; the document loaded before is kept; the
     // process-wide libxml2 handlers are left as they were; entity amplification is refused.
     void failedLoad()
     {
-        QFETCH(QByteArray, path);
-        QFETCH(QByteArray, text);
-        QFETCH(int, minimumDiagnostics);
-        QFETCH(QString, commentPart);
+        QFETCH(QByteArray, source);
+        QFETCH(QByteArray, minimumDiagnostics);
+        QFETCH(QByteArray, commentPart);
+        const QByteArray text = source.startsWith("text:") ? source.mid(5) : QByteArray();
+        const QByteArray path = source.startsWith("file:")   ? dataFile(source.mid(5).constData())
+                                : source.startsWith("temp:") ? tempFile(source.mid(5).constData())
+                                                             : QByteArray();
 
         const xmlExternalEntityLoader loader = xmlGetExternalEntityLoader();
         g_globalErrors = 0;
@@ -133,8 +114,8 @@ private slots:
 
         const QString all = diagnostics(result).join('\n');
         QVERIFY(!result);
-        QVERIFY2(result.count() >= unsigned(minimumDiagnostics), qPrintable(all));
-        QVERIFY2(all.contains(commentPart), qPrintable(all));
+        QVERIFY2(result.count() >= minimumDiagnostics.toUInt(), qPrintable(all));
+        QVERIFY2(all.contains(QString::fromUtf8(commentPart)), qPrintable(all));
         int previousLine = 0;
         for (const QString& line : diagnostics(result)) {
             const QStringList parts = line.split(" | ");
@@ -187,7 +168,9 @@ private slots:
             Lumex::CamFile::SourceText);
         QVERIFY2(file.status(), qPrintable(diagnostics(file.status()).join('\n')));
         const Lumex::CamProperty root = file.root();
-        QCOMPARE(describe(root), golden("structure.txt"));
+        QCOMPARE(describe(root),
+                 QString::fromUtf8(fileBytes(QFile::decodeName(dataFile("golden/structure.txt"))))
+                     .split('\n', Qt::SkipEmptyParts));
         QVERIFY(root.child(nullptr, 9).is(Lumex::CamProperty::OtherNode | Lumex::CamProperty::TextNode));
         QCOMPARE(QList<unsigned>({root.count(nullptr), root.count("x"), root.count("target")}),
                  QList<unsigned>({10, 2, 0}));
