@@ -25,10 +25,13 @@
 #include "model/LumexTree.h"
 
 #include <QCheckBox>
+#include <QDebug>
 #include <QLayout>
 #include <QLineEdit>
 #include <QPointer>
 #include <QTest>
+
+#include <algorithm>
 
 using namespace Orvex;
 
@@ -92,48 +95,41 @@ struct Document
 // the data of mode A with the ids of its rows' members, and what its widgets show of it.
 QStringList state(const Document& a_document)
 {
+    const Document& d = a_document;
     QStringList lines;
-    for (ModeElement* mode : a_document.camera->modes()) {
-        QStringList ids;
+    // One line of what Qt prints of a_values.
+    const auto add = [&lines](const auto&... a_values) {
+        lines << QString();
+        QDebug debug(&lines.last());
+        (debug << ... << a_values);
+    };
+    for (ModeElement* mode : d.camera->modes()) {
+        QList<quint64> ids;
         for (const ElementBase* below : mode->findChildren<ElementBase*>())
-            ids << QString::number(below->id());
-        ids.sort();
-        lines << mode->name() + ' ' + QString::number(mode->id()) + ' ' + ids.join(' ');
+            ids << below->id();
+        std::sort(ids.begin(), ids.end());
+        add(mode->name(), mode->id(), ids);
     }
-    for (GenericModeCategory* category : {a_document.main, a_document.extra}) {
-        lines << QStringLiteral("%1 present %2 box %3")
-                     .arg(category->name())
-                     .arg(category->categoryFeature()->instanceCount())
-                     .arg(a_document.box(category->categoryFeature())->isChecked());
+    for (GenericModeCategory* category : {d.main, d.extra}) {
+        add(category->name(), category->categoryFeature()->instanceCount(),
+            d.box(category->categoryFeature())->isChecked());
         for (FeatureElementBase* feature : category->features()) {
-            QString line = feature->name() + ' ';
-            QDebug(&line) << feature->dataSet();
+            add(feature->name(), feature->dataSet());
             auto* list = qobject_cast<FeatureListFeatureBase*>(feature);
-            for (size_t instance = 0; list && instance < list->instanceCount(); ++instance) {
-                for (quint64 id : list->memberIds(instance))
-                    line += ' ' + QString::number(id);
-            }
-            lines << line;
+            for (size_t instance = 0; list && instance < list->instanceCount(); ++instance)
+                add(list->memberIds(instance));
         }
     }
     // The label's rows in layout order, as a row left behind or put in the wrong place shows.
-    QString edits = "label edits";
-    QLayout* rows = a_document.feature<StringFeature>("Label")->widget()->layout();
-    for (int row = 0; row < int(a_document.feature<StringFeature>("Label")->instanceCount()); ++row)
-        edits += ' ' + rows->itemAt(row)->widget()->findChild<QLineEdit*>()->text();
-    lines << edits;
-    lines << QStringLiteral("boxes %1 %2")
-                 .arg(a_document.box(a_document.feature<BooleanFeature>("Flag"))->isChecked())
-                 .arg(
-                     a_document.box(a_document.feature<FeatureListFeature>("Group"), "EnableDisableCheckBox")
-                         ->isChecked());
-    FeatureTableFeatureModel* model = a_document.feature("Table")->model();
-    for (int row = 0; row < model->instanceRows(); ++row) {
-        lines << QStringLiteral("table row %1 %2 %3")
-                     .arg(model->index(row, 3).data().toString())
-                     .arg(model->index(row, 4).data(Qt::CheckStateRole).toInt())
-                     .arg(model->index(row, 2).data().toString());
-    }
+    QLayout* rows = d.feature<StringFeature>("Label")->widget()->layout();
+    for (int row = 0; row < int(d.feature<StringFeature>("Label")->instanceCount()); ++row)
+        add(rows->itemAt(row)->widget()->findChild<QLineEdit*>()->text());
+    add(d.box(d.feature<BooleanFeature>("Flag"))->isChecked(),
+        d.box(d.feature<FeatureListFeature>("Group"), "EnableDisableCheckBox")->isChecked());
+    FeatureTableFeatureModel* model = d.feature("Table")->model();
+    for (int row = 0; row < model->instanceRows(); ++row)
+        add(model->index(row, 3).data(), model->index(row, 4).data(Qt::CheckStateRole),
+            model->index(row, 2).data());
     return lines;
 }
 
