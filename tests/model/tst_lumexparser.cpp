@@ -137,12 +137,18 @@ private slots:
 
         Lumex::Error chain("<b>", "a & b", "\"q\" <t>");
         chain.append(nullptr, nullptr, nullptr);
+        const Lumex::Error copy = chain;
         chain.append(Lumex::Error("third", "three", "3"));
+        const QString first = item("&lt;b&gt;", "a &amp; b", "&quot;q&quot; &lt;t&gt;") + item("", "", "");
         const QString third = item("third", "three", "3");
-        QTest::newRow("chain, escaped, null texts empty")
-            << chain << item("&lt;b&gt;", "a &amp; b", "&quot;q&quot; &lt;t&gt;") + item("", "", "") + third;
+        QTest::newRow("chain, escaped, null texts empty") << chain << first + third;
+        QTest::newRow("copy taken before an append") << copy << first;
         QTest::newRow("chain from its current diagnostic") << chain.skip_next(1).skip_next(1) << third;
         QTest::newRow("success") << chain.skip_next(1).skip_next(1).skip_next(1) << QString();
+        // Appending to a positioned chain keeps only what lies ahead of it.
+        Lumex::Error tail = chain.skip_next(1).skip_next(1);
+        tail.append(copy);
+        QTest::newRow("appended to a positioned chain") << tail << third + first;
         QTest::newRow("comment of 256 characters")
             << comment(QByteArray(256, 'a')) << item("n", "m", QString(256, 'a'));
         QTest::newRow("comment of 257 characters, long name and message kept")

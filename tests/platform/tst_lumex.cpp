@@ -134,31 +134,6 @@ private slots:
         }
     }
 
-    void errorChainCopies()
-    {
-        Lumex::Error chain("first", "one", nullptr);
-        chain.append("second", nullptr, "two");
-        const Lumex::Error copy = chain;
-        chain.append("third", "three", "3");
-        QCOMPARE(diagnostics(copy), QStringList({"first | one | <null>", "second | <null> | two"}));
-        QCOMPARE(chain.count(), 3u);
-
-        const Lumex::Error next = chain.skip_next(1);
-        QCOMPARE(text(chain.name()), QStringLiteral("first"));
-        QCOMPARE(diagnostics(next), QStringList({"second | <null> | two", "third | three | 3"}));
-        Lumex::Error assigned;
-        QVERIFY(assigned);
-        assigned = next.skip_next(Lumex::Error::NextError);
-        QCOMPARE(assigned.count(), 1u);
-        QVERIFY(assigned.skip_next(1).skip_next(1));
-
-        // Appending to a positioned chain keeps only what lies ahead of it.
-        Lumex::Error tail = next;
-        tail.append(copy);
-        QCOMPARE(diagnostics(tail).mid(2), diagnostics(copy));
-        QCOMPARE(next.count(), 2u);
-    }
-
     // Node kinds, names, values and child counts, seen through describe(), which uses every accessor.
     void structure()
     {

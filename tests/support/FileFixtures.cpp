@@ -1,12 +1,9 @@
 #include "FileFixtures.h"
 
 #include "TestSupport.h"
-#include "elements/CameraElement.h"
-#include "elements/CameraGlobalCategory.h"
 #include "fileio/LumexParser.h"
 #include "fileio/LumexPrinter.h"
 #include "fileio/SchemaParser.h"
-#include "model/ExceptionBase.h"
 
 #include <QDir>
 #include <QFile>
@@ -15,11 +12,9 @@
 
 namespace OrvexTest {
 
-namespace {
+static const QString s_cameraLink = QStringLiteral("config/Vrm/LUMEX-CL.xsd");
 
-const QString s_cameraLink = QStringLiteral("config/Vrm/LUMEX-CL.xsd");
-
-QByteArray unescaped(QByteArray a_field)
+static QByteArray unescaped(QByteArray a_field)
 {
     a_field = a_field.trimmed();
     if (a_field.size() >= 2 && a_field.startsWith('"') && a_field.endsWith('"'))
@@ -34,8 +29,6 @@ QByteArray unescaped(QByteArray a_field)
     }
     return bytes;
 }
-
-} // namespace
 
 QByteArray fileBytes(const QString& a_path)
 {
@@ -61,23 +54,19 @@ void addFolderRows(const QString& a_relative)
 
 void addTableRows(const QString& a_relative, const QStringList& a_columns)
 {
-    // Qt keeps the column names by their address.
-    static QList<QByteArray> s_names;
-    for (const QString& column : a_columns) {
-        s_names << column.toUtf8();
-        QTest::addColumn<QByteArray>(s_names.last().constData());
-    }
+    static QList<QByteArray> s_names; // Qt keeps the column names by their address.
+    for (const QString& column : a_columns)
+        QTest::addColumn<QByteArray>((s_names << column.toUtf8()).last().constData());
     for (const QByteArray& line : fileBytes(sourcePath(a_relative)).split('\n')) {
         if (line.trimmed().isEmpty() || line.startsWith('#'))
             continue;
         QList<QByteArray> fields{QByteArray()};
         for (int i = 0; i < line.size(); ++i) {
-            const int escaped = line[i] == '\\' ? 1 : 0;
             if (line[i] == '|')
                 fields << QByteArray();
             else
-                fields.last() += line.mid(i, 1 + escaped);
-            i += escaped;
+                fields.last() += line.mid(i, line[i] == '\\' ? 2 : 1);
+            i += line[i] == '\\' ? 1 : 0;
         }
         QTestData& row = QTest::newRow(unescaped(fields.first()).constData());
         for (int column = 1; column <= a_columns.size(); ++column)

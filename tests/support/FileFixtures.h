@@ -10,7 +10,6 @@
 namespace OrvexTest {
 
 QByteArray fileBytes(const QString& a_path);
-// Returns a_path, so that a file can be written where it is passed on.
 QString writtenFile(const QString& a_path, const QByteArray& a_bytes);
 
 // One data row per folder under the source folder a_relative, named after it, its path in "folder".
@@ -36,8 +35,8 @@ struct CameraDocument
         return camera()->globalCategory()->feature(a_name);
     }
 
-    // As the editor opens a file: its standard, the schema (by default the shipped one of that
-    // standard), a_beforeValues once the camera has its features, then the values.
+    // As the editor opens a file: the schema (by default the one shipped for the file's standard),
+    // a_beforeValues once the camera has its features, then the values.
     void load(const QString& a_file, const QString& a_schema = QString(),
               const std::function<void()>& a_beforeValues = nullptr);
     bool save(const QString& a_file, bool a_extraData = true);
