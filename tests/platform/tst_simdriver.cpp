@@ -80,49 +80,48 @@ class TestSimDriver : public QObject
         const auto status = [](int a_status) { return QLatin1String(a_status == 0 ? "ok" : "fail"); };
         const auto number = [&a_words](int a_index) { return a_words.value(a_index).toUInt(nullptr, 0); };
         const QString where = m_dir.filePath(a_words.value(1));
-        if (call == QLatin1String("machine")) {
+        if (call == "machine") {
             QString json = a_words.size() < 2 ? QString::fromUtf8(machine()) : a_words.mid(1).join(' ');
             const QRegularExpression repeated(QStringLiteral("\"(.)\\*(\\d+)\""));
             for (QRegularExpressionMatch match; (match = repeated.match(json)).hasMatch();)
                 json.replace(match.capturedStart(), match.capturedLength(),
                              '"' + QString(match.captured(2).toInt(), match.captured(1)[0]) + '"');
             loadMachine(json.toUtf8());
-        } else if (call == QLatin1String("write")) {
+        } else if (call == "write") {
             OrvexTest::writtenFile(where, a_rest.toUtf8());
-        } else if (call == QLatin1String("env")) {
+        } else if (call == "env") {
             a_words.size() > 1 ? qputenv("QN_SIM_BOARDS", QFile::encodeName(where))
                                : qunsetenv("QN_SIM_BOARDS");
-        } else if (call == QLatin1String("configdir")) {
-            const QString dir = a_words[1] == QLatin1String("shipped")
-                                    ? OrvexTest::sourcePath(QStringLiteral("config"))
-                                : a_words[1] == QLatin1String("other") ? where
-                                                                       : m_dir.path();
+        } else if (call == "configdir") {
+            const QString dir = a_words[1] == "shipped" ? OrvexTest::sourcePath(QStringLiteral("config"))
+                                : a_words[1] == "other" ? where
+                                                        : m_dir.path();
             QNSimSetConfigDir(QFile::encodeName(dir).constData());
-        } else if (call == QLatin1String("reload") || call == QLatin1String("reset")) {
-            call == QLatin1String("reload") ? QNSimReload() : QNSimReset();
-        } else if (call == QLatin1String("count")) {
+        } else if (call == "reload" || call == "reset") {
+            call == "reload" ? QNSimReload() : QNSimReset();
+        } else if (call == "count") {
             return QString::number(boardCount());
-        } else if (call == QLatin1String("find")) {
+        } else if (call == "find") {
             HwBrdEntry entry;
             return status(HwSysBrdFind(number(1), number(2), a_words.size() > 3 ? nullptr : &entry));
-        } else if (call == QLatin1String("open")) {
+        } else if (call == "open") {
             m_handles[a_words[2]] = openBoard(number(1));
             return QLatin1String(m_handles[a_words[2]] == HwNoBoard ? "none" : "ok");
-        } else if (call == QLatin1String("entry")) {
+        } else if (call == "entry") {
             return status(HwSysBrdFind(HwSelectorFrameGrabber, number(1), &m_entries[a_words[2]]));
-        } else if (call == QLatin1String("openentry")) {
+        } else if (call == "openentry") {
             HwBrdHandle opened = HwNoBoard;
             return status(HwBrdOpen(&m_entries[a_words[1]], &opened, HwOpenAttachedFileScan));
-        } else if (call == QLatin1String("same")) {
+        } else if (call == "same") {
             return QString::number(board == handle(a_words[2]));
-        } else if (call == QLatin1String("close")) {
+        } else if (call == "close") {
             return status(HwBrdClose(board));
-        } else if (call == QLatin1String("kind")) {
+        } else if (call == "kind") {
             const bool cl = QNIsCL(board);
             const bool cxp = QNIsCXP(board);
             return QLatin1String(cl ? (cxp ? "both" : "CL") : (cxp ? "CXP" : "none")) +
                    QLatin1String(QNIsMk2(board) ? " Mk2" : "");
-        } else if (call == QLatin1String("strings")) {
+        } else if (call == "strings") {
             char model[QNStringBufferSize];
             char variant[QNStringBufferSize];
             std::uint32_t serial = 0xFFFF;
@@ -130,24 +129,24 @@ class TestSimDriver : public QObject
             const int result = QNGetBoardStrings(board, model, variant, &serial, &firmware);
             return result != 0 ? status(result)
                                : QStringLiteral("%1/%2 %3.%4").arg(model, variant).arg(serial).arg(firmware);
-        } else if (call == QLatin1String("supported")) {
+        } else if (call == "supported") {
             return QString::number(QNRegSupported(board, number(2)) != 0);
-        } else if (call == QLatin1String("name")) {
+        } else if (call == "name") {
             char name[QNStringBufferSize] = "unchanged";
             const int result = QNRegName(board, number(2), name);
             return result == 0 ? QString::fromUtf8(name) : status(result) + QLatin1String(name + 9);
-        } else if (call == QLatin1String("peek")) {
+        } else if (call == "peek") {
             return QString::number(QNRegPeek(board, number(2)));
-        } else if (call == QLatin1String("poke")) {
+        } else if (call == "poke") {
             return status(QNRegPoke(board, number(2), number(3)));
-        } else if (call == QLatin1String("cxpread")) {
+        } else if (call == "cxpread") {
             std::uint32_t value = 0xDEADBEEF;
             const int result = QNCXPReadReg(board, number(2), &value);
             return result == 0 ? QString::number(value)
                                : status(result) + (value == 0xDEADBEEF ? "" : " changed");
-        } else if (call == QLatin1String("cxpwrite")) {
+        } else if (call == "cxpwrite") {
             return status(QNCXPWriteReg(board, number(2), number(3)));
-        } else if (call == QLatin1String("camlist")) {
+        } else if (call == "camlist") {
             // Entries shown up to the empty one that ends the list; "x*N": N times "x".
             char buffer[QNCamListBufferSize + 16];
             std::memset(buffer, 0x7f, sizeof buffer);
@@ -164,10 +163,10 @@ class TestSimDriver : public QObject
             const bool overrun = !std::all_of(buffer + QNCamListBufferSize, buffer + sizeof buffer,
                                               [](char a_byte) { return a_byte == 0x7f; });
             return entries.join(';') + (overrun ? " overrun" : "");
-        } else if (call == QLatin1String("raise")) {
+        } else if (call == "raise") {
             return status(
                 QNSimRaiseInterrupt(board, QNInterruptKind(number(2)), a_words.size() > 3 ? number(3) : -1));
-        } else if (call == QLatin1String("counters")) {
+        } else if (call == "counters") {
             QNInterruptCounters counters;
             const int result = QNInterruptGetCounters(board, &counters);
             return result != 0 ? status(result)
@@ -178,9 +177,9 @@ class TestSimDriver : public QObject
                                      .arg(counters.m_framesDropped)
                                      .arg(counters.m_triggers)
                                      .arg(counters.m_errors);
-        } else if (call == QLatin1String("clear")) {
+        } else if (call == "clear") {
             return status(QNInterruptClearCounters(board));
-        } else if (call == QLatin1String("messages")) {
+        } else if (call == "messages") {
             return g_messages.join(';');
         } else {
             return QStringLiteral("unknown call");
