@@ -41,8 +41,8 @@ struct Document
 LumexTreeElement* existingNode(LumexTree& a_tree, const QStringList& a_path)
 {
     LumexTreeElement* node = a_tree.root();
-    for (const QString& name : a_path)
-        node = node ? node->childByName(name) : nullptr;
+    for (int at = 0; node && at < a_path.size(); ++at)
+        node = node->childByName(a_path[at]);
     return node;
 }
 
@@ -65,14 +65,6 @@ QList<QObject*> helperObjects(FeatureElementBase* a_feature)
             helpers << observer;
     }
     return helpers;
-}
-
-QStringList helperClasses(FeatureElementBase* a_feature)
-{
-    QStringList classes;
-    for (QObject* helper : helperObjects(a_feature))
-        classes << QString::fromLatin1(helper->metaObject()->className());
-    return classes;
 }
 
 // One line per category and feature of the camera, list members below their list: class, element
@@ -109,9 +101,11 @@ QStringList dump(Document& a_document)
                                          : value.isNull()                       ? QStringLiteral("null")
                                                                                 : value.toString());
         }
-        const QStringList helpers = helperClasses(a_feature);
-        if (!helpers.isEmpty())
-            line += QStringLiteral(" helpers=") + helpers.join(',');
+        const char* separator = " helpers=";
+        for (QObject* helper : helperObjects(a_feature)) {
+            line += QLatin1String(separator) + helper->metaObject()->className();
+            separator = ",";
+        }
         lines << line;
         if (auto* list = qobject_cast<FeatureListFeatureBase*>(a_feature)) {
             for (FeatureElementBase* member : list->memberTemplates())
