@@ -97,7 +97,6 @@ QStringList state(const Document& a_document)
 {
     const Document& d = a_document;
     QStringList lines;
-    // One line of what Qt prints of a_values.
     const auto add = [&lines](const auto&... a_values) {
         lines << QString();
         QDebug debug(&lines.last());
@@ -253,8 +252,6 @@ private slots:
         QCOMPARE(undone + ' ' + redone, QString::fromUtf8(shown));
     }
 
-    // Commands find their elements by position from the window element; a position beyond the children there
-    // now leads nowhere. Member templates are no place in the document.
     // Commands find their elements by position from the window element; a position beyond the children there
     // now leads nowhere. Member templates are no place in the document.
     void locator()
