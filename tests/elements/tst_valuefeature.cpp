@@ -259,7 +259,8 @@ private slots:
         Recording<BooleanFeature> feature(&holder);
         feature.setMinOccurs(0);
         feature.setFixedValue(fixed.isEmpty() ? QVariant() : fixed);
-        feature.setValue(0, fileValue.isEmpty() ? QVariant() : fileValue);
+        // Read as loading reads it, so "1" and "0" count as true and false.
+        feature.setValueFromText(0, fileValue);
         QVERIFY(holder.show(feature));
         QPointer<QCheckBox> checkBox = qobject_cast<QCheckBox*>(feature.valueWidget(0));
         if (switchOffAndOn == "true") {
