@@ -167,28 +167,23 @@ private slots:
     // Every way of reaching a child that is not there gives a null handle that says why.
     void absentChildren()
     {
-        const Lumex::CamFile file("<r><a/><b/><a/></r>", Lumex::CamFile::SourceText);
-        const Lumex::ConstCamProperty root = file.root();
+        Lumex::CamFile file("<r><a/><b/><a/></r>", Lumex::CamFile::SourceText);
+        Lumex::CamProperty root = file.root();
         auto past = root.begin("a");
         ++past;
         past++;
-        QVERIFY(!(past != root.end("a")));
+        QVERIFY(!(past != root.end("a")) && !root["a"].isNull());
         const QVector<QPair<const char*, Lumex::ConstCamProperty>> absent = {
             {"child by name", root.child("c", 0)}, {"any child beyond last", root.child(nullptr, 3)},
             {"chained", root["c"]["d"]["e"]},      {"begin of absent name", *root.begin("c")},
             {"iteration past last", *past},        {"child of null", Lumex::CamProperty().child("a", 0)},
             {"default", Lumex::ConstCamProperty()}};
         for (const auto& [how, found] : absent) {
-            QVERIFY2(!found && found.isNull() && !found.name() && !found.get() && found.count(nullptr) == 0,
-                     how);
             const Lumex::Error why = found.error();
-            QVERIFY2(!why && why.message() && *why.message(), how);
+            QVERIFY2(!found && found.isNull() && !found.name() && !found.get() && found.count(nullptr) == 0 &&
+                         !why && why.message() && *why.message(),
+                     how);
         }
-
-        Lumex::CamFile writable("<r><a/></r>", Lumex::CamFile::SourceText);
-        Lumex::CamProperty writableRoot = writable.root();
-        QVERIFY(writableRoot["c"].isNull());
-        QVERIFY(!writableRoot["a"].isNull());
     }
 
     void numericAttributes_data()
