@@ -84,6 +84,7 @@ if [ "$mode" = check ]; then
     exit $status
 fi
 
+"$here/setup.sh" || exit 2
 command -v rsync >/dev/null || { echo "mutants.sh: rsync is needed" >&2; exit 2; }
 mkdir -p "$scratch" || exit 2
 scratch=$(cd "$scratch" && pwd)
