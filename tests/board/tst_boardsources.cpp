@@ -26,7 +26,6 @@ namespace {
 
 const QString g_alpha = QStringLiteral("Bd (0) - Alpha - Full (SN 11)");
 const QString g_beta = QStringLiteral("Bd (1) - Beta");
-const QString g_plain = QStringLiteral("Bd (2)");
 
 QJsonObject board(const QString& a_kind, bool a_mk2, const QString& a_model = {},
                   const QStringList& a_camList = {}, const QString& a_variant = {}, int a_serial = 0)
@@ -50,7 +49,8 @@ bool handleOpen(HwBrdHandle a_handle)
     return QNIsCL(a_handle) || QNIsCXP(a_handle);
 }
 
-// One line per action: "!" marks a disabled one, a submenu lists its entries as text and path.
+// One line per action: "!" marks a disabled one, a submenu lists its entries as text and path; "?" marks a
+// submenu or entry that cannot be dragged as the file it names or shows no path or icon.
 QStringList describe(const QMenu* a_menu, const QString& a_configPath)
 {
     QStringList lines;
@@ -58,9 +58,16 @@ QStringList describe(const QMenu* a_menu, const QString& a_configPath)
         QString line = (action->isEnabled() ? QString() : QStringLiteral("!")) + action->text();
         if (const QMenu* submenu = action->menu()) {
             QStringList entries;
-            for (const QAction* entry : submenu->actions())
-                entries << entry->text() + " " + QDir(a_configPath).relativeFilePath(entry->toolTip());
-            line += " {" + entries.join(", ") + "}";
+            for (const QAction* entry : submenu->actions()) {
+                const QUrl url(entry->property(DragMenu::dragUrlProperty).toString());
+                entries << entry->text() + " " + QDir(a_configPath).relativeFilePath(entry->toolTip()) +
+                               (url.toLocalFile() == QDir::fromNativeSeparators(entry->toolTip()) &&
+                                        !entry->icon().isNull()
+                                    ? ""
+                                    : "?");
+            }
+            line += (qobject_cast<const DragMenu*>(submenu) && submenu->toolTipsVisible() ? " {" : " ?{") +
+                    entries.join(", ") + "}";
         }
         lines << line;
     }
@@ -107,62 +114,28 @@ private slots:
 
     void attachedFileParsing_data()
     {
-        QTest::addColumn<QString>("kind");
-        QTest::addColumn<QStringList>("entries");
-        QTest::addColumn<QStringList>("files");
-        // mode|path below the configuration folder; none: no board listed; one empty string: a board without
-        // files
-        QTest::addColumn<QStringList>("expected");
-
-        const QString full(4084, 'M');
-        QTest::newRow("mode and plain file")
-            << "CameraLink" << QStringList{"Fast@cam.lumex", "cam.lumex"} << QStringList{"Vrm/cam.lumex"}
-            << QStringList{"Fast|Vrm/cam.lumex", "|Vrm/cam.lumex"};
-        QTest::newRow("CoaXPress folder")
-            << "CoaXPress" << QStringList{"Slow@cam.lumex", "cl.lumex"}
-            << QStringList{"Pld/cam.lumex", "Vrm/cl.lumex"} << QStringList{"Slow|Pld/cam.lumex"};
-        QTest::newRow("first @ splits")
-            << "CameraLink" << QStringList{"A@b@c.lumex", "@d.lumex"}
-            << QStringList{"Vrm/b@c.lumex", "Vrm/d.lumex"} << QStringList{"A|Vrm/b@c.lumex", "|Vrm/d.lumex"};
-        QTest::newRow("trailing @ keeps the name")
-            << "CameraLink" << QStringList{"cam.lumex@", "gone.lumex@", "Fast@x@"}
-            << QStringList{"Vrm/cam.lumex@", "Vrm/gone.lumex", "Vrm/x", "Vrm/Fast@x@"}
-            << QStringList{"|Vrm/cam.lumex@", "|Vrm/Fast@x@"};
-        QTest::newRow("missing file and folder dropped")
-            << "CameraLink" << QStringList{"missing.lumex", "Fast@dir.lumex", "ok.lumex"}
-            << QStringList{"Vrm/dir.lumex/", "Vrm/ok.lumex"} << QStringList{"|Vrm/ok.lumex"};
-        QTest::newRow("folders: the mode is split off the file name")
-            << "CameraLink" << QStringList{"../Pld/Fast@x.lumex", "sub/y.lumex", "a@b/c.lumex"}
-            << QStringList{"Pld/x.lumex", "Vrm/sub/y.lumex", "Vrm/a@b/c.lumex"}
-            << QStringList{"Fast|Pld/x.lumex", "|Vrm/sub/y.lumex", "|Vrm/a@b/c.lumex"};
-        QTest::newRow("list fills the buffer")
-            << "CameraLink" << QStringList{full + "@cam.lumex"} << QStringList{"Vrm/cam.lumex"}
-            << QStringList{full + "|Vrm/cam.lumex"};
-        QTest::newRow("list overflows the buffer") << "CameraLink" << QStringList{full + "M@cam.lumex"}
-                                                   << QStringList{"Vrm/cam.lumex"} << QStringList{""};
+        OrvexTest::addTableRows("tests/board/data/attached-files.txt",
+                                {"kind", "entries", "files", "expected"});
     }
 
     void attachedFileParsing()
     {
-        QFETCH(QString, kind);
-        QFETCH(QStringList, entries);
-        QFETCH(QStringList, files);
-        QFETCH(QStringList, expected);
-
-        loadMachine({board(kind, true, "M", entries)});
-        createFiles(files);
+        QFETCH(QByteArray, files);
+        const QByteArray longMode(4084, 'M');
+        loadMachine({board(QString(OrvexTest::field("kind")), true, "M",
+                           QString(OrvexTest::field("entries").replace("{long}", longMode)).split(','))});
+        createFiles(QString(files).split(','));
         QNBrdAttachedFilesSource source;
         source.setConfigPath(m_config);
 
         const QVector<QNBrdAttachedFilesSource::Board> boards = source.boards();
-        QCOMPARE(boards.size(), expected.isEmpty() ? 0 : 1);
-        if (boards.isEmpty())
-            return;
+        QCOMPARE(boards.size(), 1);
         QStringList found;
         for (const QNBrdAttachedFilesSource::AttachedFile& file : boards[0].files)
-            found << file.fileMode + "|" + QDir(m_config).relativeFilePath(file.filePath);
-        expected.removeAll(QString());
-        QCOMPARE(found, expected);
+            found << file.fileMode + ":" + QDir(m_config).relativeFilePath(file.filePath);
+        QCOMPARE(
+            found,
+            QString(OrvexTest::field("expected").replace("{long}", longMode)).split(',', Qt::SkipEmptyParts));
     }
 
     void menuAndPage_data()
@@ -204,16 +177,6 @@ private slots:
         QCOMPARE(changed.count(), boards.isEmpty() ? 0 : 1);
 
         QCOMPARE(describe(&dragMenu, m_config), menu);
-        for (const QAction* action : dragMenu.actions()) {
-            if (!action->menu())
-                continue;
-            QVERIFY(qobject_cast<DragMenu*>(action->menu()) && action->menu()->toolTipsVisible());
-            for (const QAction* entry : action->menu()->actions()) {
-                QVERIFY(!entry->icon().isNull());
-                QCOMPARE(QUrl(entry->property(DragMenu::dragUrlProperty).toString()).toLocalFile(),
-                         QDir::fromNativeSeparators(entry->toolTip()));
-            }
-        }
         QStringList selections;
         connect(&source, &QNBrdAttachedFilesSource::fileSelected, this,
                 [&](const QString& a_path, const QString& a_mode, int a_board) {
@@ -300,13 +263,11 @@ private slots:
     {
         QFETCH(QByteArray, filter);
         QFETCH(QByteArray, storedFor);
-        QFETCH(QByteArray, recent);
-        QFETCH(QByteArray, boards);
         QFETCH(QByteArray, opened);
-        const QStringList recentNames = QString(recent).split(',', Qt::SkipEmptyParts);
-        const QStringList all{g_alpha, g_beta, g_plain};
+        const QStringList recentNames = QString(OrvexTest::field("recent")).split(',', Qt::SkipEmptyParts);
+        const QStringList all{g_alpha, g_beta, "Bd (2)"};
         QStringList names;
-        for (const QString& number : QString(boards).split(',', Qt::SkipEmptyParts))
+        for (const QString& number : QString(OrvexTest::field("boards")).split(',', Qt::SkipEmptyParts))
             names << all.value(number.toInt());
 
         loadMachine(threeBoards());
@@ -327,45 +288,35 @@ private slots:
 
     void userChoice_data()
     {
-        QTest::addColumn<int>("pick");
-        QTest::addColumn<bool>("boardsRemoved");
-        QTest::addColumn<int>("opened");
-        QTest::addColumn<QStringList>("recent");
-        QTest::addColumn<int>("changes");
-
-        QTest::newRow("another board") << 3 << false << 2 << QStringList{g_plain, g_beta} << 1;
-        QTest::newRow("the open board") << 2 << false << 1 << QStringList{g_beta} << 0;
-        QTest::newRow("No Source") << 0 << false << -1 << QStringList{g_beta} << 1;
-        QTest::newRow("board gone since") << 3 << true << -1 << QStringList{g_beta} << 1;
+        OrvexTest::addTableRows("tests/board/data/data-source-choice.txt",
+                                {"pick", "boardsRemoved", "opened", "recent", "changes"});
     }
 
     void userChoice()
     {
-        QFETCH(int, pick);
-        QFETCH(bool, boardsRemoved);
-        QFETCH(int, opened);
-        QFETCH(QStringList, recent);
-        QFETCH(int, changes);
-
+        QFETCH(QByteArray, pick);
+        QFETCH(QByteArray, opened);
+        QFETCH(QByteArray, changes);
         loadMachine(threeBoards());
         QSettings().setValue(QStringLiteral("data_source/recent_boards_any"), QStringList{g_beta});
         auto source = std::make_unique<QNBrdDataSource>();
         QCOMPARE(source->board(), 1u);
         const HwBrdHandle first = source->boardHandle();
         QSignalSpy changed(source.get(), &QNBrdDataSource::sourceChanged);
-        if (boardsRemoved)
+        if (OrvexTest::field("boardsRemoved") == "true")
             loadMachine({threeBoards()[0]});
 
-        source->setCurrentIndex(pick);
-        emit source->activated(pick);
+        source->setCurrentIndex(pick.toInt());
+        emit source->activated(pick.toInt());
 
-        QCOMPARE(source->board(), quint32(opened));
-        QCOMPARE(source->currentIndex(), opened < 0 ? 0 : pick);
-        QCOMPARE(QSettings().value("data_source/recent_boards_any").toStringList(), recent);
-        QCOMPARE(changed.count(), changes);
-        QCOMPARE(handleOpen(first), changes == 0);
+        QCOMPARE(source->board(), quint32(opened.toInt()));
+        QCOMPARE(source->currentIndex(), opened.toInt() < 0 ? 0 : pick.toInt());
+        QCOMPARE(QSettings().value("data_source/recent_boards_any").toStringList(),
+                 QString(OrvexTest::field("recent")).split(','));
+        QCOMPARE(changed.count(), changes.toInt());
+        QCOMPARE(handleOpen(first), changes == "0");
         const HwBrdHandle current = source->boardHandle();
-        QCOMPARE(handleOpen(current), opened >= 0);
+        QCOMPARE(handleOpen(current), opened.toInt() >= 0);
         source.reset();
         QVERIFY(!handleOpen(current));
     }

@@ -1,4 +1,5 @@
 #include "BoardFixtures.h"
+#include "FileFixtures.h"
 #include "board/QNBrdModeOpenDialog.h"
 
 #include <QListWidget>
@@ -23,74 +24,41 @@ private slots:
             {"kind": "CameraLink", "mk2": false}]})"));
     }
 
-    void boardsByFilter_data()
+    // The only board of the kind asked for is chosen, by its number, not by its row.
+    void onlyBoardOfTheKindChosen()
     {
-        QTest::addColumn<int>("filter");
-        QTest::addColumn<QList<int>>("numbers");
-        QTest::addColumn<QStringList>("names");
-        QTest::addColumn<int>("selected");
-
-        const QString alpha = QStringLiteral("Bd (0) - Alpha (SN 5)");
-        const QString beta = QStringLiteral("Bd (1) - Beta - Quad");
-        QTest::newRow("none") << 0 << QList<int>() << QStringList() << -1;
-        QTest::newRow("Camera Link") << 1 << QList<int>{0, 2} << QStringList{alpha, "Bd (2)"} << -1;
-        QTest::newRow("CoaXPress, the only board chosen") << 2 << QList<int>{1} << QStringList{beta} << 1;
-        QTest::newRow("any") << 3 << QList<int>{0, 1, 2} << QStringList{alpha, beta, "Bd (2)"} << -1;
-    }
-
-    void boardsByFilter()
-    {
-        QFETCH(int, filter);
-        QFETCH(QList<int>, numbers);
-        QFETCH(QStringList, names);
-        QFETCH(int, selected);
-
         QNBrdModeOpenDialog dialog;
-        QVERIFY(dialog.setProperty("boardTypeFilter", QVariant::fromValue(BoardTypes(filter))));
-        QCOMPARE(dialog.property("boardNumbers").value<QList<int>>(), numbers);
-        QCOMPARE(dialog.property("boardNames").toStringList(), names);
-        QCOMPARE(dialog.property("boardCount").toInt(), numbers.size());
-        QCOMPARE(dialog.property("currentBoardNumber").toInt(), selected);
+        dialog.setBoardTypeFilter(BoardType::CoaXPress);
+        QCOMPARE(dialog.boardNames(), QStringList{"Bd (1) - Beta - Quad"});
+        QCOMPARE(dialog.currentBoardNumber(), 1);
     }
 
     void selection_data()
     {
-        QTest::addColumn<QStringList>("modes");
-        QTest::addColumn<int>("board");
-        QTest::addColumn<QString>("mode");
-        QTest::addColumn<int>("currentBoard");
-        QTest::addColumn<QString>("currentMode");
-
-        const QStringList two{"Default", "Fast"};
-        QTest::newRow("board only") << two << 1 << "" << 1 << "";
-        QTest::newRow("mode only") << two << -1 << "Fast" << -1 << "Fast";
-        QTest::newRow("both") << two << 2 << "Fast" << 2 << "Fast";
-        QTest::newRow("unlisted board and mode") << two << 7 << "Slow" << -1 << "";
-        QTest::newRow("the only mode chosen") << QStringList{"Default"} << 0 << "" << 0 << "Default";
+        OrvexTest::addTableRows("tests/board/data/mode-dialog-choice.txt",
+                                {"modes", "board", "mode", "currentBoard", "currentMode"});
     }
 
     void selection()
     {
-        QFETCH(QStringList, modes);
-        QFETCH(int, board);
-        QFETCH(QString, mode);
-        QFETCH(int, currentBoard);
-        QFETCH(QString, currentMode);
-
+        QFETCH(QByteArray, modes);
+        QFETCH(QByteArray, mode);
+        QFETCH(QByteArray, currentBoard);
+        QFETCH(QByteArray, currentMode);
         QNBrdModeOpenDialog dialog;
-        dialog.setProperty("modes", modes);
+        dialog.setProperty("modes", QString(modes).split(','));
         // A choice made earlier must not survive an unlisted one.
         dialog.setProperty("currentBoardNumber", 0);
-        dialog.setProperty("currentBoardNumber", board);
+        dialog.setProperty("currentBoardNumber", OrvexTest::field("board").toInt());
         if (!mode.isEmpty())
-            dialog.setProperty("currentMode", mode);
+            dialog.setProperty("currentMode", QString(mode));
 
-        QCOMPARE(dialog.property("currentBoardNumber").toInt(), currentBoard);
-        QCOMPARE(dialog.property("currentMode").toString(), currentMode);
+        QCOMPARE(dialog.property("currentBoardNumber").toInt(), currentBoard.toInt());
+        QCOMPARE(dialog.property("currentMode").toString(), QString(currentMode));
         QPushButton* open = nullptr;
         for (QPushButton* button : dialog.findChildren<QPushButton*>())
             open = button->text() == QLatin1String("Open") ? button : open;
-        QCOMPARE(open->isEnabled(), currentBoard >= 0 && !currentMode.isEmpty());
+        QCOMPARE(open->isEnabled(), currentBoard.toInt() >= 0 && !currentMode.isEmpty());
     }
 
     void doubleClickAcceptsOnlyAWholeChoice()

@@ -78,14 +78,13 @@ private slots:
     void dec2hex()
     {
         QFETCH(QByteArray, typed);
-        QFETCH(QByteArray, stored);
         Dec2HexValueObserver observer;
         HolderElement holder;
         StringFeature feature(&holder);
         feature.addObserver(&observer);
         QSignalSpy changes(&feature, &ValueFeatureElementBase::valueChanged);
         feature.userSetValue(0, QString(typed));
-        QCOMPARE(feature.stringValue(), QString(stored));
+        QCOMPARE(feature.stringValue(), QString(OrvexTest::field("stored")));
         QCOMPARE(changes.count(), typed.isEmpty() ? 0 : 1);
     }
 
@@ -97,8 +96,6 @@ private slots:
     void addressTable()
     {
         QFETCH(QByteArray, board);
-        QFETCH(QByteArray, names);
-        QFETCH(QByteArray, lookup);
         QFETCH(QByteArray, id);
         QNBrdDataSource source;
         source.setBoard(1);
@@ -111,8 +108,9 @@ private slots:
         QStringList listed;
         for (int row = 0; row < model.rowCount(); ++row)
             listed << model.data(model.index(row, 0)).toString();
-        QCOMPARE(listed, QString(names).split(',', Qt::SkipEmptyParts));
-        QCOMPARE(model.registerId(QString(lookup)), id == "none" ? QNRegIdCount : id.toUInt());
+        QCOMPARE(listed, QString(OrvexTest::field("names")).split(',', Qt::SkipEmptyParts));
+        QCOMPARE(model.registerId(QString(OrvexTest::field("lookup"))),
+                 id == "none" ? QNRegIdCount : id.toUInt());
     }
 
     void dataRows_data()
@@ -123,15 +121,11 @@ private slots:
 
     void dataRows()
     {
-        QFETCH(QByteArray, kind);
         QFETCH(QByteArray, board);
         QFETCH(QByteArray, address);
-        QFETCH(QByteArray, typed);
-        QFETCH(QByteArray, hexValue);
-        QFETCH(QByteArray, currentValue);
-        const bool camera = kind == "camera";
-        const QString hexRow = "Hex: " + hexValue;
-        const QString currentRow = (camera ? "Cam: " : "Reg: ") + currentValue;
+        const bool camera = OrvexTest::field("kind") == "camera";
+        const QString hexRow = "Hex: " + OrvexTest::field("hexValue");
+        const QString currentRow = (camera ? "Cam: " : "Reg: ") + OrvexTest::field("currentValue");
         QNBrdDataSource source;
         QNBrdRegsAddressItemModel addressModel(&source);
         QScopedPointer<StringFeatureCompleterItemModel> model;
@@ -147,7 +141,7 @@ private slots:
         // Board 0 is open until the row's board replaces it, which must be read anew.
         model->setSource(writes.member(1, "data"), 0);
         source.setBoard(board == "none" ? QNBrdDataSource::noBoard : board.toUInt());
-        model->setLatestValue(QString(typed));
+        model->setLatestValue(QString(OrvexTest::field("typed")));
         QCOMPARE(model->rowCount(), 2);
         const QModelIndex hex = model->index(0, 0);
         const QModelIndex current = model->index(1, 0);
@@ -169,9 +163,7 @@ private slots:
 
     void observers()
     {
-        QFETCH(QByteArray, kind);
         QFETCH(QByteArray, board);
-        QFETCH(QByteArray, typed);
         QFETCH(QByteArray, address);
         QFETCH(QByteArray, data);
         QNBrdDataSource source;
@@ -180,11 +172,12 @@ private slots:
         QNBrdRegsValueObserver boardObserver(&addressModel);
         QNCxpRegsValueObserver cameraObserver(&source);
         source.setBoard(board == "none" ? QNBrdDataSource::noBoard : board.toUInt());
-        RegisterWrites writes(kind == "camera" ? QList<ValueFeatureObserverBase*>{&dec2hex, &cameraObserver}
-                                               : QList<ValueFeatureObserverBase*>{&boardObserver});
+        RegisterWrites writes(OrvexTest::field("kind") == "camera"
+                                  ? QList<ValueFeatureObserverBase*>{&dec2hex, &cameraObserver}
+                                  : QList<ValueFeatureObserverBase*>{&boardObserver});
         QSignalSpy dataChanges(writes.member(1, "data"), &ValueFeatureElementBase::valueChanged);
 
-        writes.member(1, "address")->userSetValue(0, QString(typed));
+        writes.member(1, "address")->userSetValue(0, QString(OrvexTest::field("typed")));
         QCOMPARE(writes.member(1, "address")->stringValue(), QString(address));
         QCOMPARE(writes.member(1, "data")->stringValue(), QString(data));
         QCOMPARE(dataChanges.count(), data == "keep" ? 0 : 1);

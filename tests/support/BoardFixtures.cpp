@@ -8,6 +8,7 @@
 #include <QFileInfo>
 #include <QSettings>
 #include <QStandardPaths>
+#include <QTest>
 
 namespace OrvexTest {
 
@@ -24,6 +25,11 @@ bool writeFile(const QString& a_path, const QByteArray& a_contents)
     QFile file(a_path);
     return QDir().mkpath(QFileInfo(a_path).path()) && file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
            file.write(a_contents) == a_contents.size();
+}
+
+QByteArray field(const char* a_name)
+{
+    return *static_cast<QByteArray*>(QTest::qData(a_name, qMetaTypeId<QByteArray>()));
 }
 
 bool loadSimBoards(const QString& a_path, const QByteArray& a_json)
