@@ -1,17 +1,12 @@
 #include "FileFixtures.h"
-#include "app/AboutOrvexDialog.h"
 #include "app/LumexExtraDataDialog.h"
-#include "app/QNQtLgplDialog.h"
 #include "model/LumexTree.h"
 #include "model/LumexTreeElement.h"
 #include "model/LumexTreeMode.h"
-#include "platform/QNDriver.h"
 #include "widgets/DialogSeam.h"
 
 #include <QCheckBox>
-#include <QPlainTextEdit>
 #include <QRegularExpression>
-#include <QTabWidget>
 #include <QTest>
 #include <QTreeWidget>
 
@@ -147,34 +142,6 @@ private slots:
         DialogSeam::reset();
         QVERIFY(!DialogSeam::testMode());
         QVERIFY(DialogSeam::log().isEmpty());
-    }
-
-    void aboutDialog()
-    {
-        AboutOrvexDialog dialog;
-        const QString text = dialog.text();
-        for (const char* row : {"Orvex Version", "SDK Version", "Driver Version"})
-            QCOMPARE(text.count(QLatin1String(row)), 2);
-        QVERIFY(text.contains(QString::fromUtf8(QNDriverVersion()).toHtmlEscaped()));
-        QVERIFY(text.contains(AboutOrvexDialog::orvexVersion().toHtmlEscaped()));
-        QVERIFY(AboutOrvexDialog::orvexVersion().contains(QRegularExpression(", Build \\d+$")));
-    }
-
-    // Each licence tab shows its own text, read-only.
-    void licensingDialog()
-    {
-        QNQtLgplDialog dialog;
-        QTabWidget* tabs = dialog.tabs();
-        const QStringList openings{"GNU LESSER GENERAL PUBLIC LICENSE\n                       Version 2.1",
-                                   "GNU LESSER GENERAL PUBLIC LICENSE\n                       Version 3",
-                                   "Qt LGPL Exception version 1.1"};
-        QCOMPARE(tabs->count(), openings.size());
-        for (int index = 0; index < tabs->count(); ++index) {
-            auto* view = qobject_cast<QPlainTextEdit*>(tabs->widget(index));
-            QVERIFY(view && view->isReadOnly());
-            QVERIFY2(view->toPlainText().left(200).contains(openings[index]),
-                     qPrintable(tabs->tabText(index)));
-        }
     }
 
     // One case per folder, named after the content added that the schema does not know.

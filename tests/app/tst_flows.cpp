@@ -1,5 +1,6 @@
 #include "BoardFixtures.h"
 #include "ElementFixtures.h"
+#include "FileFixtures.h"
 #include "app/CameraTreeModel.h"
 #include "app/Startup.h"
 #include "board/QNBrdAttachedFilesSource.h"
@@ -70,14 +71,6 @@ struct Document
     QMenu changes;
     QMenu pages;
 };
-
-// One table row of text columns: the tag, then one string per column.
-void row(const char* a_tag, std::initializer_list<const char*> a_columns)
-{
-    QTestData& data = QTest::newRow(a_tag);
-    for (const char* column : a_columns)
-        data << QString::fromUtf8(column);
-}
 
 // Steps: a mode name visits it, "<" and ">" go back and forward, "-X" deletes mode X in the tree,
 // "undo" and "redo" the last change, "#n" picks history entry n, "cn" and "pn" trigger entry n of the
@@ -150,35 +143,15 @@ private slots:
 
     void modesAndHistory_data()
     {
-        QTest::addColumn<QString>("script");
-        // The modes, whether back and forward are possible, the Page History, the current page in brackets.
-        QTest::addColumn<QString>("expected");
-        row("back skips the deleted mode", {"A B C -B <", "A C 01 C [A]"});
-        row("forward skips the deleted mode", {"A B C < < -B >", "A C 10 [C] A"});
-        row("back from a deleted current page", {"A B -B <", "A C 00 [A]"});
-        row("its entry cannot be picked", {"A B C -B #1", "A C 10 [C] A"});
-        row("reachable again once undone", {"A B C -B undo <", "A B C 11 C [B] A"});
-        row("gone again once redone", {"A B C -B undo redo <", "A C 01 C [A]"});
-        row("undone from Recent Changes", {"A B C -B c1 <", "A B C 11 C [B] A"});
-        row("back from Page History", {"A B C p2", "A B C 01 C B [A]"});
-        // Dragging a mode in the tree: undoable, and only onto a place between the camera's own rows.
-        row("drag down past one", {"dA,2", "B A C 00"});
-        row("drag to the end", {"dA,3", "B C A 00"});
-        row("drag to the top", {"dC,0", "C A B 00"});
-        row("drag undone", {"dC,0 undo", "A B C 00"});
-        row("drag redone", {"dC,0 undo redo", "C A B 00"});
-        row("drag just below itself", {"dB,2", "A B C 00"});
-        row("drag onto the camera row", {"dC,-1", "A B C 00"});
-        row("drag beside the camera row", {"dC,-2", "A B C 00"});
-        row("drag from another window", {"DC,0", "A B C 00"});
+        OrvexTest::addTableRows("tests/app/data/histories.txt", {"script", "expected"});
     }
 
     void modesAndHistory()
     {
-        QFETCH(QString, script);
-        QFETCH(QString, expected);
+        QFETCH(QByteArray, script);
+        QFETCH(QByteArray, expected);
         Document document;
-        navigate(document, script);
+        navigate(document, QString::fromUtf8(script));
         QMenu menu;
         document.history()->fillHistoryMenu(&menu);
         QString outcome = document.order() + QStringLiteral(" %1%2")
@@ -186,7 +159,7 @@ private slots:
                                                  .arg(document.history()->canGoForward());
         for (const QAction* entry : menu.actions())
             outcome += QLatin1Char(' ') + (entry->isChecked() ? '[' + entry->text() + ']' : entry->text());
-        QCOMPARE(outcome, expected);
+        QCOMPARE(outcome, QString::fromUtf8(expected));
     }
 
     void attachedFileEntries()
@@ -261,8 +234,8 @@ private slots:
     void configFolderOfACopy_data()
     {
         QTest::addColumn<QString>("beside"); // folder made beside the copy's bin/
-        row("nothing beside it", {""});
-        row("lower-case config is not looked at", {"config"});
+        QTest::newRow("nothing beside it") << QString();
+        QTest::newRow("lower-case config is not looked at") << QStringLiteral("config");
     }
 
     void configFolderOfACopy()

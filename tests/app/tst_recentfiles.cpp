@@ -1,3 +1,4 @@
+#include "FileFixtures.h"
 #include "app/RecentlyOpenedFilesSource.h"
 #include "widgets/DragMenu.h"
 
@@ -19,7 +20,6 @@ using namespace Orvex;
 
 namespace {
 
-// Files are named relative to the test's temporary folder, which is also the current one.
 QStringList canonical(const QStringList& a_names)
 {
     QStringList result;
@@ -64,54 +64,32 @@ private slots:
 
     void listUpdates_data()
     {
-        QTest::addColumn<QStringList>("initial");
-        QTest::addColumn<QString>("removed");
-        QTest::addColumn<QString>("added");
-        QTest::addColumn<QStringList>("expected");
-        QTest::addColumn<bool>("changed");
-
-        const QStringList abc{"a.lumex", "b.lumex", "c.lumex"};
-        QStringList many;
-        for (int index = 26; index >= 1; --index)
-            many << QStringLiteral("f%1.lumex").arg(index);
-        const QString none;
-        QTest::newRow("26th file drops the oldest")
-            << QStringList(many.mid(1)) << none << many[0] << QStringList(many.mid(0, 25)) << true;
-        QTest::newRow("reopened file moves to the front")
-            << abc << none << QStringLiteral("c.lumex") << QStringList{"c.lumex", "a.lumex", "b.lumex"}
-            << true;
-        QTest::newRow("reopening the newest") << abc << none << QStringLiteral("a.lumex") << abc << false;
-        QTest::newRow("added file missing") << abc << none << QStringLiteral("gone.lumex") << abc << false;
-        QTest::newRow("added through a link") << QStringList{"a.lumex"} << none << QStringLiteral("l.lumex")
-                                              << QStringList{"c.lumex", "a.lumex"} << true;
-        QTest::newRow("file deleted since")
-            << abc << QStringLiteral("b.lumex") << none << QStringList{"a.lumex", "c.lumex"} << true;
-        QTest::newRow("link, dotted path and folder stored")
-            << QStringList{"l.lumex", "./a.lumex", "c.lumex", "."} << none << none
-            << QStringList{"c.lumex", "a.lumex"} << false;
+        OrvexTest::addTableRows("tests/app/data/recentfiles.txt",
+                                {"initial", "removed", "added", "expected", "changed"});
     }
 
     void listUpdates()
     {
-        QFETCH(QStringList, initial);
-        QFETCH(QString, removed);
-        QFETCH(QString, added);
-        QFETCH(QStringList, expected);
-        QFETCH(bool, changed);
+        QFETCH(QByteArray, initial);
+        QFETCH(QByteArray, removed);
+        QFETCH(QByteArray, added);
+        QFETCH(QByteArray, expected);
+        QFETCH(QByteArray, changed);
 
-        store(initial);
+        store(QString::fromUtf8(initial).split(',', Qt::SkipEmptyParts));
         RecentlyOpenedFilesSource source;
         QSignalSpy spy(&source, &RecentlyOpenedFilesSource::recentFilesChanged);
-        if (!removed.isNull())
-            QVERIFY(QFile::remove(removed));
-        if (added.isNull())
+        if (!removed.isEmpty())
+            QVERIFY(QFile::remove(QString::fromUtf8(removed)));
+        if (added.isEmpty())
             source.update();
         else
-            source.addPath(added);
+            source.addPath(QString::fromUtf8(added));
 
-        QCOMPARE(source.recentFiles(), canonical(expected));
-        QCOMPARE(QSettings().value("recent_documents").toStringList(), canonical(expected));
-        QCOMPARE(spy.count(), changed ? 1 : 0);
+        const QStringList after = canonical(QString::fromUtf8(expected).split(','));
+        QCOMPARE(source.recentFiles(), after);
+        QCOMPARE(QSettings().value("recent_documents").toStringList(), after);
+        QCOMPARE(spy.count(), changed.toInt());
     }
 
     void menuAndPage_data()

@@ -110,39 +110,22 @@ private slots:
 
     void questionWording_data()
     {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("chooserTitle");
-        QTest::addColumn<QString>("chooserFilter");
-        QTest::addColumn<QString>("chooserStart");
-
-        QTest::newRow("folder")
-            << QStringList{"-CFGDIR", "{missing}"} << "CFGDIR Path Missing"
-            << "<html>The CFGDIR path is missing or invalid. Orvex cannot proceed without a valid "
-               "path. Open a new path?</html>"
-            << "Select temporary CFGDIR"
-            << "" << QDir::homePath();
-        QTest::newRow("CoaXPress")
-            << QStringList{"-CFGDIR", "{bare}"} << "CoaXPress Schema File Missing"
-            << "<html>The CoaXPress Schema file is missing or invalid. Orvex cannot proceed "
-               "without a valid file. Open a new file?</html>"
-            << "Select temporary CoaXPress Schema"
-            << "CoaXPress Schema File (*.xsd)"
-            << "{bare}/Pld/LUMEX-CXP.xsd";
+        OrvexTest::addTableRows(
+            "tests/app/data/startup-questions.txt",
+            {"arguments", "title", "text", "chooserTitle", "chooserFilter", "chooserStart"});
     }
 
     void questionWording()
     {
-        QFETCH(QStringList, arguments);
-        QFETCH(QString, title);
-        QFETCH(QString, text);
-        QFETCH(QString, chooserTitle);
-        QFETCH(QString, chooserFilter);
-        QFETCH(QString, chooserStart);
+        QFETCH(QByteArray, arguments);
+        QFETCH(QByteArray, title);
+        QFETCH(QByteArray, text);
+        QFETCH(QByteArray, chooserTitle);
+        QFETCH(QByteArray, chooserFilter);
+        QFETCH(QByteArray, chooserStart);
 
         DialogSeam::queueAnswer(QMessageBox::Open);
-        Startup startup(expand(arguments));
+        Startup startup(expand(QString(arguments).split(' ')));
         QVERIFY(!startup.run());
 
         const QList<DialogSeam::Record> log = DialogSeam::log();
@@ -152,11 +135,12 @@ private slots:
         QCOMPARE(log[0].m_defaultButton, QMessageBox::Close);
         QCOMPARE(log[1].m_kind, chooserFilter.isEmpty() ? DialogSeam::Kind::ExistingDirectory
                                                         : DialogSeam::Kind::OpenFileName);
-        QCOMPARE(
-            (QStringList{log[1].m_title, log[1].m_text, log[1].m_directory}),
-            (QStringList{chooserTitle, chooserFilter, QDir::toNativeSeparators(expand({chooserStart})[0])}));
+        QCOMPARE((QStringList{log[1].m_title, log[1].m_text, log[1].m_directory}),
+                 (QStringList{chooserTitle, chooserFilter,
+                              QDir::toNativeSeparators(chooserStart == "~" ? QDir::homePath()
+                                                                           : expand({chooserStart})[0])}));
         // Nothing chosen: the question comes back and, unanswered, ends start-up.
-        QCOMPARE(log[2].m_title, title);
+        QCOMPARE(log[2].m_title, QString(title));
         QCOMPARE(log[2].m_answer, QMessageBox::Close);
     }
 

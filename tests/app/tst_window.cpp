@@ -30,8 +30,6 @@
 using namespace Orvex;
 using namespace OrvexTest;
 
-Q_DECLARE_METATYPE(QMessageBox::StandardButton)
-
 namespace {
 
 // The exposure time of the "Default" mode, on its "Timing" page.
@@ -126,31 +124,6 @@ private slots:
         QCOMPARE(window->cameraTreeModel()->selectedMode()->name(), QStringLiteral("Precision"));
         QVERIFY(window->categoryTabs()->count() > 1);
         QCOMPARE(messages(), QStringList());
-    }
-
-    void saveStateQuestionOnClose_data()
-    {
-        QTest::addColumn<QMessageBox::StandardButton>("answer");
-        QTest::newRow("cancel keeps the document") << QMessageBox::Cancel;
-        QTest::newRow("discard closes it") << QMessageBox::Discard;
-        QTest::newRow("save writes, then closes") << QMessageBox::Save;
-    }
-
-    void saveStateQuestionOnClose()
-    {
-        QFETCH(QMessageBox::StandardButton, answer);
-        auto window = makeWindow();
-        const QString path = example();
-        QVERIFY(window->openFile(path));
-        QVERIFY(moveSecondModeUp(*window));
-
-        DialogSeam::queueAnswer(answer);
-        QCOMPARE(window->close(), answer != QMessageBox::Cancel);
-        QCOMPARE(messages(true), QStringList{"Save File State?"});
-        QCOMPARE(DialogSeam::log().first().m_defaultButton, QMessageBox::Cancel);
-        QCOMPARE(window->hasDocument(), answer == QMessageBox::Cancel);
-        QCOMPARE(diskState(path).indexOf("\"Fast\"") < diskState(path).indexOf("\"Default\""),
-                 answer == QMessageBox::Save);
     }
 
     void cancelDuringLoad()

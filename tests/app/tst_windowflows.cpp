@@ -1,4 +1,5 @@
 #include "BoardFixtures.h"
+#include "FileFixtures.h"
 #include "TestSupport.h"
 #include "WindowFixtures.h"
 #include "app/CameraTreeModel.h"
@@ -64,14 +65,6 @@ void dragOntoRow(Window& a_window, QMimeData* a_data, int a_row)
     QApplication::sendEvent(handle, &drop);
 }
 
-// One table row of text columns: the tag, then one string per column.
-void row(const char* a_tag, std::initializer_list<QString> a_columns)
-{
-    QTestData& data = QTest::newRow(a_tag);
-    for (const QString& column : a_columns)
-        data << column;
-}
-
 } // namespace
 
 class TestWindowFlows : public QObject
@@ -131,62 +124,13 @@ private slots:
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
-    // Steps: "ext" has another program rename the mode Precision in the file; "mN" picks mode N in the tree;
-    // "up", "del", "undo", "<", ">", "close", "new" run those actions; "U" and "B" click the tool bar's Undo
-    // and Back buttons; "cN" and "hN" pick entry N of the Recent Changes and Recent History menus; "L:x"
-    // follows the breadcrumb's link x; "A:x" and "F:x" queue an answer and a file name; "folder" puts a
-    // folder in the document's place; "dN,R" drags mode N onto the tree's row R, "file,R" a copy of the
-    // document; "D:x" clicks the Documents page's entry x; "none" removes the boards; "P" opens a preview,
-    // choosing what the chooser offers.
-    void flows_data()
-    {
-        QTest::addColumn<QString>("script");
-        // The message boxes, then the Documents page or the modes, the page and "*" when modified, then
-        // the first mode on disk and what the preview steps saw.
-        QTest::addColumn<QString>("expected");
-        const QString clean = " | Default Fast Precision Calibration ";
-        const QString onBoard = " preview:cam.lumex on Bd (0) - Sim CL";
-        // clang-format off
-        row("undo button: one step", {"m1 up m2 up U", " | Fast Default Precision Calibration @Default * disk:Default"});
-        row("back button: one page", {"m1 m2 B", clean + "@Fast disk:Default"});
-        row("changes entry", {"m1 up m2 up c2", clean + "@Default disk:Default"});
-        row("history entry", {"m1 m2 h2", clean + "@camera disk:Default"});
-        row("back past a deleted mode", {"m1 m2 m3 m2 del < <", " | Default Fast Calibration @Fast * disk:Default"});
-        row("back after its undo", {"m1 m2 m3 m2 del undo < <", clean + "@Calibration disk:Default"});
-        row("breadcrumb: camera", {"m2 L:camera", clean + "@camera disk:Default"});
-        row("breadcrumb: mode", {"m2 L:mode:Fast", clean + "@Fast disk:Default"});
-        row("close, saved", {"m1 up A:Save close", "Save File State? | documents disk:Fast"});
-        row("close, the save fails", {"m1 up folder A:Save close", "Current File Missing, Save File State?, "
-                                      "File Save Error | Fast Default Precision Calibration @Fast * disk:"});
-        row("drag a mode to the top", {"m2 d2,0", " | Precision Default Fast Calibration @Precision * disk:Default"});
-        row("drag a mode to its place", {"m1 d1,1", clean + "@Fast disk:Default"});
-        row("drop a camera file", {"file,1", clean + "@camera disk:Default other"});
-        row("recent file entry", {"close D:cam.lumex", clean + "@camera disk:Default"});
-        row("open entry, cancelled", {"close F: D:Open_File...", " | documents disk:Default"});
-        row("preview, chooser preselected", {"m2 P", clean + "@Precision disk:Default chooser:0,Precision" + onBoard});
-        row("preview, saved first", {"m1 up A:Save P", "Save Camera Configuration? | Fast Default Precision "
-                                     "Calibration @Fast disk:Fast chooser:0,Fast" + onBoard});
-        row("preview, one mode on one board", {"m1 del m1 del m1 del A:Save P",
-                                               "Save Camera Configuration? | Default @Default disk:Default" + onBoard});
-        row("preview, no board", {"none m1 del m1 del m1 del A:Save P",
-                                  "Save Camera Configuration?, Quarnel Error | Default @Default disk:Default"});
-        row("new window", {"new", clean + "@camera disk:Default geometry"});
-        const QString changed = "Current File Changed";
-        const QString edited = " | Fast Default Precision Calibration @Fast ";
-        row("changed, edits: reload", {"m1 up A:Yes A:Discard ext", changed + ", Discard Changes? | Default Fast Exact Calibration @camera disk:Default reload/save-as/ignore"});
-        row("changed, edits: reload declined", {"m1 up A:Yes A:Cancel ext", changed + ", Discard Changes?" + edited + "* disk:Default reload/save-as/ignore"});
-        row("changed, edits: saved as", {"m1 up A:Save F:copy.lumex ext", changed + edited + "disk:Default reload/save-as/ignore copy"});
-        row("changed, edits: save as cancelled", {"m1 up A:Save F: ext", changed + edited + "* disk:Default reload/save-as/ignore"});
-        row("changed, edits: ignored", {"m1 up A:Ignore ext", changed + edited + "* disk:Default reload/save-as/ignore"});
-        row("changed, edits: dismissed", {"m1 up ext", changed + edited + "* disk:Default reload/save-as/ignore"});
-        row("changed, no edits: reload", {"A:Yes ext", changed + " | Default Fast Exact Calibration @camera disk:Default yes/no"});
-        // clang-format on
-    }
+    // Steps, and what the expected state shows: the header of data/windowflows.txt.
+    void flows_data() { addTableRows("tests/app/data/windowflows.txt", {"script", "expected"}); }
 
     void flows()
     {
-        QFETCH(QString, script);
-        QFETCH(QString, expected);
+        QFETCH(QByteArray, script);
+        QFETCH(QByteArray, expected);
         QVERIFY(openShown());
         QString seen;
         const auto menu = [this](const char* a_title) {
@@ -196,14 +140,14 @@ private slots:
             return static_cast<QMenu*>(nullptr);
         };
         const QMap<QString, QString> actions{
-            {"up", "Move &Up"},   {"del", "&Delete"},  {"undo", "&Undo"},        {"<", "Go &Back"},
-            {">", "Go &Forward"}, {"close", "&Close"}, {"new", "&New Window..."}};
+            {"up", "Move &Up"},   {"del", "&Delete"},  {"undo", "&Undo"}, {"<", "Go &Back"},
+            {">", "Go &Forward"}, {"close", "&Close"}, {"quit", "&Quit"}, {"new", "&New Window..."}};
         const QMap<QString, QMessageBox::StandardButton> answers{{"Save", QMessageBox::Save},
                                                                  {"Yes", QMessageBox::Yes},
                                                                  {"Discard", QMessageBox::Discard},
                                                                  {"Cancel", QMessageBox::Cancel},
                                                                  {"Ignore", QMessageBox::Ignore}};
-        for (const QString& step : script.split(' ')) {
+        for (const QString& step : QString::fromUtf8(script).split(' ')) {
             const QString arg = step.mid(2);
             if (actions.contains(step))
                 windowAction(*m_window, actions[step])->trigger();
@@ -262,50 +206,33 @@ private slots:
         QByteArray disk = diskState(m_document);
         const int name = disk.indexOf("<mode name=\"");
         disk = name < 0 ? QByteArray() : disk.mid(name + 12, disk.indexOf('"', name + 12) - name - 12);
-        QString outcome = messages(true).join(", ") + " | " +
+        QString outcome = messages(true).join(", ") + "; " +
                           (m_window->isDocumentsPageShown() ? QString("documents") : state(*m_window)) +
                           (m_window->isDocumentModified() ? " *" : "") + " disk:" + disk + seen;
         if (m_window->hasDocument() && QFileInfo(m_window->documentPath()).fileName() != "cam.lumex")
             outcome += " " + QFileInfo(m_window->documentPath()).baseName();
         if (script.contains("new") && QSettings().value(Window::geometryKey) == m_window->saveGeometry())
             outcome += " geometry";
-        QCOMPARE(outcome, expected);
+        if (!m_window->isVisible())
+            outcome += " hidden";
+        QCOMPARE(outcome, QString::fromUtf8(expected));
     }
 
     // Each action of the menus: its key, where else it stands, and when it can be used. The key is
     // pressed with a document open and must run the action, alone.
-    void actions_data()
-    {
-        QTest::addColumn<QString>("action");
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QString>("where");   // "tool": in the tool bar, "button": a button of the dock
-        QTest::addColumn<QString>("enabled"); // without a document, then with one after a mode's move
-        // clang-format off
-        for (const auto& columns : QList<QStringList>{
-                 {"&Open...", "Ctrl+O", "tool", "11"}, {"&Save", "Ctrl+S", "tool", "01"},
-                 {"Save &As...", "Ctrl+Alt+S", "", "01"}, {"&Extra Data...", "", "", "01"},
-                 {"&Close", "Ctrl+W", "", "01"}, {"&New Window...", "Ctrl+N", "", "11"},
-                 {"&Quit", "Ctrl+Q", "", "11"}, {"&Undo", "Ctrl+Z", "tool", "01"},
-                 {"&Redo", "Ctrl+Y", "tool", "00"}, {"Go &Back", "Alt+Left", "tool", "01"},
-                 {"Go &Forward", "Alt+Right", "tool", "00"}, {"Acquisition &Preview", "F5", "tool", "01"},
-                 {"&Clone", "Ctrl++", "button", "01"}, {"&Delete", "Ctrl+-", "button", "01"},
-                 {"Move &Up", "Ctrl+Up", "button", "01"}, {"Move &Down", "Ctrl+Down", "button", "01"},
-                 {"&Rename...", "F2", "", "01"}, {"About &Orvex...", "", "", "11"}})
-            QTest::newRow(qPrintable(columns[0])) << columns[0] << columns[1] << columns[2] << columns[3];
-        // clang-format on
-    }
+    void actions_data() { addTableRows("tests/app/data/windowactions.txt", {"key", "where", "enabled"}); }
 
     void actions()
     {
-        QFETCH(QString, action);
-        QFETCH(QString, key);
-        QFETCH(QString, where);
-        QFETCH(QString, enabled);
+        const QByteArray action = QTest::currentDataTag();
+        QFETCH(QByteArray, key);
+        QFETCH(QByteArray, where);
+        QFETCH(QByteArray, enabled);
         const bool with = enabled[1] == '1';
         m_window = makeWindow();
         m_window->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
-        QAction* tested = windowAction(*m_window, action);
+        QAction* tested = windowAction(*m_window, QString::fromUtf8(action));
         QVERIFY(tested);
         QCOMPARE(tested->isEnabled(), enabled[0] == '1');
         QVERIFY(m_window->openFile(copyExample(m_dir->filePath("cam.lumex"))));
@@ -321,9 +248,10 @@ private slots:
         QString dockButtons;
         for (QPushButton* button : m_window->findChildren<QPushButton*>())
             dockButtons += button->toolTip() + '\n';
-        QCOMPARE(where, inToolBar                                                  ? "tool"
-                        : dockButtons.contains(QString(action).remove('&') + " (") ? "button"
-                                                                                   : "");
+        const char* found = inToolBar                                                            ? "tool"
+                            : dockButtons.contains(QString::fromUtf8(action).remove('&') + " (") ? "button"
+                                                                                                 : "";
+        QCOMPARE(where, QByteArray(found));
         if (key.isEmpty() || !with)
             return;
         // Whatever the key runs answers its questions and choosers by default: cancelled.
@@ -338,7 +266,7 @@ private slots:
                 modal->close();
         });
         chooserCloser.start(0);
-        QTest::keySequence(m_window.get(), QKeySequence(key));
+        QTest::keySequence(m_window.get(), QKeySequence(QString::fromUtf8(key)));
         QCOMPARE(runs, 1);
     }
 
