@@ -253,70 +253,58 @@ private slots:
         QCOMPARE(fileCount(), 2);
     }
 
-    void populate_data()
+    void populateAndPick_data()
     {
         OrvexTest::addTableRows("tests/board/data/data-source.txt",
-                                {"filter", "storedFor", "recent", "boards", "opened"});
+                                {"filter", "storedFor", "recent", "boards", "opened", "pick", "removed",
+                                 "after", "recentAfter", "changes"});
     }
 
-    void populate()
+    void populateAndPick()
     {
         QFETCH(QByteArray, filter);
         QFETCH(QByteArray, storedFor);
         QFETCH(QByteArray, opened);
+        QFETCH(QByteArray, pick);
+        QFETCH(QByteArray, after);
+        QFETCH(QByteArray, changes);
         const QStringList recentNames = QString(OrvexTest::field("recent")).split(',', Qt::SkipEmptyParts);
         const QStringList all{g_alpha, g_beta, "Bd (2)"};
         QStringList names;
         for (const QString& number : QString(OrvexTest::field("boards")).split(',', Qt::SkipEmptyParts))
             names << all.value(number.toInt());
+        const QString key = QNBrdDataSource::recentBoardsKey(BoardTypes(filter.toInt()));
 
         loadMachine(threeBoards());
         QSettings().setValue(QNBrdDataSource::recentBoardsKey(BoardTypes(storedFor.toInt())), recentNames);
-        QNBrdDataSource source{BoardTypes(filter.toInt())};
+        auto source = std::make_unique<QNBrdDataSource>(BoardTypes(filter.toInt()));
         QStringList texts;
-        for (int index = 1; index < source.count(); ++index) {
-            texts << source.itemText(index);
-            QCOMPARE(source.itemData(index).toInt(), source.itemText(index).mid(4, 1).toInt());
+        for (int index = 1; index < source->count(); ++index) {
+            texts << source->itemText(index);
+            QCOMPARE(source->itemData(index).toInt(), source->itemText(index).mid(4, 1).toInt());
         }
-        QCOMPARE(source.itemData(0).toInt(), -1);
+        QCOMPARE(source->itemData(0).toInt(), -1);
         QCOMPARE(texts, names);
-        QCOMPARE(source.property("board").value<quint32>(), quint32(opened.toInt()));
-        QCOMPARE(source.currentData().toInt(), opened.toInt());
-        QCOMPARE(handleOpen(source.boardHandle()), opened.toInt() >= 0);
-        QCOMPARE(source.recentBoards(), storedFor == filter ? recentNames : QStringList());
-    }
-
-    void userChoice_data()
-    {
-        OrvexTest::addTableRows("tests/board/data/data-source-choice.txt",
-                                {"pick", "boardsRemoved", "opened", "recent", "changes"});
-    }
-
-    void userChoice()
-    {
-        QFETCH(QByteArray, pick);
-        QFETCH(QByteArray, opened);
-        QFETCH(QByteArray, changes);
-        loadMachine(threeBoards());
-        QSettings().setValue(QStringLiteral("data_source/recent_boards_any"), QStringList{g_beta});
-        auto source = std::make_unique<QNBrdDataSource>();
-        QCOMPARE(source->board(), 1u);
+        QCOMPARE(source->board(), quint32(opened.toInt()));
+        QCOMPARE(source->currentData().toInt(), opened.toInt());
         const HwBrdHandle first = source->boardHandle();
-        QSignalSpy changed(source.get(), &QNBrdDataSource::sourceChanged);
-        if (OrvexTest::field("boardsRemoved") == "true")
-            loadMachine({threeBoards()[0]});
+        QCOMPARE(handleOpen(first), opened.toInt() >= 0);
+        QCOMPARE(source->recentBoards(), storedFor == filter ? recentNames : QStringList());
+        if (pick.isEmpty())
+            return;
 
+        QSignalSpy changed(source.get(), &QNBrdDataSource::sourceChanged);
+        if (OrvexTest::field("removed") == "true")
+            loadMachine({threeBoards()[0]});
         source->setCurrentIndex(pick.toInt());
         emit source->activated(pick.toInt());
-
-        QCOMPARE(source->board(), quint32(opened.toInt()));
-        QCOMPARE(source->currentIndex(), opened.toInt() < 0 ? 0 : pick.toInt());
-        QCOMPARE(QSettings().value("data_source/recent_boards_any").toStringList(),
-                 QString(OrvexTest::field("recent")).split(','));
+        QCOMPARE(source->board(), quint32(after.toInt()));
+        QCOMPARE(source->currentIndex(), after.toInt() < 0 ? 0 : pick.toInt());
+        QCOMPARE(QSettings().value(key).toStringList(), QString(OrvexTest::field("recentAfter")).split(','));
         QCOMPARE(changed.count(), changes.toInt());
         QCOMPARE(handleOpen(first), changes == "0");
         const HwBrdHandle current = source->boardHandle();
-        QCOMPARE(handleOpen(current), opened.toInt() >= 0);
+        QCOMPARE(handleOpen(current), after.toInt() >= 0);
         source.reset();
         QVERIFY(!handleOpen(current));
     }
