@@ -2,6 +2,7 @@
 #include "FileFixtures.h"
 #include "TestSupport.h"
 #include "board/PreviewAcqIf.h"
+#include "board/QNBrdDisplayName.h"
 #include "board/ViewportFrameConverter.h"
 #include "board/ViewportImageView.h"
 #include "board/ViewportWindowQt.h"
@@ -41,8 +42,6 @@ const QHash<QByteArray, PixelLayout> g_layouts{
     {"BayerGR8", PixelLayout::BayerGR8},   {"BayerGB8", PixelLayout::BayerGB8},
     {"BayerBG8", PixelLayout::BayerBG8},   {"BayerRG16", PixelLayout::BayerRG16},
     {"BayerGR16", PixelLayout::BayerGR16}, {"BayerBG16", PixelLayout::BayerBG16}};
-
-const QStringList g_modes{"Small", "Colour", "Filtered", "Wide", "Deep", "Rgb", "Plain", "Triggered"};
 
 QStringList takeEvents()
 {
@@ -294,14 +293,13 @@ private slots:
         QStringList names;
         for (int i = 0; i < acquisition.setupModeCount(); ++i)
             names << acquisition.setupModeName(i);
-        QCOMPARE(names, g_modes);
+        QCOMPARE(names,
+                 QStringList({"Small", "Colour", "Filtered", "Wide", "Deep", "Rgb", "Plain", "Triggered"}));
         QCOMPARE(acquisition.setupModeDescription(0), QString("64x48 Mono8, 250 fps - Grey test mode."));
         QCOMPARE(acquisition.setupModeDescription(7), QString("64x48 Mono8, software trigger"));
         QCOMPARE(acquisition.currentSetupMode(), QString("Colour"));
         QCOMPARE(acquisition.pixelLayout(), PixelLayout::BayerRG8);
-        QVERIFY(acquisition.canSetupMode() && !acquisition.canSetup());
-        QVERIFY(acquisition.cleanup());
-        QVERIFY(acquisition.canSetup());
+        QVERIFY(acquisition.canSetupMode() && !acquisition.canSetup() && acquisition.cleanup());
         QVERIFY(acquisition.setupMode("Deep"));
         QCOMPARE(acquisition.pixelLayout(), PixelLayout::Mono16);
     }
@@ -425,16 +423,9 @@ int runDemo(int a_seconds)
 {
     QNSimSetConfigDir(QFile::encodeName(OrvexTest::sourcePath("config")).constData());
     QNSimReload();
-    unsigned board = 0;
-    for (HwBrdEntry entry; HwSysBrdFind(HwSelectorFrameGrabber, board, &entry) == 0; ++board) {
-        HwBrdHandle handle = HwNoBoard;
-        const bool coaxpress = HwBrdOpen(&entry, &handle, HwOpenDataSource) == 0 && QNIsCXP(handle);
-        HwBrdClose(handle);
-        if (coaxpress)
-            break;
-    }
-    QPointer<Viewport::WindowQt> window =
-        PreviewAcqIf::openPreview(board, OrvexTest::sourcePath("examples/Example_CXP.lumex"), "Default");
+    const int board = QNBrdDisplayName::boards(BoardType::CoaXPress).value(0).boardNumber;
+    QPointer<Viewport::WindowQt> window = PreviewAcqIf::openPreview(
+        unsigned(board), OrvexTest::sourcePath("examples/Example_CXP.lumex"), "Default");
     window->setWindowTitle("Example_CXP.lumex on Bd (" + QString::number(board) + ")");
     window->setGeometry(QGuiApplication::primaryScreen()->availableGeometry());
     window->show();
