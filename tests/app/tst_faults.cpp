@@ -1,23 +1,17 @@
 #include "BoardFixtures.h"
 #include "TestSupport.h"
 #include "WindowFixtures.h"
-#include "app/CameraTreeModel.h"
 #include "app/Window.h"
 #include "board/QNBrdDataSource.h"
-#include "board/QNBrdModeOpenDialog.h"
 #include "elements/CameraElement.h"
 #include "elements/ModeElement.h"
 #include "elements/WindowElement.h"
 #include "widgets/DialogSeam.h"
 
 #include <QAction>
-#include <QApplication>
 #include <QDir>
-#include <QFileSystemWatcher>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
 
 #include <csignal>
 
@@ -31,10 +25,6 @@
 
 using namespace Orvex;
 using namespace OrvexTest;
-using Answers = QList<QMessageBox::StandardButton>;
-
-Q_DECLARE_METATYPE(QMessageBox::StandardButton)
-Q_DECLARE_METATYPE(Answers)
 
 namespace {
 
@@ -147,109 +137,6 @@ private slots:
         QVERIFY(!window->isDocumentModified());
         QCOMPARE(diskState(m_dir->filePath("recovered.lumex")), diskState(window->documentPath()));
         QCOMPARE(diskState(document), original);
-    }
-
-    void documentChangedOnDisk_data()
-    {
-        QTest::addColumn<QString>("change");
-        QTest::addColumn<QMessageBox::StandardButton>("answer");
-        QTest::newRow("rewritten, reloaded") << "rewritten" << QMessageBox::Yes;
-        QTest::newRow("rewritten, kept") << "rewritten" << QMessageBox::No;
-        QTest::newRow("replaced by another program's save, reloaded") << "renamed over" << QMessageBox::Yes;
-        QTest::newRow("deleted, copy saved") << "deleted" << QMessageBox::Save;
-        QTest::newRow("deleted, ignored") << "deleted" << QMessageBox::Ignore;
-        QTest::newRow("replaced by a folder, copy saved") << "folder" << QMessageBox::Save;
-        QTest::newRow("replaced by a folder, ignored") << "folder" << QMessageBox::Ignore;
-    }
-
-    void documentChangedOnDisk()
-    {
-        QFETCH(QString, change);
-        QFETCH(QMessageBox::StandardButton, answer);
-        const bool reloaded = answer == QMessageBox::Yes;
-        const bool copySaved = answer == QMessageBox::Save;
-        const QString question = change == "rewritten" || change == "renamed over" ? "Current File Changed"
-                                                                                   : "Current File Missing";
-
-        auto window = makeWindow();
-        const QString document = copyExample(m_dir->filePath("cam.lumex"));
-        QVERIFY(window->openFile(document));
-        QVERIFY(moveSecondModeUp(*window));
-        QVERIFY(window->save());
-        // Our own save, and a touch that leaves the contents as they are, are no changes to report.
-        QSignalSpy reports(window->findChild<QFileSystemWatcher*>(), &QFileSystemWatcher::fileChanged);
-        QVERIFY(writeFile(document, diskState(document)));
-        QTRY_VERIFY(!reports.isEmpty());
-        QCOMPARE(messages(), QStringList());
-
-        QByteArray rewritten = diskState(document);
-        rewritten.replace("<mode name=\"Precision\"", "<mode name=\"Exact\"");
-        const QString copy = m_dir->filePath("copy.lumex");
-        DialogSeam::queueAnswer(answer);
-        if (copySaved)
-            DialogSeam::queueFileName(copy);
-        if (change == "rewritten")
-            QVERIFY(writeFile(document, rewritten));
-        if (change == "renamed over") {
-            QVERIFY(writeFile(document + ".new", rewritten));
-            QCOMPARE(::rename(QFile::encodeName(document + ".new"), QFile::encodeName(document)), 0);
-        }
-        if (change == "deleted" || change == "folder")
-            QVERIFY(QFile::remove(document));
-        if (change == "folder")
-            QVERIFY(QDir().mkpath(document));
-        const QByteArray left = diskState(document);
-
-        QTRY_VERIFY(!messages().isEmpty());
-        QCOMPARE(messages(true), QStringList{question});
-        QVERIFY(messages().first().contains("<p>" + QDir::toNativeSeparators(document) + "</p>"));
-        QCOMPARE(window->isDocumentModified(), !reloaded && !copySaved);
-        QCOMPARE(window->documentPath(), QDir::toNativeSeparators(copySaved ? copy : document));
-        QCOMPARE(modeNames(*window).contains("Exact"), reloaded);
-        QCOMPARE(diskState(document), left);
-        if (copySaved)
-            QVERIFY(diskState(copy).contains("<mode name=\"Precision\""));
-
-        DialogSeam::queueFileName(m_dir->filePath("after.lumex"));
-        QVERIFY(window->saveAs());
-        QVERIFY(!window->isDocumentModified());
-        QCOMPARE(messages(true), QStringList{question});
-    }
-
-    void saveBeforePreview_data()
-    {
-        QTest::addColumn<Answers>("answers");
-        QTest::newRow("preview cancelled") << Answers{QMessageBox::Cancel};
-        QTest::newRow("file without a \"Default\" mode kept unsaved")
-            << Answers{QMessageBox::Save, QMessageBox::Cancel};
-        QTest::newRow("saved, then the board and mode asked for")
-            << Answers{QMessageBox::Save, QMessageBox::Save};
-    }
-
-    void saveBeforePreview()
-    {
-        QFETCH(Answers, answers);
-        const bool saved = answers.value(1) == QMessageBox::Save;
-        auto window = makeWindow();
-        const QString document = copyExample(m_dir->filePath("cam.lumex"));
-        QVERIFY(window->openFile(document));
-        QVERIFY(window->cameraTreeModel()->setData(window->cameraTreeModel()->modeIndex(0), "Normal"));
-        for (QMessageBox::StandardButton answer : answers)
-            DialogSeam::queueAnswer(answer);
-        QTimer chooserCloser;
-        int choosers = 0;
-        connect(&chooserCloser, &QTimer::timeout, [&choosers] {
-            auto* chooser = qobject_cast<QNBrdModeOpenDialog*>(QApplication::activeModalWidget());
-            choosers += chooser && chooser->close();
-        });
-        chooserCloser.start(0);
-
-        window->openPreview();
-        const QStringList questions{"Save Camera Configuration?", "\"Default\" Mode Missing"};
-        QCOMPARE(messages(true), questions.mid(0, answers.size()));
-        QCOMPARE(window->isDocumentModified(), !saved);
-        QCOMPARE(choosers, int(saved));
-        QCOMPARE(diskState(document).contains("<mode name=\"Normal\""), saved);
     }
 
     void boardGoneBeforeOpen_data()

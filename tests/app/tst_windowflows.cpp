@@ -17,18 +17,22 @@
 #include <QAction>
 #include <QApplication>
 #include <QDropEvent>
+#include <QFileSystemWatcher>
 #include <QLabel>
 #include <QMenu>
 #include <QMimeData>
 #include <QPointer>
 #include <QPushButton>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 #include <QToolButton>
 #include <QTreeView>
 #include <QUrl>
+
+#include <cstdio>
 
 using namespace Orvex;
 using namespace OrvexTest;
@@ -140,13 +144,13 @@ private slots:
             return static_cast<QMenu*>(nullptr);
         };
         const QMap<QString, QString> actions{
-            {"up", "Move &Up"},   {"del", "&Delete"},  {"undo", "&Undo"}, {"<", "Go &Back"},
-            {">", "Go &Forward"}, {"close", "&Close"}, {"quit", "&Quit"}, {"new", "&New Window..."}};
-        const QMap<QString, QMessageBox::StandardButton> answers{{"Save", QMessageBox::Save},
-                                                                 {"Yes", QMessageBox::Yes},
-                                                                 {"Discard", QMessageBox::Discard},
-                                                                 {"Cancel", QMessageBox::Cancel},
-                                                                 {"Ignore", QMessageBox::Ignore}};
+            {"up", "Move &Up"}, {"del", "&Delete"},   {"undo", "&Undo"},
+            {"<", "Go &Back"},  {">", "Go &Forward"}, {"close", "&Close"},
+            {"quit", "&Quit"},  {"save", "&Save"},    {"new", "&New Window..."}};
+        const QMap<QString, QMessageBox::StandardButton> answers{
+            {"Save", QMessageBox::Save},     {"Yes", QMessageBox::Yes},
+            {"No", QMessageBox::No},         {"Discard", QMessageBox::Discard},
+            {"Cancel", QMessageBox::Cancel}, {"Ignore", QMessageBox::Ignore}};
         for (const QString& step : QString::fromUtf8(script).split(' ')) {
             const QString arg = step.mid(2);
             if (actions.contains(step))
@@ -169,19 +173,34 @@ private slots:
                 DialogSeam::queueAnswer(answers[arg]);
             else if (step.startsWith("F:"))
                 DialogSeam::queueFileName(arg.isEmpty() ? arg : m_dir->filePath(arg));
-            else if (step == "folder") {
-                QVERIFY(QFile::remove(m_document) && QDir().mkpath(m_document));
-                QTRY_VERIFY(!messages().isEmpty());
-            } else if (step == "ext") {
+            else if (step == "folder" || step == "rm" || step == "ext" || step == "swap") {
                 QByteArray rewritten = diskState(m_document);
-                QVERIFY(writeFile(m_document, rewritten.replace("name=\"Precision\"", "name=\"Exact\"")));
-                QTRY_VERIFY(!messages().isEmpty());
+                rewritten.replace("name=\"Precision\"", "name=\"Exact\"");
+                const int shown = DialogSeam::log().size();
+                if (step == "swap") {
+                    QVERIFY(writeFile(m_document + ".new", rewritten));
+                    QCOMPARE(
+                        std::rename(QFile::encodeName(m_document + ".new"), QFile::encodeName(m_document)),
+                        0);
+                } else if (step == "ext")
+                    QVERIFY(writeFile(m_document, rewritten));
+                else
+                    QVERIFY(QFile::remove(m_document) && (step == "rm" || QDir().mkpath(m_document)));
+                QTRY_VERIFY(DialogSeam::log().size() > shown);
+                const DialogSeam::Record question = DialogSeam::log()[shown];
+                QVERIFY(question.m_text.contains("<p>" + QDir::toNativeSeparators(m_document) + "</p>"));
                 // Saving over the other program's change is not offered while there are edits to keep.
-                const QMessageBox::StandardButtons offered = DialogSeam::log().first().m_buttons;
-                seen += offered == (QMessageBox::Yes | QMessageBox::No) ? " yes/no"
-                        : offered == (QMessageBox::Yes | QMessageBox::Save | QMessageBox::Ignore)
+                if (step == "ext" || step == "swap")
+                    seen +=
+                        question.m_buttons == (QMessageBox::Yes | QMessageBox::No) ? " yes/no"
+                        : question.m_buttons == (QMessageBox::Yes | QMessageBox::Save | QMessageBox::Ignore)
                             ? " reload/save-as/ignore"
                             : " other";
+            } else if (step == "touch") {
+                QSignalSpy reports(m_window->findChild<QFileSystemWatcher*>(),
+                                   &QFileSystemWatcher::fileChanged);
+                QVERIFY(writeFile(m_document, diskState(m_document)));
+                QTRY_VERIFY(!reports.isEmpty());
             } else if (step == "none")
                 QVERIFY(loadSimBoards(m_dir->filePath("boards.json"), R"({"boards": []})"));
             else if (step.startsWith("D:")) {
