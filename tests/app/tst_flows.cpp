@@ -25,6 +25,7 @@
 #include <QMimeData>
 #include <QPointer>
 #include <QProcess>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -72,11 +73,11 @@ struct Document
     QMenu pages;
 };
 
-// Steps: a mode name visits it, "<" and ">" go back and forward, "-X" deletes mode X in the tree,
-// "undo" and "redo" the last change, "#n" picks history entry n, "cn" and "pn" trigger entry n of the
-// Recent Changes and the Page History menu, which must outlive the refill that it causes itself;
-// "dX,n" drags mode X in the tree and drops it before row n (-1 onto the camera row, -2 beside it), "DX,n"
-// the same from another window's tree of the same modes.
+// Steps: a mode name visits it, "<" and ">" go back and forward; "-X", "+X", "^X" and "vX" delete, clone,
+// move up and move down mode X in the tree (without X: the mode selected); "undo" and "redo" the last change,
+// "#n" picks history entry n, "cn" and "pn" trigger entry n of the Recent Changes and the Page History menu,
+// which must outlive the refill that it causes itself; "dX,n" drags mode X in the tree and drops it before
+// row n (-1 onto the camera row, -2 beside it), "DX,n" the same from another window's tree of the same modes.
 void navigate(Document& a_document, const QString& a_script)
 {
     for (const QString& step : a_script.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
@@ -107,9 +108,17 @@ void navigate(Document& a_document, const QString& a_script)
                 tree.mimeData({tree.modeIndex(camera->indexOfMode(camera->modeByName(step.mid(1, 1))))}));
             const QModelIndex parent = row == -2 ? QModelIndex() : a_document.model.cameraIndex();
             a_document.model.dropMimeData(data.get(), Qt::CopyAction, row == -2 ? 1 : row, 0, parent);
-        } else if (step.startsWith(QLatin1Char('-'))) {
-            a_document.model.selectPosition(camera->indexOfMode(camera->modeByName(step.mid(1))));
-            a_document.model.deleteMode();
+        } else if (QStringLiteral("-^v+").contains(step[0])) {
+            if (step.size() > 1)
+                a_document.model.selectPosition(camera->indexOfMode(camera->modeByName(step.mid(1))));
+            if (step[0] == QLatin1Char('-'))
+                a_document.model.deleteMode();
+            else if (step[0] == QLatin1Char('+'))
+                a_document.model.cloneMode();
+            else if (step[0] == QLatin1Char('^'))
+                a_document.model.moveModeUp();
+            else
+                a_document.model.moveModeDown();
         } else
             a_document.element.setMode(camera->indexOfMode(camera->modeByName(step)));
         ElementBaseDelayQueue::instance()->flush();
@@ -160,6 +169,45 @@ private slots:
         for (const QAction* entry : menu.actions())
             outcome += QLatin1Char(' ') + (entry->isChecked() ? '[' + entry->text() + ']' : entry->text());
         QCOMPARE(outcome, QString::fromUtf8(expected));
+    }
+
+    void rename_data()
+    {
+        OrvexTest::addTableRows("tests/app/data/mode-rename.txt", {"typed", "expected", "refusal"});
+    }
+
+    void rename()
+    {
+        QFETCH(QByteArray, typed);
+        QFETCH(QByteArray, expected);
+        QFETCH(QByteArray, refusal);
+        DialogSeam::reset();
+        DialogSeam::setTestMode(true);
+        Document document;
+        QSignalSpy labelsChanged(&document.model, &CameraTreeModel::labelsChanged);
+        const bool accepted = document.model.setData(document.model.modeIndex(1), QString(typed));
+
+        QCOMPARE(accepted, refusal.isEmpty());
+        QCOMPARE(document.order(), "A " + QString(expected) + " C");
+        QStringList shown;
+        for (const DialogSeam::Record& record : DialogSeam::log())
+            shown << record.m_title + ": " + record.m_text;
+        QCOMPARE(shown,
+                 refusal.isEmpty() ? QStringList() : QStringList{"Mode Name Error: " + QString(refusal)});
+        QCOMPARE(labelsChanged.count(), int(accepted));
+        navigate(document, "undo");
+        QCOMPARE(document.order(), QStringLiteral("A B C"));
+        QCOMPARE(labelsChanged.count(), 2 * int(accepted));
+    }
+
+    void dragsModeName()
+    {
+        Document document;
+        QVERIFY(document.model.flags(document.model.modeIndex(1)).testFlag(Qt::ItemIsDragEnabled));
+        QVERIFY(!document.model.flags(document.model.cameraIndex()).testFlag(Qt::ItemIsDragEnabled));
+        std::unique_ptr<QMimeData> mime(document.model.mimeData({document.model.modeIndex(1)}));
+        QCOMPARE(mime->data("QuarnelOrvex/ModeNameString"), QByteArray("B"));
+        QVERIFY(!document.model.mimeData({document.model.cameraIndex()}));
     }
 
     void attachedFileEntries()
