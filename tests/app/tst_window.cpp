@@ -12,12 +12,9 @@
 
 #include <QAbstractSpinBox>
 #include <QAction>
-#include <QApplication>
 #include <QDir>
-#include <QDragEnterEvent>
 #include <QLabel>
 #include <QMenu>
-#include <QMimeData>
 #include <QProgressDialog>
 #include <QPushButton>
 #include <QTabWidget>
@@ -146,35 +143,6 @@ private slots:
         QVERIFY(window->openFile(example(), "Turbo", -1));
         QCOMPARE(messages(true), QStringList{"Mode Missing"});
         QVERIFY(!window->windowElement()->camera()->currentMode());
-    }
-
-    void dragAndDrop_data()
-    {
-        QTest::addColumn<QStringList>("names");
-        QTest::newRow("one camera file") << QStringList{"a.lumex"};
-        QTest::newRow("two camera files") << QStringList{"a.lumex", "b.lumex"};
-        QTest::newRow("other kind of file") << QStringList{"a.xml"};
-    }
-
-    void dragAndDrop()
-    {
-        QFETCH(QStringList, names);
-        const bool accepted = names == QStringList{"a.lumex"};
-        auto window = makeWindow();
-        QMimeData mime;
-        QList<QUrl> urls;
-        for (const QString& name : names)
-            urls << QUrl::fromLocalFile(copyExample(m_dir->filePath(name)));
-        mime.setUrls(urls);
-
-        QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(window.get(), &enter);
-        QCOMPARE(enter.isAccepted(), accepted);
-        QDropEvent drop(QPointF(10, 10), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(window.get(), &drop);
-        QCOMPARE(drop.isAccepted(), accepted);
-        QCOMPARE(window->documentPath(),
-                 accepted ? QDir::toNativeSeparators(urls[0].toLocalFile()) : QString());
     }
 
     void titleRule_data()

@@ -207,13 +207,18 @@ private slots:
                 for (QToolButton* entry : m_window->documentsPage()->findChildren<QToolButton*>())
                     if (entry->text() == QString(arg).replace('_', ' ') && entry->isVisible())
                         QTest::mouseClick(entry, Qt::LeftButton);
-            } else if (step[0] == 'd' || step.startsWith("file")) {
+            } else if (step[0] == 'd' || step.startsWith("file") || step.startsWith("xml")) {
                 CameraTreeModel* model = m_window->cameraTreeModel();
                 std::unique_ptr<QMimeData> data(new QMimeData);
                 if (step[0] == 'd')
                     data.reset(model->mimeData({model->modeIndex(step.mid(1, 1).toInt())}));
                 else
-                    data->setUrls({QUrl::fromLocalFile(copyExample(m_dir->filePath("other.lumex")))});
+                    for (const QString& name : step.startsWith("files")
+                                                   ? QStringList{"other.lumex", "more.lumex"}
+                                               : step.startsWith("xml") ? QStringList{"other.xml"}
+                                                                        : QStringList{"other.lumex"})
+                        data->setUrls(data->urls()
+                                      << QUrl::fromLocalFile(copyExample(m_dir->filePath(name))));
                 dragOntoRow(*m_window, data.get(), step.section(',', 1).toInt());
             } else if (step == "P") {
                 openPreview(seen);
