@@ -15,8 +15,6 @@
 #include <QMouseEvent>
 #include <QPropertyAnimation>
 #include <QPushButton>
-#include <QScrollArea>
-#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
 #include <QVBoxLayout>
@@ -212,29 +210,6 @@ private slots:
     {
         ElementBaseDelayQueue::instance()->flush();
         QCoreApplication::sendPostedEvents();
-    }
-
-    void copiesTakeDataButNeverAnId()
-    {
-        auto source = std::make_unique<HookElement>();
-        source->setName(QStringLiteral("Width"));
-        source->setAnnotation(QStringLiteral("Image width"));
-        source->setElementPath({QStringLiteral("Camera"), QStringLiteral("Width")});
-        const quint64 sourceId = source->id();
-
-        HookElement copy(source.get(), nullptr);
-        QCOMPARE(QStringList({copy.name(), copy.annotation(), copy.elementPath().join('/')}),
-                 QStringList({"Width", "Image width", "Camera/Width"}));
-        // Ids count up from whatever the tests before made.
-        QCOMPARE(copy.id(), sourceId + 1);
-        QCOMPARE(ElementBase::findById(sourceId), source.get());
-
-        source.reset();
-        QVERIFY(!ElementBase::findById(sourceId));
-        HookElement later;
-        QVERIFY(later.id() > copy.id());
-        QVERIFY(!ElementBase::findById(0));
-        QVERIFY(!ElementBase::findById(later.id() + 1));
     }
 
     // The registry follows the new id; the counter never hands it out again; a former holder of a shared
@@ -494,33 +469,6 @@ private slots:
             QVERIFY(element.isHighlightActive());
             QCOMPARE(activated.count(), 2);
             QTRY_COMPARE(deactivated.count(), 2);
-        }
-    }
-
-    void highlightScrollsFirstContainerIntoView()
-    {
-        for (const int first : {0, 49}) {
-            const bool scrolls = first > 0;
-            TestElement element(nullptr, nullptr);
-            QScrollArea area;
-            area.resize(300, 300);
-            auto* content = new QWidget;
-            auto* layout = new QVBoxLayout(content);
-            QList<QWidget*> containers;
-            for (int i = 0; i < 50; ++i) {
-                containers << new QWidget;
-                containers.last()->setFixedHeight(100);
-                layout->addWidget(containers.last());
-            }
-            area.setWidget(content);
-            area.show();
-            QVERIFY(QTest::qWaitForWindowExposed(&area));
-
-            element.highlightContainers({containers[first], containers[5]});
-            QCOMPARE(area.verticalScrollBar()->value() > 0, scrolls);
-            const QRect container(containers[first]->mapTo(area.viewport(), QPoint(0, 0)),
-                                  containers[first]->size());
-            QVERIFY(area.viewport()->rect().contains(container));
         }
     }
 
