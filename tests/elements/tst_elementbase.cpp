@@ -17,7 +17,6 @@
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
-#include <QVBoxLayout>
 #include <functional>
 #include <memory>
 
@@ -33,8 +32,7 @@ public:
     using ElementBase::ElementBase;
 
     const WindowElement* windowElement() const override { return nullptr; }
-    // Any recognisable address will do; nothing dereferences it.
-    WindowElement* windowElement() override { return reinterpret_cast<WindowElement*>(this); }
+    WindowElement* windowElement() override { return nullptr; }
 
     int raises = 0;
     int lowers = 0;
@@ -67,12 +65,10 @@ public:
 
     void highlight(size_t) override {}
 
-    QList<QWidget*> changedTo;
     int raises = 0;
     int lowers = 0;
 
 protected:
-    void widgetChanged(QWidget* a_widget) override { changedTo << a_widget; }
     void onRaise() override
     {
         ++raises;
@@ -335,61 +331,6 @@ private slots:
         QVERIFY(survivor.isRaised());
         QCOMPARE(s_messages, QStringList({"debug Unknown operation type with ID = 2.",
                                           "debug Unknown operation type with ID = -1."}));
-    }
-
-    // The current widget goes with the element; a replaced one is left alone.
-    void widgetIsOwnedByElement()
-    {
-        for (bool widgetDestroyedFirst : {false, true}) {
-            HookElement root;
-            auto* element = new TestElement(nullptr, &root);
-            QPointer<QWidget> replaced = new QWidget;
-            QPointer<QWidget> widget = new QWidget;
-
-            element->setWidget(replaced);
-            element->setWidget(nullptr);
-            element->setWidget(widget);
-            QCOMPARE(element->changedTo, (QList<QWidget*>{replaced, nullptr, widget}));
-            if (widgetDestroyedFirst) {
-                delete widget;
-                QVERIFY(!element->widget());
-            }
-            delete element;
-            QVERIFY(!widget && replaced);
-            delete replaced;
-        }
-    }
-
-    // Raising passes on to the parent element; lowering takes the focus from the widget.
-    void widgetRaiseAndLower()
-    {
-        HookElement root;
-        TestElement element(nullptr, &root);
-        QWidget window;
-        auto* layout = new QVBoxLayout(&window);
-        auto* edit = new QLineEdit;
-        layout->addWidget(edit);
-        layout->addWidget(new QLineEdit);
-        element.setWidget(edit);
-        window.show();
-        QApplication::setActiveWindow(&window);
-        QVERIFY(QTest::qWaitForWindowActive(&window));
-        edit->setFocus();
-        QTRY_VERIFY(edit->hasFocus());
-
-        element.raise();
-        QVERIFY(root.isRaised() && edit->hasFocus());
-        element.lower();
-        QVERIFY(!edit->hasFocus() && root.isRaised());
-        element.setWidget(nullptr);
-        element.raise();
-        element.lower();
-
-        // The window element is asked of the parent chain, in its writable form even from a const one.
-        TestElement feature(&element, &element);
-        QCOMPARE(static_cast<const TestElement&>(feature).windowElement(),
-                 reinterpret_cast<WindowElement*>(&root));
-        QVERIFY(!TestElement(nullptr, nullptr).windowElement());
     }
 
     void highlightSignals_data() { OrvexTest::addTextRows("tests/elements/data/elementbase/highlight.txt"); }
