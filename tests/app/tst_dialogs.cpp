@@ -1,3 +1,4 @@
+#include "BoardFixtures.h"
 #include "FileFixtures.h"
 #include "app/LumexExtraDataDialog.h"
 #include "model/LumexTree.h"
@@ -6,6 +7,7 @@
 #include "widgets/DialogSeam.h"
 
 #include <QCheckBox>
+#include <QMetaEnum>
 #include <QRegularExpression>
 #include <QTest>
 #include <QTreeWidget>
@@ -87,32 +89,21 @@ class TestDialogs : public QObject
 private slots:
     void seamFallbacks_data()
     {
-        QTest::addColumn<int>("buttons");
-        QTest::addColumn<int>("defaultButton");
-        QTest::addColumn<int>("queued");
-        QTest::addColumn<int>("answer");
-        QTest::addColumn<bool>("fromQueue");
-
-        using Box = QMessageBox;
-        QTest::newRow("default") << int(Box::Save | Box::Discard | Box::Cancel) << int(Box::Cancel) << -1
-                                 << int(Box::Cancel) << false;
-        QTest::newRow("no default: cancelling button")
-            << int(Box::Yes | Box::No) << int(Box::NoButton) << -1 << int(Box::No) << false;
-        QTest::newRow("no default: only button")
-            << int(Box::Ok) << int(Box::NoButton) << -1 << int(Box::Ok) << false;
-        QTest::newRow("queued") << int(Box::Open | Box::Close) << int(Box::Close) << int(Box::Open)
-                                << int(Box::Open) << true;
-        QTest::newRow("queued answer not offered")
-            << int(Box::Yes | Box::No) << int(Box::No) << int(Box::Save) << int(Box::No) << false;
+        OrvexTest::addTableRows("tests/app/data/seam-answers.txt",
+                                {"buttons", "defaultButton", "queued", "answer", "fromQueue"});
     }
 
     void seamFallbacks()
     {
-        QFETCH(int, buttons);
-        QFETCH(int, defaultButton);
-        QFETCH(int, queued);
-        QFETCH(int, answer);
-        QFETCH(bool, fromQueue);
+        const auto button = [](const char* a_column) {
+            const QMetaEnum names = QMetaEnum::fromType<QMessageBox::StandardButtons>();
+            return names.keysToValue(OrvexTest::field(a_column).replace(' ', '|').constData());
+        };
+        const int buttons = button("buttons");
+        const int defaultButton = button("defaultButton");
+        const int queued = OrvexTest::field("queued").isEmpty() ? -1 : button("queued");
+        const int answer = button("answer");
+        const bool fromQueue = OrvexTest::field("fromQueue") == "1";
 
         DialogSeam::reset();
         DialogSeam::setTestMode(true);

@@ -1,3 +1,4 @@
+#include "FileFixtures.h"
 #include "model/OperationCanceledException.h"
 #include "widgets/ProgressStepper.h"
 
@@ -9,10 +10,6 @@
 
 using namespace Orvex;
 
-// A stage: from, to, step count (0: unknown), steps taken.
-using StagePlan = QVector<int>;
-Q_DECLARE_METATYPE(QVector<StagePlan>)
-
 class TestProgressStepper : public QObject
 {
     Q_OBJECT
@@ -20,29 +17,24 @@ class TestProgressStepper : public QObject
 private slots:
     void stages_data()
     {
-        QTest::addColumn<bool>("withDialog");
-        QTest::addColumn<QVector<StagePlan>>("plan");
-        const QVector<StagePlan> load{{0, 9, 3, 3}, {10, 19, 1, 1}, {20, 59, 7, 7}, {60, 99, 5, 5}};
-        QTest::newRow("counted stages") << true << load;
-        QTest::newRow("without a dialog") << false << QVector<StagePlan>{{0, 9, 3, 3}, {10, 19, 1, 1}};
-        QTest::newRow("more steps than counted") << true << QVector<StagePlan>{{0, 9, 2, 5}, {10, 19, 3, 3}};
-        QTest::newRow("more steps than values") << true << QVector<StagePlan>{{10, 12, 7, 7}};
-        QTest::newRow("uncounted steps") << true << QVector<StagePlan>{{0, 50, 0, 30}, {60, 99, 0, 200}};
-        QTest::newRow("beyond the overall range") << true << QVector<StagePlan>{{-5, 120, 2, 2}};
+        OrvexTest::addTableRows("tests/app/data/progress-stages.txt", {"withDialog", "plan"});
     }
 
     void stages()
     {
-        QFETCH(bool, withDialog);
-        QFETCH(QVector<StagePlan>, plan);
+        QFETCH(QByteArray, withDialog);
+        QFETCH(QByteArray, plan);
 
         QProgressDialog dialog;
         dialog.setAutoReset(false);
-        ProgressStepper stepper(withDialog ? &dialog : nullptr, 0, 100);
+        ProgressStepper stepper(withDialog == "1" ? &dialog : nullptr, 0, 100);
         QSignalSpy spy(&stepper, &ProgressStepper::progress);
 
         int previous = 0;
-        for (const StagePlan& stage : plan) {
+        for (const QByteArray& text : plan.split(',')) {
+            QVector<int> stage;
+            for (const QByteArray& number : text.simplified().split(' '))
+                stage << number.toInt();
             const int to = std::min(stage[1], 100);
             spy.clear();
             stepper.beginStage(QStringLiteral("Stage"), stage[0], stage[1], stage[2]);
@@ -57,7 +49,7 @@ private slots:
                 previous = value;
             }
             QCOMPARE(previous == to, stage[2] > 0 && stage[3] >= stage[2]);
-            if (withDialog)
+            if (withDialog == "1")
                 QCOMPARE(dialog.value(), previous);
         }
     }
