@@ -1,6 +1,5 @@
 #include "FileFixtures.h"
 #include "TestSupport.h"
-#include "app/HeadlessDocumentHost.h"
 #include "elements/CameraElement.h"
 #include "elements/ModeElement.h"
 #include "fileio/CameraFileSession.h"
@@ -67,8 +66,7 @@ QByteArray withModes(const QList<QByteArray>& a_names)
 // One open document, held as the editor holds it.
 struct Document
 {
-    HeadlessDocumentHost host;
-    CameraFileSession session{&host};
+    CameraFileSession session;
 
     QStringList modeNames()
     {
