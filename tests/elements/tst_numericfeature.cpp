@@ -91,6 +91,36 @@ private slots:
         QVERIFY(warnings.isEmpty());
     }
 
+    void copyConstruction()
+    {
+        HolderElement holder;
+        NumericFeature source(&holder);
+        source.setName("Exposure");
+        source.setRepresentationType(NumericFeature::RT_unsignedLong);
+        source.setMaximumValue(1e30);
+        source.setMinimumValue(5);
+        source.setFractionDigits(3);
+        source.setHasFractionDigits(true);
+        source.setMaxOccurs(4);
+        source.setDataSet(QVariantList{source.parseText("18446744073709551615"), source.parseText("12")});
+
+        std::unique_ptr<ValueFeatureElementBase> clone(source.cloneFeature(&holder));
+        auto* copy = qobject_cast<NumericFeature*>(clone.get());
+        QVERIFY(copy && !copy->widget());
+        for (const char* property :
+             {"representationType", "minimumValue", "maximumValue", "fractionDigits", "hasExplicitMinimum",
+              "hasExplicitMaximum", "hasFractionDigits", "maxOccurs", "name", "valueProperty"}) {
+            QCOMPARE(copy->property(property), source.property(property));
+        }
+        QCOMPARE((QStringList{copy->fileText(0), copy->fileText(1), copy->fileText(2)}),
+                 (QStringList{"18446744073709551615", "12", ""}));
+
+        source.setMinOccurs(0);
+        source.setMaxOccurs(0);
+        clone.reset(source.cloneFeature(&holder));
+        QCOMPARE(clone->instanceCount(), size_t(0));
+    }
+
     void keptSpinBoxReconfigured()
     {
         HolderElement holder;
