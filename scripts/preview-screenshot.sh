@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Takes docs/preview.png: the acquisition preview of the shipped simulated CoaXPress board with
 # examples/Example_CXP.lumex in mode "Default", acquiring, on a virtual X server (Xvfb) captured with
-# ImageMagick's import. The preview is the demo mode of the preview test program, built here in
-# build/screenshot unless ORVEX_PREVIEW_DEMO names an already built tst_preview.
+# ImageMagick's import. The preview is tools/preview-demo, built here in build/screenshot unless
+# ORVEX_PREVIEW_DEMO names an already built one.
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 output="${1:-$top/docs/preview.png}"
@@ -16,8 +16,8 @@ demo="${ORVEX_PREVIEW_DEMO:-}"
 if [ -z "$demo" ]; then
     build="$top/build/screenshot"
     cmake -S "$top" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
-    cmake --build "$build" --target tst_preview -j 2
-    demo="$build/bin/tst_preview"
+    cmake --build "$build" --target preview-demo -j 2
+    demo="$build/bin/preview-demo"
 fi
 
 work=$(mktemp -d)
@@ -39,8 +39,8 @@ for _ in $(seq 100); do
     sleep 0.1
 done
 
-DISPLAY=":$number" QT_QPA_PLATFORM=xcb ORVEX_SOURCE_DIR="$top" HOME="$work" \
-    "$demo" --demo 60 >"$work/demo.log" 2>&1 &
+DISPLAY=":$number" QT_QPA_PLATFORM=xcb HOME="$work" \
+    "$demo" "$top/config" "$top/examples/Example_CXP.lumex" Default 60 >"$work/demo.log" 2>&1 &
 demo_pid=$!
 for _ in $(seq 300); do
     grep -q "preview ready" "$work/demo.log" && break

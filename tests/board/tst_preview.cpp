@@ -2,7 +2,6 @@
 #include "FileFixtures.h"
 #include "TestSupport.h"
 #include "board/PreviewAcqIf.h"
-#include "board/QNBrdDisplayName.h"
 #include "board/ViewportFrameConverter.h"
 #include "board/ViewportImageView.h"
 #include "board/ViewportWindowQt.h"
@@ -12,19 +11,15 @@
 
 #include <QApplication>
 #include <QComboBox>
-#include <QPointer>
 #include <QPushButton>
 #include <QRegularExpression>
-#include <QScreen>
 #include <QSet>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
 
 #include <atomic>
-#include <cstdio>
 #include <memory>
 #include <thread>
 
@@ -417,41 +412,5 @@ private slots:
     }
 };
 
-// Besides the tests, "--demo <seconds>" shows a running preview of the shipped CoaXPress board, and
-// says "preview ready" on standard output once frames are on screen, for screenshots.
-int runDemo(int a_seconds)
-{
-    QNSimSetConfigDir(QFile::encodeName(OrvexTest::sourcePath("config")).constData());
-    QNSimReload();
-    const int board = QNBrdDisplayName::boards(BoardType::CoaXPress).value(0).boardNumber;
-    QPointer<Viewport::WindowQt> window = PreviewAcqIf::openPreview(
-        unsigned(board), OrvexTest::sourcePath("examples/Example_CXP.lumex"), "Default");
-    window->setWindowTitle("Example_CXP.lumex on Bd (" + QString::number(board) + ")");
-    window->setGeometry(QGuiApplication::primaryScreen()->availableGeometry());
-    window->show();
-    if (!window->acquisition()->start())
-        return 1;
-    QTimer ready;
-    QObject::connect(&ready, &QTimer::timeout, [&] {
-        if (window && !window->displayedImage().isNull() && window->acquisition()->framesDelivered() > 100) {
-            std::printf("preview ready\n");
-            std::fflush(stdout);
-            ready.stop();
-        }
-    });
-    ready.start(200);
-    QTimer::singleShot(a_seconds * 1000, window, &QWidget::close);
-    return QApplication::exec();
-}
-
-int main(int a_argc, char** a_argv)
-{
-    QApplication application(a_argc, a_argv);
-    if (a_argc == 3 && QByteArray(a_argv[1]) == "--demo")
-        return runDemo(QByteArray(a_argv[2]).toInt());
-    TestPreview test;
-    QTEST_SET_MAIN_SOURCE_PATH
-    return QTest::qExec(&test, a_argc, a_argv);
-}
-
+QTEST_MAIN(TestPreview)
 #include "tst_preview.moc"
