@@ -144,21 +144,17 @@ private slots:
     {
         QFETCH(QString, modes);
         QFETCH(QString, categories);
-        QFETCH(QString, script);
-        QFETCH(QString, expected);
-        QFETCH(QString, mode);
-        QFETCH(QString, category);
         QFETCH(QString, controls);
-        QFETCH(QString, messages);
-        const QStringList pages =
-            expected.replace("cat0", "setModeCategory 0").split(',', Qt::SkipEmptyParts);
+        const QStringList pages = OrvexTest::rowText("expected")
+                                      .replace("cat0", "setModeCategory 0")
+                                      .split(',', Qt::SkipEmptyParts);
 
         Document document(modes.toInt(), categories.toInt());
         QSignalSpy queued(document.element, &WindowElement::messageQueued);
         QCOMPARE(document.window.log.mid(0, 2),
                  (QStringList{"setUndoRedoEnabled 0 0", "setBackForwardEnabled 0 0"}));
         document.window.log.clear();
-        for (const QString& step : script.split(',', Qt::SkipEmptyParts))
+        for (const QString& step : OrvexTest::rowText("script").split(',', Qt::SkipEmptyParts))
             run(document, step);
         if (!controls.isEmpty()) {
             QString last = "0 0/0 0";
@@ -172,12 +168,13 @@ private slots:
         QStringList popped;
         for (QString title, text; document.element->popMessage(title, text);)
             popped << title + ": " + text;
-        QCOMPARE(popped.join("; "), messages);
+        QCOMPARE(popped.join("; "), OrvexTest::rowText("messages"));
         QCOMPARE(queued.count(), popped.size());
         QCOMPARE(document.window.calls(s_pageCalls), pages);
-        QCOMPARE(document.currentModeIndex(), mode.toInt());
+        QCOMPARE(document.currentModeIndex(), OrvexTest::rowText("mode").toInt());
         ModeElement* current = document.camera->currentMode();
-        QCOMPARE(current ? current->indexOfCategory(current->currentCategory()) : -1, category.toInt());
+        QCOMPARE(current ? current->indexOfCategory(current->currentCategory()) : -1,
+                 OrvexTest::rowText("category").toInt());
         // Exactly the page shown is active, and none was built to get there.
         const bool globalShown = !pages.isEmpty() && pages.last() == "setCameraMode";
         QCOMPARE(document.camera->globalCategory()->isActive(), globalShown);
@@ -193,22 +190,18 @@ private slots:
 
     void uniqueNames()
     {
-        QFETCH(QString, existing);
         QFETCH(QString, removed);
-        QFETCH(QString, positionText);
-        const int position = positionText.toInt();
-        QFETCH(QString, added);
-        QFETCH(QString, expected);
+        const int position = OrvexTest::rowText("positionText").toInt();
 
         Document document;
-        for (const QString& name : existing.split(' ', Qt::SkipEmptyParts))
+        for (const QString& name : OrvexTest::rowText("existing").split(' ', Qt::SkipEmptyParts))
             document.camera->appendMode(document.makeMode(name, 0));
         if (!removed.isEmpty())
             delete document.camera->modeByName(removed);
 
-        ModeElement* mode = document.makeMode(added, 0);
+        ModeElement* mode = document.makeMode(OrvexTest::rowText("added"), 0);
         const int at = document.camera->insertMode(position, mode);
-        QCOMPARE(mode->name(), expected);
+        QCOMPARE(mode->name(), OrvexTest::rowText("expected"));
         QCOMPARE(at, position < 0 ? document.camera->modeCount() - 1 : position);
         QCOMPARE(document.camera->mode(at), mode);
         // A mode renamed to the name it has keeps it.

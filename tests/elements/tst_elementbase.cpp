@@ -237,8 +237,6 @@ private slots:
 
     void raiseAndLower()
     {
-        QFETCH(QString, steps);
-        QFETCH(QString, states);
         HookElement root;
         TestElement mid(nullptr, &root);
         TestElement leaf(nullptr, &mid);
@@ -250,7 +248,7 @@ private slots:
                 .arg(a_raises ? leaf.raises : leaf.lowers);
         };
         QStringList noted;
-        for (const QString& step : steps.split(' ')) {
+        for (const QString& step : OrvexTest::rowText("steps").split(' ')) {
             if (step == "run") {
                 QCoreApplication::sendPostedEvents();
             } else if (step == "|") {
@@ -273,7 +271,7 @@ private slots:
                                    : element->lowerLater();
             }
         }
-        QCOMPARE(noted.join(' '), states);
+        QCOMPARE(noted.join(' '), OrvexTest::rowText("states"));
     }
 
     void enqueueDuringFlushStartsOneMorePass()
@@ -337,8 +335,6 @@ private slots:
     // Each change of the highlight state is announced once; setting the same state again says nothing.
     void highlightSignals()
     {
-        QFETCH(QString, calls);
-        QFETCH(QString, emitted);
         TestElement element(nullptr, nullptr);
         QStringList log;
         connect(&element, &WidgetElementBase::highlightActivated, this, [&] { log << "activated"; });
@@ -346,13 +342,13 @@ private slots:
         connect(&element, &WidgetElementBase::highlightTriggered, this,
                 [&](bool a_active) { log << QStringLiteral("triggered %1").arg(int(a_active)); });
 
-        for (const QString& call : calls.split(' ')) {
+        for (const QString& call : OrvexTest::rowText("calls").split(' ')) {
             call[0] == 'A' ? element.setHighlightActive(call[1] == '1')
                            : element.setHighlightInactive(call[1] == '1');
             if (call == "A1" || call == "I0")
                 QVERIFY(element.isHighlightActive());
         }
-        QCOMPARE(log.join(", "), emitted);
+        QCOMPARE(log.join(", "), OrvexTest::rowText("emitted"));
         QVERIFY(!element.isHighlightActive());
     }
 
@@ -471,12 +467,10 @@ private slots:
     {
         QFETCH(QString, widget);
         QFETCH(QString, before);
-        QFETCH(QString, countText);
-        const size_t count = countText.toULongLong();
+        const size_t count = OrvexTest::rowText("countText").toULongLong();
         QFETCH(QString, operation);
         QFETCH(QString, after);
         QFETCH(QString, values);
-        QFETCH(QString, signalLog);
         HolderElement holder;
         auto feature = makeFeature(&holder, before, count, widget);
         QStringList log;
@@ -518,7 +512,7 @@ private slots:
 
         for (const QString& request : feature->requests)
             log << "ask " + request;
-        QCOMPARE(log.join(','), signalLog);
+        QCOMPARE(log.join(','), OrvexTest::rowText("signalLog"));
         const QStringList expectedValues = values.split(' ', Qt::SkipEmptyParts);
         QCOMPARE(feature->values, expectedValues);
         QCOMPARE(QList<size_t>({feature->instanceCount(), feature->minOccurs(), feature->maxOccurs()}),
@@ -535,20 +529,17 @@ private slots:
     void widgetStructure()
     {
         QFETCH(QString, occurs);
-        QFETCH(QString, parentHasWidget);
-        QFETCH(QString, toggle);
-        QFETCH(QString, buttons);
         HolderElement holder;
-        if (parentHasWidget == "true")
+        if (OrvexTest::rowText("parentHasWidget") == "true")
             holder.setWidget(new QWidget);
         auto feature = makeFeature(&holder, occurs, std::max<size_t>(bounds(occurs).first, 1));
 
-        QCOMPARE(feature->isToggleFeature(), toggle == "true");
+        QCOMPARE(feature->isToggleFeature(), OrvexTest::rowText("toggle") == "true");
         QVERIFY(feature->name() == "TapGeometry" && feature->isAttribute());
         QWidget* widget = feature->createWidget();
         QCOMPARE(feature->createWidget(), widget);
         QCOMPARE(widget->parentWidget(), holder.widget());
-        checkRows(*feature, buttons == "true");
+        checkRows(*feature, OrvexTest::rowText("buttons") == "true");
 
         FeatureInstanceRecord* record = feature->instanceRecord(0);
         QPointer<QWidget> old = record->valueWidget();

@@ -215,7 +215,6 @@ private slots:
     void memberRows()
     {
         QFETCH(QString, occurs);
-        QFETCH(QString, annotation);
         QFETCH(QString, toolTip);
         QFETCH(QString, click);
         const bool present = OrvexTest::rowFlag("present"), framed = OrvexTest::rowFlag("framed");
@@ -232,7 +231,7 @@ private slots:
         memberTemplate->setName("Gain");
         memberTemplate->setMaxOccurs(maxOccurs);
         memberTemplate->setMinOccurs(minOccurs);
-        memberTemplate->setAnnotation(annotation);
+        memberTemplate->setAnnotation(OrvexTest::rowText("annotation"));
         memberTemplate->setEnabled(present);
         list->setFramed(addedToShownForm ? !framed : framed);
         if (addedToShownForm)
@@ -383,7 +382,6 @@ private slots:
 
     void highlightAggregation()
     {
-        QFETCH(QString, steps);
 
         QStringList log;
         HolderElement holder;
@@ -394,7 +392,7 @@ private slots:
         const QPointer<Probe<BooleanFeature>> a = static_cast<Probe<BooleanFeature>*>(list->member(0, 0));
         const QPointer<Probe<BooleanFeature>> b = static_cast<Probe<BooleanFeature>*>(list->member(1, 0));
 
-        for (const QString& step : steps.split(' ')) {
+        for (const QString& step : OrvexTest::rowText("steps").split(' ')) {
             if (step[0] == 'r')
                 QVERIFY(list->removeInstance(0));
             else
@@ -454,8 +452,6 @@ private slots:
     void userActions()
     {
         QFETCH(QString, bounds);
-        QFETCH(QString, action);
-        QFETCH(QString, log);
 
         QStringList requests;
         HolderElement holder;
@@ -468,7 +464,7 @@ private slots:
         QAbstractItemModelTester tester(model, QAbstractItemModelTester::FailureReportingMode::QtTest);
         QSignalSpy changes(model, &QAbstractItemModel::dataChanged);
 
-        const QStringList words = action.split(' ');
+        const QStringList words = OrvexTest::rowText("action").split(' ');
         bool accepted = true;
         if (words[0] == "click") {
             const QModelIndex index = model->index(words[1].toInt(), words[2].toInt());
@@ -523,7 +519,7 @@ private slots:
             requests << "refused";
         if (tree->dragEnabled())
             requests << "drag";
-        QCOMPARE((requests << labels(model)).join(" / "), log);
+        QCOMPARE((requests << labels(model)).join(" / "), OrvexTest::rowText("log"));
         QCOMPARE(model->index(0, 2).data().toInt(), 1);
     }
 
@@ -536,8 +532,6 @@ private slots:
     void directInstanceChanges()
     {
         QFETCH(QString, change);
-        QFETCH(QString, rows);
-        QFETCH(QString, firstRow);
 
         QStringList log;
         HolderElement holder;
@@ -579,11 +573,11 @@ private slots:
             }
             return shown.join(' ');
         };
-        QCOMPARE(shownRows(), rows);
+        QCOMPARE(shownRows(), OrvexTest::rowText("rows"));
         // Lets the editor's delayed select-all (20 ms after it opened) fire on whatever the change left.
         QTest::qWait(30);
         QCOMPARE(model->rowCount(), int(table->instanceCount()) + 1);
-        QCOMPARE(first.isValid() ? first.row() : -1, firstRow.toInt());
+        QCOMPARE(first.isValid() ? first.row() : -1, OrvexTest::rowText("firstRow").toInt());
         QVERIFY(!first.isValid() || first.data() == "a");
         if (words[0] == "value" || words[0] == "highlight")
             QVERIFY(!changes.isEmpty() && changes.last().at(0).toModelIndex().row() == int(instance));

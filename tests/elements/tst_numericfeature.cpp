@@ -38,7 +38,6 @@ private slots:
 
     void spinBoxConfiguration()
     {
-        QFETCH(QString, writes);
         QFETCH(QString, minimum);
         QFETCH(QString, maximum);
         QFETCH(QString, decimals);
@@ -46,7 +45,7 @@ private slots:
         HolderElement holder;
         Feature feature(&holder);
         feature.setMaxOccurs(3);
-        for (const QString& write : writes.split(' ', Qt::SkipEmptyParts))
+        for (const QString& write : OrvexTest::rowText("writes").split(' ', Qt::SkipEmptyParts))
             QVERIFY2(feature.setProperty(write.section('=', 0, 0).toLatin1(), write.section('=', 1)),
                      qPrintable(write));
         // One instance made before the settings, one after them, one after the widget: all alike.
@@ -148,15 +147,12 @@ private slots:
 
     void userTyping()
     {
-        QFETCH(QString, type);
-        QFETCH(QString, stored);
         QFETCH(QString, typed);
-        QFETCH(QString, pushes);
         QFETCH(QString, fileText);
         HolderElement holder;
         Feature feature(&holder);
-        feature.setRepresentationType(typeNamed(type));
-        feature.setValue(0, feature.parseText(stored));
+        feature.setRepresentationType(typeNamed(OrvexTest::rowText("type")));
+        feature.setValue(0, feature.parseText(OrvexTest::rowText("stored")));
         QVERIFY(holder.show(feature));
         QDoubleSpinBox* box = spinBox(feature, 0);
         QSignalSpy changes(&feature, &ValueFeatureElementBase::valueChanged);
@@ -169,7 +165,7 @@ private slots:
         QTest::keyClick(box, Qt::Key_Enter);
         QTest::keyClick(box, Qt::Key_Enter);
 
-        QCOMPARE(feature.pushes.join(','), pushes);
+        QCOMPARE(feature.pushes.join(','), OrvexTest::rowText("pushes"));
         QCOMPARE(changes.count(), feature.pushes.size());
         QCOMPARE(feature.fileText(0), fileText);
         // Kept in the same form as a value read from a file.
@@ -181,10 +177,7 @@ private slots:
     void fileTexts()
     {
         QFETCH(QString, type);
-        QFETCH(QString, text);
         QFETCH(QString, fileText);
-        QFETCH(QString, displayText);
-        QFETCH(QString, within);
         HolderElement holder;
         NumericFeature feature(&holder);
         feature.setRepresentationType(typeNamed(type.section(' ', 0, 0)));
@@ -194,15 +187,15 @@ private slots:
         }
 
         bool ok = true;
-        const QVariant parsed = feature.parseText(text, &ok);
+        const QVariant parsed = feature.parseText(OrvexTest::rowText("text"), &ok);
         QCOMPARE(ok, !fileText.isEmpty());
         QCOMPARE(parsed.isValid(), ok);
         if (!ok)
             return;
         feature.setValue(0, parsed);
         QCOMPARE(feature.fileText(0), fileText);
-        QCOMPARE(feature.displayText(), displayText);
-        QCOMPARE(feature.isWithinRange(parsed), within == "true");
+        QCOMPARE(feature.displayText(), OrvexTest::rowText("displayText"));
+        QCOMPARE(feature.isWithinRange(parsed), OrvexTest::rowText("within") == "true");
         // What is written reads back to the very same value.
         const QVariant reread = feature.parseText(fileText);
         QCOMPARE(reread.userType(), parsed.userType());

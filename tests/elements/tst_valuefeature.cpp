@@ -135,8 +135,7 @@ private slots:
         QFETCH(QString, fixed);
         QFETCH(QString, observers);
         QFETCH(QString, edit);
-        QFETCH(QString, pushText);
-        const QStringList pushes = pushText.split("; ", Qt::SkipEmptyParts);
+        const QStringList pushes = OrvexTest::rowText("pushText").split("; ", Qt::SkipEmptyParts);
         HolderElement holder;
         TestValueFeature feature(&holder);
         feature.setMaxOccurs(2);
@@ -183,9 +182,6 @@ private slots:
     void directChanges()
     {
         QFETCH(QString, widget);
-        QFETCH(QString, operations);
-        QFETCH(QString, result);
-        QFETCH(QString, changed);
         HolderElement holder;
         TestValueFeature feature(&holder);
         feature.setMaxOccurs(5);
@@ -198,7 +194,7 @@ private slots:
         connect(&feature, &ValueFeatureElementBase::valueChanged, this,
                 [&](size_t a_index) { changedLog << QString::number(a_index); });
 
-        for (const QString& operation : operations.split(';')) {
+        for (const QString& operation : OrvexTest::rowText("operations").split(';')) {
             const QStringList words = operation.split(' ');
             const size_t first = words[1].toULongLong();
             const QVariantList arguments = values(words.last());
@@ -213,10 +209,10 @@ private slots:
                                             words[0] == "dataSet" ? arguments : arguments.value(0)));
         }
 
-        const QStringList expected = result.split(',');
+        const QStringList expected = OrvexTest::rowText("result").split(',');
         QCOMPARE(feature.dataSet().toStringList(), expected);
         QVERIFY(feature.property("value") == expected[0] && feature.property("displayText") == expected[0]);
-        QCOMPARE(changedLog.join(' '), changed);
+        QCOMPARE(changedLog.join(' '), OrvexTest::rowText("changed"));
         QVERIFY(feature.pushes.isEmpty());
         for (size_t i = 0; i < feature.instanceCount(); ++i) {
             QCOMPARE(feature.edit(i) != nullptr, widget != "none");
@@ -250,10 +246,7 @@ private slots:
     {
         QFETCH(QString, fixed);
         QFETCH(QString, fileValue);
-        QFETCH(QString, switchOffAndOn);
-        QFETCH(QString, clicks);
-        QFETCH(QString, pushText);
-        const QStringList pushes = pushText.split("; ", Qt::SkipEmptyParts);
+        const QStringList pushes = OrvexTest::rowText("pushText").split("; ", Qt::SkipEmptyParts);
         HolderElement holder;
         Recording<BooleanFeature> feature(&holder);
         feature.setMinOccurs(0);
@@ -262,7 +255,7 @@ private slots:
         feature.setValueFromText(0, fileValue);
         QVERIFY(holder.show(feature));
         QPointer<QCheckBox> checkBox = qobject_cast<QCheckBox*>(feature.valueWidget(0));
-        if (switchOffAndOn == "true") {
+        if (OrvexTest::rowText("switchOffAndOn") == "true") {
             // The check box waits, unseen, for the next instance, which starts from false again.
             QVERIFY(feature.setProperty("enabled", false) && feature.setProperty("enabled", true));
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -270,7 +263,7 @@ private slots:
             QTRY_VERIFY(checkBox->isVisible());
         }
 
-        for (int i = 0; i < clicks.toInt(); ++i)
+        for (int i = 0; i < OrvexTest::rowText("clicks").toInt(); ++i)
             QTest::mouseClick(checkBox, Qt::LeftButton);
         const bool checked = pushes.isEmpty() ? QVariant(fixed.isEmpty() ? fileValue : fixed).toBool()
                                               : pushes.last().endsWith("true");
@@ -292,10 +285,7 @@ private slots:
         QFETCH(QString, fileValue);
         QFETCH(QString, shownFirst);
         QFETCH(QString, key);
-        QFETCH(QString, undo);
         QFETCH(QString, stored);
-        QFETCH(QString, shown);
-        QFETCH(QString, pushed);
         HolderElement holder;
         Recording<EnumerationFeature> feature(&holder);
         feature.setFixedValue(fixed.isEmpty() ? QVariant() : fixed);
@@ -316,15 +306,15 @@ private slots:
 
         if (!key.isEmpty())
             QTest::keyClick(comboBox, OrvexTest::keyNamed(key));
-        if (undo == "true")
+        if (OrvexTest::rowText("undo") == "true")
             feature.setValue(0, fileValue);
 
         QCOMPARE(feature.displayText(), stored);
-        QCOMPARE(comboBox->currentText(), shown);
+        QCOMPARE(comboBox->currentText(), OrvexTest::rowText("shown"));
         QCOMPARE(comboBox->currentData().toString(), stored);
         QStringList items{"Auto", "Manual -- by hand", "Off"};
         QCOMPARE(itemTexts(comboBox), stored == "Legacy" ? items << "Legacy" : items);
-        QCOMPARE(feature.pushes.join(','), pushed);
+        QCOMPARE(feature.pushes.join(','), OrvexTest::rowText("pushed"));
     }
 
     void typingRestrictions_data() { OrvexTest::addTextRows("tests/elements/data/stringfeature/typing.txt"); }
@@ -333,14 +323,10 @@ private slots:
     {
         QFETCH(QString, pattern);
         QFETCH(QString, lengthText);
-        QFETCH(QString, typed);
-        QFETCH(QString, keptText);
-        QFETCH(QString, shown);
-        QFETCH(QString, validatedText);
         const int lengthMax =
             lengthText.isEmpty() ? int(StringFeature::DefaultLengthMax) : lengthText.toInt();
-        const bool whileKept = keptText == "true";
-        const bool validated = validatedText == "true";
+        const bool whileKept = OrvexTest::rowText("keptText") == "true";
+        const bool validated = OrvexTest::rowText("validatedText") == "true";
         Scene scene(2);
         QVERIFY(scene.holder.show(scene.feature, true));
         scene.feature.setStringPattern(schemaPattern("[0-9]+"));
@@ -358,8 +344,8 @@ private slots:
             QVERIFY(!old[i]);
         for (size_t i = 0; i < 3; ++i) {
             QLineEdit* edit = scene.edit(i);
-            QTest::keyClicks(edit, typed);
-            QCOMPARE(edit->text(), shown);
+            QTest::keyClicks(edit, OrvexTest::rowText("typed"));
+            QCOMPARE(edit->text(), OrvexTest::rowText("shown"));
             QCOMPARE(edit->maxLength(), lengthMax);
             auto* validator = qobject_cast<const QRegExpValidator*>(edit->validator());
             QCOMPARE(validator != nullptr, validated);
@@ -384,26 +370,22 @@ private slots:
     void valueTakenWhenEditingFinishes()
     {
         QFETCH(QString, fixed);
-        QFETCH(QString, pattern);
         QFETCH(QString, lengthText);
-        QFETCH(QString, loaded);
         QFETCH(QString, typed);
-        QFETCH(QString, finishText);
         const int lengthMax =
             lengthText.isEmpty() ? int(StringFeature::DefaultLengthMax) : lengthText.toInt();
-        const Qt::Key finish = OrvexTest::keyNamed(finishText);
+        const Qt::Key finish = OrvexTest::keyNamed(OrvexTest::rowText("finishText"));
         QFETCH(QString, value);
-        QFETCH(QString, shown);
         Scene scene(2);
         NamesModel model;
-        scene.feature.setStringPattern(schemaPattern(pattern));
+        scene.feature.setStringPattern(schemaPattern(OrvexTest::rowText("pattern")));
         scene.feature.setStringLengthMax(lengthMax);
         if (!fixed.isEmpty())
             scene.feature.setFixedValue(fixed);
         QVERIFY(scene.holder.show(scene.feature, true));
         scene.feature.setCompleterModel(&model);
         QVERIFY(scene.feature.insertInstance(FeatureElementBase::NoIndex));
-        scene.feature.setValue(2, loaded);
+        scene.feature.setValue(2, OrvexTest::rowText("loaded"));
         const QString start = scene.feature.value(2).toString();
         QLineEdit* edit = scene.edit(2);
         QCOMPARE(edit->isReadOnly(), !fixed.isEmpty());
@@ -437,7 +419,7 @@ private slots:
         QCOMPARE(scene.feature.pushes, value == start
                                            ? QStringList()
                                            : QStringList{QStringLiteral("2: %1 -> %2").arg(start, value)});
-        QCOMPARE(edit->text(), shown);
+        QCOMPARE(edit->text(), OrvexTest::rowText("shown"));
         QCOMPARE(scene.feature.value(0).toString(), fixed);
         std::unique_ptr<StringFeature> clone(
             static_cast<StringFeature*>(scene.feature.cloneFeature(&scene.holder)));

@@ -59,14 +59,19 @@ void addTextRows(const QString& a_relative)
     }
 }
 
+QString rowText(const char* a_name)
+{
+    return *static_cast<QString*>(QTest::qData(a_name, qMetaTypeId<QString>()));
+}
+
 bool rowFlag(const char* a_name)
 {
-    return *static_cast<QString*>(QTest::qData(a_name, qMetaTypeId<QString>())) == QLatin1String("true");
+    return rowText(a_name) == QLatin1String("true");
 }
 
 int rowNumber(const char* a_name)
 {
-    return static_cast<QString*>(QTest::qData(a_name, qMetaTypeId<QString>()))->toInt();
+    return rowText(a_name).toInt();
 }
 
 Qt::Key keyNamed(const QString& a_name)
