@@ -1,3 +1,5 @@
+#include "BoardFixtures.h"
+#include "FileFixtures.h"
 #include "TestSupport.h"
 
 #include <QDir>
@@ -11,8 +13,7 @@ namespace {
 
 QString contents(const QString& a_path)
 {
-    QFile file(a_path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    return QString::fromUtf8(OrvexTest::fileBytes(a_path));
 }
 
 struct Run
@@ -47,9 +48,7 @@ class TestOrvexTool : public QObject
 
     void write(const QString& a_name, const QString& a_text) const
     {
-        QFile file(m_dir.filePath(a_name));
-        QVERIFY(QDir().mkpath(QFileInfo(file).path()) && file.open(QIODevice::WriteOnly));
-        file.write(a_text.toUtf8());
+        QVERIFY(OrvexTest::writeFile(m_dir.filePath(a_name), a_text.toUtf8()));
     }
 
 private slots:
