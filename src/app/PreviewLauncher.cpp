@@ -14,6 +14,21 @@
 
 namespace Orvex {
 
+namespace {
+
+PreviewLauncher::Opener& opener()
+{
+    static PreviewLauncher::Opener s_opener;
+    return s_opener;
+}
+
+} // namespace
+
+void PreviewLauncher::setOpener(Opener a_opener)
+{
+    opener() = std::move(a_opener);
+}
+
 QWidget* PreviewLauncher::launch(QWidget* a_parent, CameraElement* a_camera, const QString& a_filePath,
                                  int a_preferredBoard)
 {
@@ -41,7 +56,8 @@ QWidget* PreviewLauncher::launch(QWidget* a_parent, CameraElement* a_camera, con
     try {
         if (boardNumber < 0)
             throw QNExceptionBase("No frame grabber board that can run this camera file is installed.", 0);
-        Viewport::WindowQt* preview = PreviewAcqIf::openPreview(unsigned(boardNumber), a_filePath, modeName);
+        QWidget* preview = opener() ? opener()(unsigned(boardNumber), a_filePath, modeName)
+                                    : PreviewAcqIf::openPreview(unsigned(boardNumber), a_filePath, modeName);
         preview->setWindowTitle(QFileInfo(a_filePath).fileName() + QStringLiteral(" on ") + boardName);
         preview->show();
         return preview;

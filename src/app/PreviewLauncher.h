@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 class QString;
 class QWidget;
 
@@ -19,6 +21,11 @@ public:
                            int a_preferredBoard);
     // Stops the preview's acquisition when it runs, then closes (and so deletes) the preview.
     static void close(QWidget* a_preview);
+
+    // What opens the preview once board and mode are chosen; tests put their own in place to raise
+    // the failures a real driver raises only on broken hardware. Null restores the driver's.
+    using Opener = std::function<QWidget*(unsigned a_board, const QString& a_file, const QString& a_mode)>;
+    static void setOpener(Opener a_opener);
 };
 
 } // namespace Orvex

@@ -3,6 +3,7 @@
 #include "TestSupport.h"
 #include "WindowFixtures.h"
 #include "app/CameraTreeModel.h"
+#include "app/PreviewLauncher.h"
 #include "app/Window.h"
 #include "app/WindowDocumentsPage.h"
 #include "board/QNBrdModeOpenDialog.h"
@@ -12,6 +13,7 @@
 #include "elements/ElementBaseDelayQueue.h"
 #include "elements/ModeElement.h"
 #include "elements/WindowElement.h"
+#include "model/OperationCanceledException.h"
 #include "widgets/DialogSeam.h"
 
 #include <QAction>
@@ -123,6 +125,7 @@ private slots:
 
     void cleanup()
     {
+        PreviewLauncher::setOpener(nullptr);
         m_window.reset();
         // The previews closed with the window go before the next one opens on the same board.
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -220,6 +223,13 @@ private slots:
                         data->setUrls(data->urls()
                                       << QUrl::fromLocalFile(copyExample(m_dir->filePath(name))));
                 dragOntoRow(*m_window, data.get(), step.section(',', 1).toInt());
+            } else if (step.startsWith("T:")) {
+                // Failures no simulated board raises: one of the editor's own, and one of no known kind.
+                PreviewLauncher::setOpener([arg](unsigned, const QString&, const QString&) -> QWidget* {
+                    if (arg == "app")
+                        ORVEX_THROW(OperationCanceledException, "stopped");
+                    throw 7;
+                });
             } else if (step == "P") {
                 openPreview(seen);
             } else
