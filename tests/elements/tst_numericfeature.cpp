@@ -201,6 +201,26 @@ private slots:
         QCOMPARE(reread.userType(), parsed.userType());
         QCOMPARE(NumericFeature::formatValue(reread, feature.representationType()), fileText);
     }
+
+    void maxSize()
+    {
+        HolderElement holder;
+        NumericFeature byteFeature(&holder);
+        byteFeature.setRepresentationType(NumericFeature::RT_byte);
+        NumericFeature doubleFeature(&holder);
+        QVERIFY(holder.show(byteFeature) && holder.show(doubleFeature));
+
+        const QSize size = doubleFeature.maxSize();
+        QVERIFY(byteFeature.maxSize().width() < size.width());
+        auto* box = doubleFeature.widget()->findChild<QDoubleSpinBox*>();
+        // The whole text of the largest value, all 309 digits and the decimals.
+        QVERIFY(size.width() > box->fontMetrics().horizontalAdvance(box->textFromValue(DBL_MAX)));
+
+        QFont font = doubleFeature.widget()->font();
+        font.setPointSize(font.pointSize() * 2);
+        doubleFeature.widget()->setFont(font);
+        QVERIFY(doubleFeature.maxSize().width() > size.width());
+    }
 };
 
 QTEST_MAIN(TestNumericFeature)
