@@ -401,6 +401,28 @@ private slots:
         }
     }
 
+    void raiseLower()
+    {
+        HolderElement holder;
+        auto* list = new FeatureListFeature(&holder);
+        addMixedMembers(list);
+        const auto membersRaised = [list](bool a_raised) {
+            for (FeatureElementBase* member : list->members()) {
+                if (member->isRaised() != a_raised)
+                    return false;
+            }
+            return !list->memberTemplates()[0]->isRaised();
+        };
+
+        // A member raises the list, which raises its page and all its members.
+        list->member(0, 1)->raise();
+        QVERIFY(list->isRaised() && holder.isRaised() && membersRaised(true));
+        list->lower();
+        QVERIFY(!list->isRaised() && holder.isRaised() && membersRaised(false));
+        list->raise();
+        QVERIFY(membersRaised(true));
+    }
+
     // Every cell as a view asks for it, against tests/elements/data/featuretable/model.txt: the copy a new
     // mode or a cloned row gets must show the very same.
     void modelDump()
