@@ -14,8 +14,11 @@
 #include <QMouseEvent>
 #include <QPropertyAnimation>
 #include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
+#include <QVBoxLayout>
 #include <functional>
 #include <memory>
 
@@ -388,6 +391,33 @@ private slots:
         QVERIFY(element.isHighlightActive());
         QCOMPARE(activated.count(), 2);
         QTRY_COMPARE(deactivated.count(), 2);
+    }
+
+    void highlightScrollsFirstContainerIntoView()
+    {
+        for (const int first : {0, 49}) {
+            const bool scrolls = first > 0;
+            TestElement element(nullptr, nullptr);
+            QScrollArea area;
+            area.resize(300, 300);
+            auto* content = new QWidget;
+            auto* layout = new QVBoxLayout(content);
+            QList<QWidget*> containers;
+            for (int i = 0; i < 50; ++i) {
+                containers << new QWidget;
+                containers.last()->setFixedHeight(100);
+                layout->addWidget(containers.last());
+            }
+            area.setWidget(content);
+            area.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&area));
+
+            element.highlightContainers({containers[first], containers[5]});
+            QCOMPARE(area.verticalScrollBar()->value() > 0, scrolls);
+            const QRect container(containers[first]->mapTo(area.viewport(), QPoint(0, 0)),
+                                  containers[first]->size());
+            QVERIFY(area.viewport()->rect().contains(container));
+        }
     }
 
     void dragFilter_data()
