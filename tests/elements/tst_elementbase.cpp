@@ -34,7 +34,8 @@ public:
     using ElementBase::ElementBase;
 
     const WindowElement* windowElement() const override { return nullptr; }
-    WindowElement* windowElement() override { return nullptr; }
+    // Any recognisable address will do; nothing dereferences it.
+    WindowElement* windowElement() override { return reinterpret_cast<WindowElement*>(this); }
 
     int raises = 0;
     int lowers = 0;
@@ -331,6 +332,38 @@ private slots:
         QVERIFY(survivor.isRaised());
         QCOMPARE(s_messages, QStringList({"debug Unknown operation type with ID = 2.",
                                           "debug Unknown operation type with ID = -1."}));
+    }
+
+    // Raising passes on to the parent element; lowering takes the focus from the widget.
+    void widgetRaiseAndLower()
+    {
+        HookElement root;
+        TestElement element(nullptr, &root);
+        QWidget window;
+        auto* layout = new QVBoxLayout(&window);
+        auto* edit = new QLineEdit;
+        layout->addWidget(edit);
+        layout->addWidget(new QLineEdit);
+        element.setWidget(edit);
+        window.show();
+        QApplication::setActiveWindow(&window);
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        edit->setFocus();
+        QTRY_VERIFY(edit->hasFocus());
+
+        element.raise();
+        QVERIFY(root.isRaised() && edit->hasFocus());
+        element.lower();
+        QVERIFY(!edit->hasFocus() && root.isRaised());
+        element.setWidget(nullptr);
+        element.raise();
+        element.lower();
+
+        // The window element is asked of the parent chain, in its writable form even from a const one.
+        TestElement feature(&element, &element);
+        QCOMPARE(static_cast<const TestElement&>(feature).windowElement(),
+                 reinterpret_cast<WindowElement*>(&root));
+        QVERIFY(!TestElement(nullptr, nullptr).windowElement());
     }
 
     void highlightSignals_data() { OrvexTest::addTextRows("tests/elements/data/elementbase/highlight.txt"); }
