@@ -283,6 +283,27 @@ private slots:
         }
     }
 
+    // The camera's standard comes from its global "standard" feature, in any case.
+    void cameraStandard()
+    {
+        const QList<QPair<QString, int>> cases{{"coaxpress", CameraElement::StandardCoaXPress},
+                                               {"CAMERALINK", CameraElement::StandardCameraLink},
+                                               {"GigE", CameraElement::StandardUnknown},
+                                               {QString(), CameraElement::StandardUnknown}};
+        for (const auto& [value, expected] : cases) {
+            Document document;
+            if (!value.isNull()) {
+                auto* standard = new EnumerationFeature(document.camera->globalCategory());
+                standard->setName("standard");
+                standard->addEntry("CameraLink");
+                standard->addEntry("CoaXPress");
+                standard->setValue(value);
+                QVERIFY(document.camera->globalCategory()->addFeature(standard));
+            }
+            QVERIFY2(document.camera->standard() == expected, qPrintable(value));
+        }
+    }
+
     void cloneMode()
     {
         Document document(1, 3);
