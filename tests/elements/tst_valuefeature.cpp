@@ -10,6 +10,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QGraphicsColorizeEffect>
+#include <QLayout>
 #include <QLineEdit>
 #include <QRegExpValidator>
 #include <QRegularExpression>
@@ -315,6 +316,54 @@ private slots:
         QStringList items{"Auto", "Manual -- by hand", "Off"};
         QCOMPARE(itemTexts(comboBox), stored == "Legacy" ? items << "Legacy" : items);
         QCOMPARE(feature.pushes.join(','), OrvexTest::rowText("pushed"));
+    }
+
+    void sizesAndClones()
+    {
+        class NullObserver : public ValueFeatureObserverBase
+        {
+            void observeValueChange(ValueFeatureElementBase*, size_t, const QVariant&, QVariant&) override {}
+        } observer;
+        for (bool boolean : {true, false}) {
+            HolderElement holder;
+            auto* enumeration = boolean ? nullptr : new EnumerationFeature(&holder);
+            ValueFeatureElementBase* feature = enumeration;
+            if (boolean) {
+                feature = new BooleanFeature(&holder);
+            } else {
+                enumeration->addEntry("Auto");
+                enumeration->addEntry("Manual", "set by hand, at length");
+            }
+            feature->setName("Template");
+            feature->setMaxOccurs(3);
+            feature->setDataSet(boolean ? QVariantList{"1", false} : QVariantList{"Auto", "Legacy"});
+            feature->addObserver(&observer);
+            QVERIFY(holder.show(*feature));
+
+            // Wide enough for every value the widget can show, and in the widget's font.
+            const QSize size = feature->maxSize();
+            QWidget* valueWidget =
+                feature->widget()->layout()->itemAt(0)->widget()->layout()->itemAt(0)->widget();
+            for (const QVariant& value :
+                 boolean ? QVariantList{true, false} : QVariantList{"Auto", "Manual"}) {
+                feature->setValue(0, value);
+                QVERIFY(size.width() >= valueWidget->sizeHint().width());
+            }
+            QFont font = feature->widget()->font();
+            font.setPointSize(font.pointSize() * 3);
+            feature->widget()->setFont(font);
+            QVERIFY(feature->maxSize().height() > size.height());
+
+            feature->setFixedValue(boolean ? QVariant(true) : QVariant("Legacy"));
+            std::unique_ptr<ValueFeatureElementBase> clone(feature->cloneFeature(&holder));
+            QVERIFY(clone->metaObject() == feature->metaObject() && clone->parent() == &holder &&
+                    !clone->widget());
+            QVERIFY(clone->name() == "Template" && clone->id() != feature->id() && clone->maxOccurs() == 3);
+            QVERIFY(clone->dataSet() == feature->dataSet() && clone->fixedValue() == feature->fixedValue());
+            QCOMPARE(clone->observers(), QList<ValueFeatureObserverBase*>{&observer});
+            // Measured in the application's font, as the original was before, so with the same entries.
+            QCOMPARE(clone->maxSize(), size);
+        }
     }
 
     void typingRestrictions_data() { OrvexTest::addTextRows("tests/elements/data/stringfeature/typing.txt"); }
