@@ -93,10 +93,9 @@ void fill(FeatureElementBase* a_feature, size_t a_row = 0)
 
 QString defaultSchema()
 {
-    return QFileInfo(QFileInfo(QStringLiteral(__FILE__))
-                         .dir()
-                         .filePath(QStringLiteral("../config/Pld/LUMEX-CXP.xsd")))
-        .absoluteFilePath();
+    // The source tree's copy: benchmarks run from any build folder, and a compiler cache may hand
+    // out relative source names.
+    return QStringLiteral(ORVEX_SOURCE_DIR "/config/Pld/LUMEX-CXP.xsd");
 }
 
 int generateCameraFile(const QString& a_schema, int a_modes, const QString& a_output)
