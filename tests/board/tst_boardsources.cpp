@@ -424,21 +424,6 @@ private slots:
         }
         QCOMPARE(dialog.result(), int(QDialog::Accepted));
     }
-    void dec2hex_data() { OrvexTest::addTableRows("tests/board/data/dec2hex.txt", {"typed", "stored"}); }
-
-    void dec2hex()
-    {
-        QFETCH(QByteArray, typed);
-        Dec2HexValueObserver observer;
-        HolderElement holder;
-        StringFeature feature(&holder);
-        feature.addObserver(&observer);
-        QSignalSpy changes(&feature, &ValueFeatureElementBase::valueChanged);
-        feature.userSetValue(0, QString(typed));
-        QCOMPARE(feature.stringValue(), QString(OrvexTest::field("stored")));
-        QCOMPARE(changes.count(), typed.isEmpty() ? 0 : 1);
-    }
-
     void addressTable_data()
     {
         OrvexTest::addTableRows("tests/board/data/register-names.txt", {"board", "names", "lookup", "id"});
@@ -526,9 +511,10 @@ private slots:
         QNBrdRegsValueObserver boardObserver(&addressModel);
         QNCxpRegsValueObserver cameraObserver(&source);
         source.setBoard(board == "none" ? QNBrdDataSource::noBoard : board.toUInt());
-        RegisterWrites writes(OrvexTest::field("kind") == "camera"
-                                  ? QList<ValueFeatureObserverBase*>{&dec2hex, &cameraObserver}
-                                  : QList<ValueFeatureObserverBase*>{&boardObserver});
+        const QByteArray kind = OrvexTest::field("kind");
+        RegisterWrites writes(kind == "camera" ? QList<ValueFeatureObserverBase*>{&dec2hex, &cameraObserver}
+                              : kind == "decimal" ? QList<ValueFeatureObserverBase*>{&dec2hex}
+                                                  : QList<ValueFeatureObserverBase*>{&boardObserver});
         QSignalSpy dataChanges(writes.member(1, "data"), &ValueFeatureElementBase::valueChanged);
 
         writes.member(1, "address")->userSetValue(0, QString(OrvexTest::field("typed")));

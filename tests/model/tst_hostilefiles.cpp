@@ -215,8 +215,6 @@ void TestHostileFiles::loadsOrRefuses_data()
         sharedFile.left(sharedFile.indexOf("<modes>")) + modes + "</modes></camera></quarnel_config>",
         {QString::number(s_manyModes), "Default", "Mode1", "Mode1999"}, "<mode name=\"Mode1999\"/>",
         shared + QStringLiteral(".xsd"));
-    row("two modes of one name", withModes({"Twin", "Twin"}),
-        {"BadModeException", R"(The camera mode name "Twin" is used by more than one mode.)"});
     row("two modes of one 1 MB name", withModes({QByteArray(1024 * 1024, 'm'), QByteArray(1024 * 1024, 'm')}),
         {"BadModeException", "is used by more than one mode."});
     row("markup characters in mode names",
