@@ -69,11 +69,6 @@ bool rowFlag(const char* a_name)
     return rowText(a_name) == QLatin1String("true");
 }
 
-int rowNumber(const char* a_name)
-{
-    return rowText(a_name).toInt();
-}
-
 Qt::Key keyNamed(const QString& a_name)
 {
     return Qt::Key(QMetaEnum::fromType<Qt::Key>().keyToValue(qPrintable(QStringLiteral("Key_") + a_name)));

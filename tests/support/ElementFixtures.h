@@ -19,10 +19,9 @@ QStringList goldenLines(const QString& a_relative);
 // ("  a "); \n, \t and \| stand for a line break, a tab and a bar. Blank lines and "#" lines are skipped.
 void addTextRows(const QString& a_relative);
 
-// The current row's column a_name of a table read by addTextRows(), as read, as a flag ("true") or a number.
+// The current row's column a_name of a table read by addTextRows(), as read or as a flag ("true").
 QString rowText(const char* a_name);
 bool rowFlag(const char* a_name);
-int rowNumber(const char* a_name);
 
 // The key a table names without its "Key_" prefix ("Return", "Up").
 Qt::Key keyNamed(const QString& a_name);
