@@ -27,6 +27,7 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QSignalSpy>
+#include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -147,9 +148,9 @@ private slots:
             return static_cast<QMenu*>(nullptr);
         };
         const QMap<QString, QString> actions{
-            {"up", "Move &Up"}, {"del", "&Delete"},   {"undo", "&Undo"},
-            {"<", "Go &Back"},  {">", "Go &Forward"}, {"close", "&Close"},
-            {"quit", "&Quit"},  {"save", "&Save"},    {"new", "&New Window..."}};
+            {"up", "Move &Up"},        {"del", "&Delete"},       {"undo", "&Undo"}, {"<", "Go &Back"},
+            {">", "Go &Forward"},      {"close", "&Close"},      {"quit", "&Quit"}, {"save", "&Save"},
+            {"new", "&New Window..."}, {"saveas", "Save &As..."}};
         const QMap<QString, QMessageBox::StandardButton> answers{
             {"Save", QMessageBox::Save},     {"Yes", QMessageBox::Yes},
             {"No", QMessageBox::No},         {"Discard", QMessageBox::Discard},
@@ -162,7 +163,20 @@ private slots:
                 auto* tool = m_window->findChild<QToolButton*>(step == "U" ? "RecentChangesButton"
                                                                            : "RecentHistoryButton");
                 QTest::mouseClick(tool, Qt::LeftButton, {}, QPoint(4, tool->height() / 2));
-            } else if (step[0] == 'c' || step[0] == 'h')
+            } else if (step == "back" || step == "fwd") {
+                // The mouse's own buttons over the tree; the page's tab the window then shows.
+                QTest::mouseClick(m_window->cameraTreeView()->viewport(),
+                                  step == "back" ? Qt::BackButton : Qt::ForwardButton);
+                QCoreApplication::processEvents();
+                ElementBaseDelayQueue::instance()->flush();
+                seen += " tab:" + m_window->categoryTabs()->tabText(m_window->categoryTabs()->currentIndex());
+            } else if (step.startsWith("t:")) {
+                for (int tab = 0; tab < m_window->categoryTabs()->count(); ++tab)
+                    if (m_window->categoryTabs()->tabText(tab) == arg)
+                        m_window->categoryTabs()->setCurrentIndex(tab);
+            } else if (step.startsWith("O:"))
+                QVERIFY(m_window->openFile(m_dir->filePath(arg.section(',', 0, 0)), arg.section(',', 1)));
+            else if (step[0] == 'c' || step[0] == 'h')
                 menu(step[0] == 'c' ? "Recent Changes" : "Recent &History")
                     ->actions()
                     .value(step.mid(1).toInt())
@@ -243,8 +257,13 @@ private slots:
         QString outcome = messages(true).join(", ") + "; " +
                           (m_window->isDocumentsPageShown() ? QString("documents") : state(*m_window)) +
                           (m_window->isDocumentModified() ? " *" : "") + " disk:" + disk + seen;
-        if (m_window->hasDocument() && QFileInfo(m_window->documentPath()).fileName() != "cam.lumex")
-            outcome += " " + QFileInfo(m_window->documentPath()).baseName();
+        const QString path = m_window->hasDocument() ? m_window->documentPath() : QString();
+        if (!path.isEmpty() && QFileInfo(path).fileName() != "cam.lumex")
+            outcome += " " + QFileInfo(path).fileName();
+        if (m_window->windowTitle() != (path.isEmpty() ? QStringLiteral("Orvex") : Window::titleFor(path)))
+            outcome += " title:" + m_window->windowTitle();
+        if (script.contains("save") && QFileInfo(path).isFile())
+            QCOMPARE(runXmllint(path, sourcePath("config/Vrm/LUMEX-CL.xsd")), 0);
         if (script.contains("new") && QSettings().value(Window::geometryKey) == m_window->saveGeometry())
             outcome += " geometry";
         if (!m_window->isVisible())
