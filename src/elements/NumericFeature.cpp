@@ -1,5 +1,7 @@
 #include "elements/NumericFeature.h"
 
+#include "widgets/CheckedSpinBox.h"
+
 #include <QDoubleSpinBox>
 #include <QFontMetrics>
 #include <QLocale>
@@ -211,7 +213,7 @@ QWidget* NumericFeature::createInstanceValueWidget(size_t)
 {
     auto* spinBox = instanceCount() == 1 ? qobject_cast<QDoubleSpinBox*>(takeKeptValueWidget()) : nullptr;
     if (!spinBox) {
-        spinBox = new QDoubleSpinBox(widget());
+        spinBox = new CheckedSpinBox(widget());
         connect(spinBox, &QDoubleSpinBox::editingFinished, this, &NumericFeature::userValueUpdate);
     }
     configureSpinBox(spinBox);
