@@ -6,6 +6,7 @@
 #include "app/MessageButtonTexts.h"
 #include "app/PreviewLauncher.h"
 #include "app/RecentlyOpenedFilesSource.h"
+#include "app/WindowFind.h"
 #include "board/QNBrdDataSource.h"
 #include "elements/CameraElement.h"
 #include "elements/DocumentHost.h"
@@ -125,6 +126,7 @@ void Window::releaseDocument()
 {
     closePreviews();
     m_treeModel->setWindowElement(nullptr);
+    m_find->setWindowElement(nullptr);
     updateModeCategories();
     m_boardNumber = -1;
 }
@@ -234,6 +236,7 @@ bool Window::loadDocument(const QString& a_filePath)
     setDocumentPath(filePath);
     element->undoRedoStack()->setOffsetFromInitial(0);
     m_treeModel->setWindowElement(element);
+    m_find->setWindowElement(element);
     updateModesAndCategories();
     updateExtraDataDialog();
     element->setCamera();
