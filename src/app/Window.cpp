@@ -1,6 +1,7 @@
 #include "app/Window.h"
 
 #include "app/AboutOrvexDialog.h"
+#include "app/CameraModeActions.h"
 #include "app/CameraTreeModel.h"
 #include "app/LumexExtraDataDialog.h"
 #include "app/NewWindowLauncher.h"
@@ -14,6 +15,7 @@
 #include "elements/CameraElement.h"
 #include "elements/CategoryElementBase.h"
 #include "elements/DocumentHost.h"
+#include "elements/ModeElement.h"
 #include "elements/UndoRedoStack.h"
 #include "elements/WindowElement.h"
 #include "fileio/CameraFileSession.h"
@@ -239,6 +241,10 @@ void Window::createActions()
     cornerLayout->addWidget(boardLabel);
     cornerLayout->addWidget(m_dataSource);
     bar->setCornerWidget(corner, Qt::TopRightCorner);
+    new CameraModeActions(this, m_actions.m_previewAction, m_dataSource, [this]() -> ModeElement* {
+        WindowElement* element = windowElement();
+        return element && element->camera() ? element->camera()->currentMode() : nullptr;
+    });
 }
 
 void Window::createDock()
@@ -368,9 +374,10 @@ void Window::connectSources()
     m_session->setBoardDataSource(m_dataSource);
     // Only boards of the file's standard can run its camera.
     connect(m_session, &CameraFileSession::standardDetermined, m_dataSource.data(), [this](int a_standard) {
-        m_dataSource->setFilter(a_standard == CameraElement::StandardCoaXPress
-                                    ? BoardTypes(BoardType::CoaXPress)
-                                    : BoardTypes(BoardType::CameraLink));
+        m_dataSource->setFilter((a_standard == CameraElement::StandardCoaXPress
+                                     ? BoardTypes(BoardType::CoaXPress)
+                                     : BoardTypes(BoardType::CameraLink)) |
+                                BoardType::Camera);
     });
 }
 
