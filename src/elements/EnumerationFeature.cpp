@@ -52,6 +52,7 @@ QString EnumerationFeature::displayText(size_t a_index) const
 QSize EnumerationFeature::maxSize() const
 {
     QComboBox probe;
+    setComboBoxSize(&probe);
     for (const Entry& entry : m_entries)
         probe.addItem(itemText(entry));
     return measuredSize(probe);
@@ -77,6 +78,7 @@ QWidget* EnumerationFeature::createInstanceValueWidget(size_t a_index)
         comboBox = new QComboBox(widget());
         comboBox->setInsertPolicy(QComboBox::NoInsert);
         FieldGuard::install(comboBox);
+        setComboBoxSize(comboBox);
         connect(comboBox, &QComboBox::currentTextChanged, this, &EnumerationFeature::userValueUpdate);
     }
     refillComboBox(comboBox, value(a_index));
@@ -105,6 +107,14 @@ void EnumerationFeature::fixedValueChanged()
         if (auto* comboBox = qobject_cast<QComboBox*>(valueWidget(index)))
             refillComboBox(comboBox, value(index));
     }
+}
+
+void EnumerationFeature::setComboBoxSize(QComboBox* a_comboBox)
+{
+    // Entries with long documentation would otherwise widen the page past the window, clipping the spin
+    // boxes' arrows and the rows' buttons beside it.
+    a_comboBox->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    a_comboBox->setMinimumContentsLength(24);
 }
 
 QString EnumerationFeature::itemText(const Entry& a_entry)

@@ -12,7 +12,25 @@ namespace Orvex {
 CheckedSpinBox::CheckedSpinBox(QWidget* a_parent) : QDoubleSpinBox(a_parent)
 {
     m_guard = FieldGuard::install(this);
+    // Tracking would take every number on the way, so that a box left with a number outside the range
+    // would keep the last one inside it ("2000000" of "20000000") instead of its value.
+    setKeyboardTracking(false);
+    // The box puts its value back into its line edit with the line edit's signals blocked, so the mark
+    // is also looked at again wherever that happens.
     connect(lineEdit(), &QLineEdit::textChanged, this, &CheckedSpinBox::updateMark);
+    connect(this, QOverload<double>::of(&QDoubleSpinBox::valueChanged), this, &CheckedSpinBox::updateMark);
+}
+
+void CheckedSpinBox::stepBy(int a_steps)
+{
+    QDoubleSpinBox::stepBy(a_steps);
+    updateMark();
+}
+
+void CheckedSpinBox::focusOutEvent(QFocusEvent* a_event)
+{
+    QDoubleSpinBox::focusOutEvent(a_event);
+    updateMark();
 }
 
 QString CheckedSpinBox::rangeText() const

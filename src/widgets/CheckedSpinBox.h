@@ -22,9 +22,11 @@ public:
     QString rangeText() const;
 
     QValidator::State validate(QString& a_text, int& a_position) const override;
+    void stepBy(int a_steps) override;
 
 protected:
     void keyPressEvent(QKeyEvent* a_event) override;
+    void focusOutEvent(QFocusEvent* a_event) override;
 
 private:
     // The number a_text shows where it is one, whatever the range.

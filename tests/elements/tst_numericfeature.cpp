@@ -1,10 +1,14 @@
 #include "ElementFixtures.h"
 #include "elements/NumericFeature.h"
+#include "widgets/FieldGuard.h"
+
+#include <QApplication>
 
 #include <QDoubleSpinBox>
 #include <QMetaEnum>
 #include <QSignalSpy>
 #include <QTest>
+#include <QWheelEvent>
 #include <cfloat>
 
 using namespace Orvex;
@@ -153,14 +157,25 @@ private slots:
     {
         QFETCH(QString, typed);
         QFETCH(QString, fileText);
+        const QString type = OrvexTest::rowText("type");
         HolderElement holder;
         Feature feature(&holder);
-        feature.setRepresentationType(typeNamed(OrvexTest::rowText("type")));
+        feature.setRepresentationType(typeNamed(type.section(' ', 0, 0)));
+        if (type.contains(' ')) {
+            feature.setMinimumValue(type.section(' ', 1).section("..", 0, 0).toDouble());
+            feature.setMaximumValue(type.section("..", 1).toDouble());
+        }
         feature.setValue(0, feature.parseText(OrvexTest::rowText("stored")));
         QVERIFY(holder.show(feature));
         QDoubleSpinBox* box = spinBox(feature, 0);
         QSignalSpy changes(&feature, &ValueFeatureElementBase::valueChanged);
+        // The wheel over a box without the focus is the page's.
+        box->clearFocus();
+        QWheelEvent wheel(QPointF(5, 5), box->mapToGlobal(QPoint(5, 5)), {}, {0, 120}, Qt::NoButton, {},
+                          Qt::NoScrollPhase, false);
+        QApplication::sendEvent(box, &wheel);
 
+        const QString before = box->text();
         if (!typed.isEmpty()) {
             box->selectAll();
             QTest::keyClicks(box, typed);
@@ -168,6 +183,16 @@ private slots:
         // The second finish, as when the spin box loses the focus afterwards, finds nothing new.
         QTest::keyClick(box, Qt::Key_Enter);
         QTest::keyClick(box, Qt::Key_Enter);
+        // A number that is not taken stays on screen, marked with the reason, until the focus leaves.
+        const QString mark = OrvexTest::rowText("mark");
+        QCOMPARE(FieldGuard::of(box)->mark(), mark);
+        if (!mark.isEmpty())
+            QCOMPARE(box->text(), typed);
+        QFocusEvent leave(QEvent::FocusOut);
+        QApplication::sendEvent(box, &leave);
+        QVERIFY(!FieldGuard::of(box)->isMarked());
+        if (!mark.isEmpty())
+            QCOMPARE(box->text(), before);
 
         QCOMPARE(feature.pushes.join(','), OrvexTest::rowText("pushes"));
         QCOMPARE(changes.count(), feature.pushes.size());
