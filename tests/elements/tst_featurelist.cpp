@@ -16,6 +16,8 @@
 #include <QDoubleSpinBox>
 #include <QFormLayout>
 #include <QFrame>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QSignalSpy>
@@ -64,9 +66,15 @@ QFormLayout* form(FeatureListFeatureBase* a_list, size_t a_instance)
     return frame ? qobject_cast<QFormLayout*>(frame->layout()) : nullptr;
 }
 
-QVariant listOf(std::initializer_list<QVariant> a_items)
+// A data set written as JSON, null standing for an entry that keeps its value.
+QVariant dataSet(const QJsonValue& a_value)
 {
-    return QVariantList(a_items);
+    if (!a_value.isArray())
+        return a_value.isNull() ? QVariant() : a_value.toVariant();
+    QVariantList items;
+    for (const QJsonValue& item : a_value.toArray())
+        items << dataSet(item);
+    return items;
 }
 
 QString describe(const QVector<FeatureElementBase::InstanceChange>& a_changes)
@@ -305,7 +313,7 @@ private slots:
                 const QVector<FeatureElementBase*> group = list->instanceMembers(instance);
                 QCOMPARE(group.size(), 3);
                 // The instance the list started with was made before the template value was set.
-                QCOMPARE(group[0]->dataSet(), listOf({instance != 1}));
+                QCOMPARE(group[0]->dataSet(), QVariantList{instance != 1});
                 for (int position = 0; position < group.size(); ++position) {
                     QCOMPARE(group[position]->name(), templates[position]->name());
                     QVERIFY(group[position]->id() != templates[position]->id() &&
@@ -341,32 +349,14 @@ private slots:
         }
     }
 
-    void dataSetRoundTrip_data()
-    {
-        QTest::addColumn<QVariant>("input");
-        QTest::addColumn<QVariant>("expected");
-        QTest::addColumn<bool>("withWidget");
-
-        const QVariant defaultSub = listOf({listOf({listOf({false})})});
-        const QVariant first = listOf({listOf({true}), listOf({"B"}), listOf({listOf({listOf({true})})})});
-        const QVariant second = listOf({listOf({false}), listOf({"A"}), defaultSub});
-        QTest::newRow("two instances, shown") << listOf({first, second}) << listOf({first, second}) << true;
-        QTest::newRow("null entries keep values")
-            << listOf({listOf({QVariant(), listOf({"B"})})})
-            << listOf({listOf({listOf({false}), listOf({"B"}), defaultSub})}) << false;
-        QTest::newRow("nested list kept at its minimum")
-            << listOf({listOf({listOf({true}), listOf({"A"}), QVariantList()})})
-            << listOf({listOf({listOf({true}), listOf({"A"}), defaultSub})}) << false;
-        QTest::newRow("empty, shown") << listOf({}) << listOf({}) << true;
-        QTest::newRow("beyond the maximum")
-            << listOf({first, first, second, second}) << listOf({first, first, second}) << false;
-    }
+    void dataSetRoundTrip_data() { OrvexTest::addTextRows("tests/elements/data/featurelist/datasets.txt"); }
 
     void dataSetRoundTrip()
     {
-        QFETCH(QVariant, input);
-        QFETCH(QVariant, expected);
-        QFETCH(bool, withWidget);
+        const QVariant input = dataSet(QJsonDocument::fromJson(OrvexTest::rowText("input").toUtf8()).array());
+        const QVariant expected =
+            dataSet(QJsonDocument::fromJson(OrvexTest::rowText("expected").toUtf8()).array());
+        const bool withWidget = OrvexTest::rowFlag("withWidget");
 
         HolderElement holder;
         auto* list = new FeatureListFeature(&holder);
