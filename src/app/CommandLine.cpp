@@ -53,6 +53,9 @@ CommandLine CommandLine::parse(const QStringList& a_arguments, Mode a_mode)
             result.m_remaining << argument;
         } else if (isHelpOption(option)) {
             result.m_helpRequested = true;
+        } else if (option == QLatin1String(verboseOption) ||
+                   option == QLatin1Char('-') + QLatin1String(verboseOption)) {
+            result.m_verbose = true;
         } else {
             result.m_errorText = optionError("Unknown", option);
             return result;
@@ -75,6 +78,8 @@ QString CommandLine::helpText()
                           "      -CXPXSD <FILE>\n"
                           "  Use the specified Schema file for Camera Link LUMEX files.\n"
                           "      -CLXSD <FILE>\n"
+                          "  Print the editor's diagnostic lines on standard error.\n"
+                          "      --verbose\n"
                           "  Print this help screen and exit.\n"
                           "      -H\n")
         .arg(QLatin1String(configDirOption));

@@ -1,5 +1,6 @@
 #include "platform/QNDriver.h"
 
+#include "platform/LogCategories.h"
 #include "platform/SimBoardMachine.h"
 
 #include <QDebug>
@@ -218,7 +219,7 @@ void QNDebugString(const char* a_text)
     QByteArray text(a_text ? a_text : "");
     if (text.endsWith('\n'))
         text.chop(1);
-    qDebug().noquote() << QString::fromUtf8(text);
+    qCDebug(orvexDriverLog).noquote() << QString::fromUtf8(text);
 }
 
 void QNSimSetConfigDir(const char* a_configDir)

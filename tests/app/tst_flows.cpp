@@ -281,19 +281,25 @@ private slots:
     // A copy of this program looks for its configuration only beside itself, never in the source tree.
     void configFolderOfACopy_data()
     {
-        QTest::addColumn<QString>("beside"); // folder made beside the copy's bin/
-        QTest::newRow("nothing beside it") << QString();
-        QTest::newRow("lower-case config is not looked at") << QStringLiteral("config");
+        QTest::addColumn<QString>("beside"); // folders made beside the copy's bin/, comma-separated
+        QTest::addColumn<QString>("taken");
+        QTest::newRow("nothing beside it") << QString() << QStringLiteral("Config");
+        QTest::newRow("lower-case config is not looked at") << "config" << QStringLiteral("Config");
+        QTest::newRow("installed") << "share/orvex/Config" << QStringLiteral("share/orvex/Config");
+        QTest::newRow("the build's copy first") << "Config,share/orvex/Config" << QStringLiteral("Config");
     }
 
     void configFolderOfACopy()
     {
         QFETCH(QString, beside);
+        QFETCH(QString, taken);
         const QString copy = m_dir.filePath("copy/bin/tst_flows");
         QVERIFY(QDir().mkpath(m_dir.filePath("copy/bin")));
         QVERIFY(QFileInfo::exists(copy) || QFile::copy(QCoreApplication::applicationFilePath(), copy));
-        QVERIFY(QDir(m_dir.filePath("copy/config")).removeRecursively());
-        QVERIFY(beside.isEmpty() || QDir().mkpath(m_dir.filePath("copy/" + beside)));
+        for (const char* folder : {"copy/config", "copy/Config", "copy/share"})
+            QVERIFY(QDir(m_dir.filePath(folder)).removeRecursively());
+        for (const QString& folder : beside.split(',', Qt::SkipEmptyParts))
+            QVERIFY(QDir().mkpath(m_dir.filePath("copy/" + folder)));
         QProcess process;
         QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
         variables.insert("ORVEX_PRINT_CONFIG_FOLDER", "1");
@@ -302,7 +308,7 @@ private slots:
         process.start(copy, QStringList());
         QVERIFY(process.waitForFinished());
         QCOMPARE(QString::fromLocal8Bit(process.readAllStandardOutput()),
-                 QDir::toNativeSeparators(m_dir.filePath("copy/Config")));
+                 QDir::toNativeSeparators(m_dir.filePath("copy/" + taken)));
     }
 };
 
