@@ -275,10 +275,9 @@ private slots:
     {
         const QString beside = OrvexTest::field("beside");
         const QString copy = m_dir.filePath("copy/bin/tst_flows");
+        QVERIFY(QDir(m_dir.filePath("copy")).removeRecursively());
         QVERIFY(QDir().mkpath(m_dir.filePath("copy/bin")));
-        QVERIFY(QFileInfo::exists(copy) || QFile::copy(QCoreApplication::applicationFilePath(), copy));
-        for (const char* folder : {"copy/config", "copy/Config", "copy/share"})
-            QVERIFY(QDir(m_dir.filePath(folder)).removeRecursively());
+        QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), copy));
         for (const QString& folder : beside.split(',', Qt::SkipEmptyParts))
             QVERIFY(QDir().mkpath(m_dir.filePath("copy/" + folder)));
         QProcess process;
