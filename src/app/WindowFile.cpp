@@ -194,7 +194,8 @@ bool Window::loadDocument(const QString& a_filePath)
             CameraFileSession::LoadResult::Loaded) {
             dialog.reset();
             abandonLoad();
-            DialogSeam::warning(this, parsingError, CameraFileSession::unknownStandardText());
+            warnLoadFailure(this, parsingError, m_session->unknownStandardPlace(),
+                            CameraFileSession::unknownStandardText());
             return false;
         }
     } catch (const OperationCanceledException&) {
@@ -205,8 +206,12 @@ bool Window::loadDocument(const QString& a_filePath)
     } catch (const ExceptionBase& a_exception) {
         dialog.reset();
         abandonLoad();
-        warnFailure(this, parsingError, QStringLiteral("<html><p>Failed to parse the LUMEX file.</p>"),
-                    &a_exception);
+        FailurePlace place = a_exception.place();
+        if (place.m_file.isEmpty())
+            place.m_file = filePath;
+        warnLoadFailure(
+            this, parsingError, place,
+            failureText(QStringLiteral("<html><p>Failed to parse the LUMEX file.</p>"), &a_exception));
         return false;
     } catch (...) {
         dialog.reset();
