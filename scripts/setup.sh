@@ -9,7 +9,7 @@ packages=(
     libxml2-dev libxml2-utils
     clang-format
     xvfb xauth xdotool imagemagick
-    rsync
+    rsync git
     dpkg-dev file lintian desktop-file-utils appstream shared-mime-info libglib2.0-bin xdg-utils
 )
 

@@ -6,6 +6,7 @@
 #include "app/MessageButtonTexts.h"
 #include "app/PreviewLauncher.h"
 #include "app/RecentlyOpenedFilesSource.h"
+#include "app/WindowFind.h"
 #include "board/QNBrdDataSource.h"
 #include "elements/CameraElement.h"
 #include "elements/DocumentHost.h"
@@ -126,6 +127,7 @@ void Window::discardDocument()
 {
     closePreviews();
     m_treeModel->setWindowElement(nullptr);
+    m_find->setWindowElement(nullptr);
     updateModeCategories();
     m_session->close();
     m_documentPath.clear();
@@ -229,6 +231,7 @@ bool Window::loadDocument(const QString& a_filePath)
     setDocumentPath(filePath);
     element->undoRedoStack()->setOffsetFromInitial(0);
     m_treeModel->setWindowElement(element);
+    m_find->setWindowElement(element);
     updateModesAndCategories();
     updateExtraDataDialog();
     element->setCamera();
