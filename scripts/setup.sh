@@ -10,6 +10,7 @@ packages=(
     clang-format
     xvfb xauth xdotool imagemagick
     rsync git
+    libaravis-dev libusb-1.0-0-dev aravis-tools
     dpkg-dev file lintian desktop-file-utils appstream shared-mime-info libglib2.0-bin xdg-utils
 )
 
