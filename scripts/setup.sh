@@ -11,6 +11,7 @@ packages=(
     xvfb xauth xdotool imagemagick
     rsync git
     libaravis-dev libusb-1.0-0-dev aravis-tools
+    dpkg-dev file lintian desktop-file-utils appstream shared-mime-info libglib2.0-bin xdg-utils
 )
 
 missing=()

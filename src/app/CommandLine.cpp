@@ -53,6 +53,9 @@ CommandLine CommandLine::parse(const QStringList& a_arguments, Mode a_mode)
             result.m_remaining << argument;
         } else if (isHelpOption(option)) {
             result.m_helpRequested = true;
+        } else if (option == QLatin1String(verboseOption) ||
+                   option == QLatin1Char('-') + QLatin1String(verboseOption)) {
+            result.m_verbose = true;
         } else {
             result.m_errorText = optionError("Unknown", option);
             return result;
@@ -65,19 +68,22 @@ CommandLine CommandLine::parse(const QStringList& a_arguments, Mode a_mode)
 
 QString CommandLine::helpText()
 {
-    return QStringLiteral("\nFile editor for Quarnel ML files (LUMEX)\n\n"
-                          "  Orvex [-F <FILE>] [-%1 <PATH>] [-CXPXSD <FILE>] [-CLXSD <FILE>] [-H]\n\n"
-                          "  Open the <FILE> automatically at startup.\n"
-                          "      -F <FILE>\n"
-                          "  Override the system %1 path.\n"
-                          "      -%1 <PATH>\n"
-                          "  Use the specified Schema file for CoaXPress LUMEX files.\n"
-                          "      -CXPXSD <FILE>\n"
-                          "  Use the specified Schema file for Camera Link LUMEX files.\n"
-                          "      -CLXSD <FILE>\n"
-                          "  Print this help screen and exit.\n"
-                          "      -H, -HELP, -?\n\n"
-                          "  Options are not case-sensitive, and \"/\" may stand for \"-\".\n")
+    return QStringLiteral(
+               "\nFile editor for Quarnel ML files (LUMEX)\n\n"
+               "  Orvex [-F <FILE>] [-%1 <PATH>] [-CXPXSD <FILE>] [-CLXSD <FILE>] [--verbose] [-H]\n\n"
+               "  Open the <FILE> automatically at startup.\n"
+               "      -F <FILE>\n"
+               "  Override the system %1 path.\n"
+               "      -%1 <PATH>\n"
+               "  Use the specified Schema file for CoaXPress LUMEX files.\n"
+               "      -CXPXSD <FILE>\n"
+               "  Use the specified Schema file for Camera Link LUMEX files.\n"
+               "      -CLXSD <FILE>\n"
+               "  Print the editor's diagnostic lines on standard error.\n"
+               "      --verbose\n"
+               "  Print this help screen and exit.\n"
+               "      -H, -HELP, -?\n\n"
+               "  Options are not case-sensitive, and \"/\" may stand for \"-\".\n")
         .arg(QLatin1String(configDirOption));
 }
 

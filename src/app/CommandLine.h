@@ -31,6 +31,8 @@ public:
     static constexpr const char* configDirOption = "CFGDIR";
     static constexpr const char* cxpXsdOption = "CXPXSD";
     static constexpr const char* clXsdOption = "CLXSD";
+    // Also spelled "--verbose", as on other programs of a Linux desktop.
+    static constexpr const char* verboseOption = "VERBOSE";
 
     // a_arguments without the program name.
     static CommandLine parse(const QStringList& a_arguments, Mode a_mode = Mode::Editor);
@@ -48,6 +50,8 @@ public:
     QString cxpXsdPath() const { return m_cxpXsdPath; }
     QString clXsdPath() const { return m_clXsdPath; }
     QStringList remaining() const { return m_remaining; }
+    // The editor's diagnostic lines asked for on standard error (editor mode only).
+    bool verbose() const { return m_verbose; }
 
 private:
     QString* valueSlot(const QString& a_option, Mode a_mode);
@@ -58,6 +62,7 @@ private:
     QString m_clXsdPath;
     QStringList m_remaining;
     bool m_helpRequested = false;
+    bool m_verbose = false;
     QString m_errorText;
 };
 

@@ -1,6 +1,7 @@
 #include "app/Startup.h"
 
 #include "app/CommandLine.h"
+#include "platform/LogCategories.h"
 #include "platform/QNDriver.h"
 #include "widgets/DialogSeam.h"
 
@@ -77,6 +78,7 @@ bool Startup::run()
     if (answersOnConsole(m_arguments, &m_exitStatus))
         return false;
     const CommandLine commandLine = CommandLine::parse(m_arguments);
+    applyLoggingRules(commandLine.verbose());
     m_filePath = commandLine.filePath();
     m_configPath = commandLine.configDir().isEmpty() ? defaultConfigPath() : commandLine.configDir();
     m_cxpXsdPath = commandLine.cxpXsdPath();
@@ -126,8 +128,13 @@ QString Startup::defaultConfigPath()
         return nativeAbsolute(given);
 
     // Only beside the executable: a copied or installed program must never pick up the folder of the
-    // tree it was built from. The build puts a copy of the shipped folder there.
-    return nativeAbsolute(QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("../Config")));
+    // tree it was built from. The build puts a copy of the shipped folder at ../Config, a package
+    // installs it under ../share; the first stays the answer when neither is there, as it names the
+    // folder a user is most likely to make.
+    const QDir executableDir(QCoreApplication::applicationDirPath());
+    const QString beside = executableDir.filePath(QStringLiteral("../Config"));
+    const QString installed = executableDir.filePath(QStringLiteral("../share/orvex/Config"));
+    return nativeAbsolute(!QFileInfo(beside).isDir() && QFileInfo(installed).isDir() ? installed : beside);
 }
 
 bool Startup::isUsableSchema(const QString& a_path)

@@ -39,8 +39,9 @@ public:
 
     // The configuration folder when the command line names none. On Windows the registry value
     // QNConfigDir of the Quarnel service, on other systems the environment variable of that name,
-    // wins when set; otherwise "../Config" beside the executable, whether it exists or not (start-up
-    // then reports it as missing).
+    // wins when set; otherwise "../Config" beside the executable, else "../share/orvex/Config" beside
+    // it when only that one exists (an installed /usr/bin/orvex), else "../Config" all the same
+    // (start-up then reports it as missing).
     static QString defaultConfigPath();
 
     static bool isUsableSchema(const QString& a_path);

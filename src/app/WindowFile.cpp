@@ -52,7 +52,9 @@ const QString s_defaultModeName = QStringLiteral("Default");
 void Window::updateDocumentState()
 {
     const bool open = windowElement();
-    setWindowTitle(titleFor(open ? m_documentPath : QString()));
+    // The desktop's own unsaved-changes mark, shown by Qt only while the window is modified.
+    setWindowTitle(titleFor(open ? m_documentPath : QString()) + QStringLiteral("[*]"));
+    setWindowModified(isDocumentModified());
     m_actions.m_saveAction->setEnabled(open);
     m_actions.m_saveAsAction->setEnabled(open);
     m_actions.m_closeAction->setEnabled(open);

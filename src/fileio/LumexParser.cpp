@@ -13,6 +13,7 @@
 #include "model/LumexTree.h"
 #include "model/LumexTreeElement.h"
 #include "model/LumexTreeMode.h"
+#include "platform/LogCategories.h"
 #include "widgets/ProgressStepper.h"
 
 #include <QDebug>
@@ -595,7 +596,7 @@ void LumexParser::breathe()
 
 void LumexParser::step(const QString& a_detail)
 {
-    qDebug().noquote() << a_detail;
+    qCDebug(orvexFilesLog).noquote() << a_detail;
     if (m_progress) {
         m_progress->step();
         m_progress->setDetailText(a_detail);

@@ -9,6 +9,7 @@
 #include "fileio/LumexParser.h"
 #include "model/LumexTree.h"
 #include "model/LumexTreeElement.h"
+#include "platform/LogCategories.h"
 #include "platform/QNDriver.h"
 #include "widgets/ProgressStepper.h"
 
@@ -476,7 +477,7 @@ void LumexPrinter::breathe()
 
 void LumexPrinter::step(const QString& a_detail)
 {
-    qDebug().noquote() << a_detail;
+    qCDebug(orvexFilesLog).noquote() << a_detail;
     if (m_progress) {
         m_progress->step();
         m_progress->setDetailText(a_detail);

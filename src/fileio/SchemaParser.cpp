@@ -1,6 +1,7 @@
 #include "fileio/SchemaParser.h"
 
 #include "fileio/SchemaParserReading.h"
+#include "platform/LogCategories.h"
 
 #include "board/RegisterFeatureWiring.h"
 #include "elements/BooleanFeature.h"
@@ -422,7 +423,7 @@ void SchemaParser::step()
 
 void SchemaParser::report(const QString& a_text)
 {
-    qDebug().noquote() << a_text;
+    qCDebug(orvexFilesLog).noquote() << a_text;
     if (m_progress)
         m_progress->setDetailText(a_text);
 }

@@ -2,6 +2,7 @@
 
 #include "platform/CameraDriver.h"
 #include "platform/CameraSettings.h"
+#include "platform/LogCategories.h"
 #include "platform/QNExceptionBase.h"
 #include "platform/SimBoardMachine.h"
 
@@ -334,7 +335,7 @@ void QNDebugString(const char* a_text)
     QByteArray text(a_text ? a_text : "");
     if (text.endsWith('\n'))
         text.chop(1);
-    qDebug().noquote() << QString::fromUtf8(text);
+    qCDebug(orvexDriverLog).noquote() << QString::fromUtf8(text);
 }
 
 void QNSimSetConfigDir(const char* a_configDir)

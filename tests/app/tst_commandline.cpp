@@ -38,7 +38,8 @@ private slots:
         if (expected == CommandLine::Outcome::Error)
             return;
         QCOMPARE(line.helpRequested(), expected == CommandLine::Outcome::Help);
-        QCOMPARE((QStringList{line.filePath(), line.configDir(), line.cxpXsdPath(), line.clXsdPath()}),
+        QCOMPARE((QStringList{line.filePath(), line.configDir(), line.cxpXsdPath(), line.clXsdPath(),
+                              line.verbose() ? "verbose" : ""}),
                  QString(values).split(','));
         QCOMPARE(line.remaining(), list(remaining));
     }

@@ -265,16 +265,20 @@ private slots:
     }
 
     // A copy of this program looks for its configuration only beside itself, never in the source tree.
-    void configFolderOfACopy_data() { OrvexTest::addTableRows("tests/app/data/config-copy.txt", {"beside"}); }
+    void configFolderOfACopy_data()
+    {
+        OrvexTest::addTableRows("tests/app/data/config-copy.txt", {"beside", "taken"});
+    }
 
     void configFolderOfACopy()
     {
         const QString beside = OrvexTest::field("beside");
         const QString copy = m_dir.filePath("copy/bin/tst_flows");
+        QVERIFY(QDir(m_dir.filePath("copy")).removeRecursively());
         QVERIFY(QDir().mkpath(m_dir.filePath("copy/bin")));
-        QVERIFY(QFileInfo::exists(copy) || QFile::copy(QCoreApplication::applicationFilePath(), copy));
-        QVERIFY(QDir(m_dir.filePath("copy/config")).removeRecursively());
-        QVERIFY(beside.isEmpty() || QDir().mkpath(m_dir.filePath("copy/" + beside)));
+        QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), copy));
+        for (const QString& folder : beside.split(',', Qt::SkipEmptyParts))
+            QVERIFY(QDir().mkpath(m_dir.filePath("copy/" + folder)));
         QProcess process;
         QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
         variables.insert("ORVEX_PRINT_CONFIG_FOLDER", "1");
@@ -283,7 +287,7 @@ private slots:
         process.start(copy, QStringList());
         QVERIFY(process.waitForFinished());
         QCOMPARE(QString::fromLocal8Bit(process.readAllStandardOutput()),
-                 QDir::toNativeSeparators(m_dir.filePath("copy/Config")));
+                 QDir::toNativeSeparators(m_dir.filePath("copy/" + OrvexTest::field("taken"))));
     }
 };
 

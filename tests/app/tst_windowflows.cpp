@@ -260,7 +260,9 @@ private slots:
         const QString path = m_window->hasDocument() ? m_window->documentPath() : QString();
         if (!path.isEmpty() && QFileInfo(path).fileName() != "cam.lumex")
             outcome += " " + QFileInfo(path).fileName();
-        if (m_window->windowTitle() != (path.isEmpty() ? QStringLiteral("Orvex") : Window::titleFor(path)))
+        if (m_window->windowTitle() !=
+                (path.isEmpty() ? QStringLiteral("Orvex") : Window::titleFor(path)) + "[*]" ||
+            m_window->isWindowModified() != m_window->isDocumentModified())
             outcome += " title:" + m_window->windowTitle();
         if (script.contains("save") && QFileInfo(path).isFile())
             QCOMPARE(runXmllint(path, sourcePath("config/Vrm/LUMEX-CL.xsd")), 0);
