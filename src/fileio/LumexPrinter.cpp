@@ -9,6 +9,7 @@
 #include "fileio/LumexParser.h"
 #include "model/LumexTree.h"
 #include "model/LumexTreeElement.h"
+#include "platform/LumexSource.h"
 #include "platform/QNDriver.h"
 #include "widgets/ProgressStepper.h"
 
@@ -63,13 +64,16 @@ Lumex::Error copyLaidOut(const Lumex::CamProperty& a_source, Lumex::CamProperty 
         if (!result)
             return result;
     }
-    bool hasChildren = false;
+    // An element holding only comments holds an empty value: white space there would become its value.
+    bool hasElements = false;
     bool hasText = false;
     for (auto child = a_source.begin(nullptr); child != a_source.end(nullptr); ++child) {
-        hasChildren = true;
+        hasElements =
+            hasElements || !child->is(Lumex::CamProperty::TextNode | Lumex::CamProperty::CommentNode |
+                                      Lumex::CamProperty::OtherNode);
         hasText = hasText || child->is(Lumex::CamProperty::TextNode);
     }
-    const bool indent = hasChildren && !hasText;
+    const bool indent = hasElements && !hasText;
     const auto append = [&a_target](Lumex::CamProperty::XmlNodeType a_kind, const char* a_value) {
         Lumex::CamProperty node = a_target.push_back(a_kind);
         return node.isNull() ? Lumex::Error("Write error", "A node could not be added.", a_value)
@@ -112,10 +116,16 @@ void LumexPrinter::setSchemaPaths(const QString& a_coaXPressXsdPath, const QStri
     m_cameraLinkXsdPath = a_cameraLinkXsdPath;
 }
 
+void LumexPrinter::setSource(std::shared_ptr<const Lumex::LumexSource> a_source)
+{
+    m_source = std::move(a_source);
+}
+
 void LumexPrinter::print(CameraElement* a_camera)
 {
     if (!a_camera)
         return;
+    m_text.clear();
     m_document = Lumex::CamFile(s_rootName, Lumex::CamFile::SourceRootName);
     m_linkedNodes.clear();
     if (m_tree && m_tree->root()) {
@@ -133,6 +143,16 @@ void LumexPrinter::print(CameraElement* a_camera)
     printCamera(a_camera);
     writeFrameContent();
 
+    // Without the extra data the file's own text would bring back what the user chose to drop.
+    if (m_source && m_preserveExtraData) {
+        const Lumex::Error merged = m_source->merge(m_document, m_text);
+        if (merged)
+            return;
+        m_text.clear();
+        QNDebugString(QByteArray("[LumexPrinter] The file's layout could not be kept: " +
+                                 QByteArray(merged.message() ? merged.message() : "") + '\n')
+                          .constData());
+    }
     Lumex::CamFile laidOut(s_rootName, Lumex::CamFile::SourceRootName);
     const Lumex::Error result = copyLaidOut(m_document.root(), laidOut.root(), 0);
     if (!result) {
@@ -152,7 +172,8 @@ bool LumexPrinter::save(const QString& a_path) const
     const Lumex::Error result =
         folder.isDir() && !folder.isWritable()
             ? Lumex::Error("Write error", "The folder does not allow a temporary file.", path.constData())
-            : m_document.write(path.constData());
+        : m_text.isEmpty() ? m_document.write(path.constData())
+                           : Lumex::CamFile::writeBytes(path.constData(), m_text.constData(), m_text.size());
     if (result)
         return true;
     for (Lumex::Error error = result; !bool(error); error = error.skip_next(Lumex::Error::NextError)) {
@@ -402,6 +423,7 @@ void LumexPrinter::writeTreeContent(Lumex::CamProperty a_node, const LumexTreeEl
             result = a_node.set(name.constData(), child->value().constData());
         } else {
             Lumex::CamProperty element = a_node.push_back(name.constData());
+            element.markCopied();
             if (element.isNull()) {
                 result = Lumex::Error("Write error", "The element could not be added.", name.constData());
             } else if (!child->value().isNull()) {

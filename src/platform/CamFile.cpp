@@ -548,4 +548,24 @@ Error CamFile::write(const char* a_path) const
     return Error();
 }
 
+Error CamFile::writeBytes(const char* a_path, const char* a_data, long long a_size)
+{
+    if (!a_path || !*a_path)
+        return Error("Write error", "No file name was given.", nullptr);
+    QSaveFile file(QFile::decodeName(a_path));
+    const auto failure = [&](const char* a_message) {
+        const std::string comment = std::string(a_path) + ": " + utf8(file.errorString());
+        return Error("Write error", a_message, comment.c_str());
+    };
+    if (!file.open(QIODevice::WriteOnly))
+        return failure("The file could not be opened for writing.");
+    if (file.write(a_data, a_size) != a_size || !file.flush()) {
+        file.cancelWriting();
+        return failure("The file could not be written.");
+    }
+    if (!file.commit())
+        return failure("The file could not be written.");
+    return Error();
+}
+
 } // namespace Lumex

@@ -57,7 +57,12 @@ public:
     // has been written completely.
     Error write(const char* a_path) const;
 
+    // Writes a_size bytes as the whole file, which is replaced only once they are all written.
+    static Error writeBytes(const char* a_path, const char* a_data, long long a_size);
+
 private:
+    friend class LumexSourceMerge;
+
     void replaceDocument(_xmlDoc* a_document);
 
     _xmlDoc* m_document = nullptr;
