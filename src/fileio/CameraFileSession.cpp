@@ -98,8 +98,7 @@ bool CameraFileSession::save(const QString& a_path, ProgressStepper* a_progress,
     LumexPrinter printer(a_progress, m_tree);
     printer.setSchemaPaths(m_coaXPressXsdPath, m_cameraLinkXsdPath);
     printer.setPreserveExtraData(a_preserveExtraData);
-    if (m_keepsLayout && m_tree)
-        printer.setSource(m_tree->source());
+    printer.setKeepsLayout(m_keepsLayout);
     printer.print(camera);
     beginStage(a_progress, QStringLiteral("Saving LUMEX file"), 90, 99);
     return printer.save(QFileInfo(a_path).absoluteFilePath());

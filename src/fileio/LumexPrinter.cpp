@@ -116,11 +116,6 @@ void LumexPrinter::setSchemaPaths(const QString& a_coaXPressXsdPath, const QStri
     m_cameraLinkXsdPath = a_cameraLinkXsdPath;
 }
 
-void LumexPrinter::setSource(std::shared_ptr<const Lumex::LumexSource> a_source)
-{
-    m_source = std::move(a_source);
-}
-
 void LumexPrinter::print(CameraElement* a_camera)
 {
     if (!a_camera)
@@ -144,8 +139,9 @@ void LumexPrinter::print(CameraElement* a_camera)
     writeFrameContent();
 
     // Without the extra data the file's own text would bring back what the user chose to drop.
-    if (m_source && m_preserveExtraData) {
-        const Lumex::Error merged = m_source->merge(m_document, m_text);
+    const std::shared_ptr<const Lumex::LumexSource> source = m_tree ? m_tree->source() : nullptr;
+    if (source && m_keepsLayout && m_preserveExtraData) {
+        const Lumex::Error merged = source->merge(m_document, m_text);
         if (merged)
             return;
         m_text.clear();

@@ -127,7 +127,11 @@ int OrvexToolCommand::run()
     if (command == QLatin1String("roundtrip")) {
         return files.size() != 2
                    ? usageError(QStringLiteral("\"roundtrip\" needs an input and an output file."))
-                   : roundtrip(files.at(0), files.at(1));
+                   : roundtrip(files.at(0), files.at(1), true);
+    }
+    if (command == QLatin1String("format")) {
+        return files.size() != 2 ? usageError(QStringLiteral("\"format\" needs an input and an output file."))
+                                 : roundtrip(files.at(0), files.at(1), false);
     }
     return usageError(QStringLiteral("Unknown command, \"%1\".").arg(command));
 }
@@ -147,7 +151,9 @@ QString OrvexToolCommand::usageText()
         "                        or \"mode=NAME\"), a tab, the path below the scope, a tab,\n"
         "                        the value as it would be written.\n"
         "  roundtrip <IN> <OUT>  Load IN and save it to OUT as the editor's Save does, extra\n"
-        "                        data included.\n"
+        "                        data included: IN's own layout is kept.\n"
+        "  format <IN> <OUT>     As roundtrip, but lays the whole document out anew, with two\n"
+        "                        blanks of indentation per level.\n"
         "\n"
         "Options, anywhere on the line (\"/\" may stand for \"-\" before an option name):\n"
         "  -CFGDIR <PATH>        The configuration folder, as for the editor.\n"
@@ -213,9 +219,10 @@ int OrvexToolCommand::dump(const QString& a_file)
     return Success;
 }
 
-int OrvexToolCommand::roundtrip(const QString& a_input, const QString& a_output)
+int OrvexToolCommand::roundtrip(const QString& a_input, const QString& a_output, bool a_keepLayout)
 {
     CameraFileSession session;
+    session.setKeepsLayout(a_keepLayout);
     if (!load(session, a_input, stderr))
         return Failure;
     // The editor asks before it saves such a file; a script cannot answer, so it only hears of it.

@@ -40,7 +40,8 @@ public:
 private:
     int check(const QStringList& a_files);
     int dump(const QString& a_file);
-    int roundtrip(const QString& a_input, const QString& a_output);
+    // Keeping IN's layout, or laying the document out anew.
+    int roundtrip(const QString& a_input, const QString& a_output, bool a_keepLayout);
 
     // On failure writes "FILE: " and the reason to a_failures and returns false. The messages that the
     // editor would show after a successful load go to standard error.
