@@ -370,16 +370,20 @@ void LumexSourceMerge::pair(const std::vector<Kid>& a_old, const std::vector<con
         }
     }
     // A mode is itself under its name wherever it went.
-    for (std::size_t index = 0; index < a_new.size(); ++index) {
+    std::unordered_map<std::string, std::size_t> oldModes;
+    for (std::size_t old = a_old.size(); old-- > 0;) {
+        std::string name;
+        if (a_oldPair[old] < 0 && modeName(a_old[old].node, name))
+            oldModes[name] = old;
+    }
+    for (std::size_t index = 0; index < a_new.size() && !oldModes.empty(); ++index) {
         std::string name;
         if (a_newPair[index] >= 0 || !modeName(a_new[index], name))
             continue;
-        for (std::size_t old = 0; old < a_old.size(); ++old) {
-            std::string oldName;
-            if (a_oldPair[old] < 0 && modeName(a_old[old].node, oldName) && oldName == name) {
-                join(old, index);
-                break;
-            }
+        const auto found = oldModes.find(name);
+        if (found != oldModes.end()) {
+            join(found->second, index);
+            oldModes.erase(found);
         }
     }
 

@@ -129,6 +129,12 @@ int OrvexToolCommand::run()
                    ? usageError(QStringLiteral("\"roundtrip\" needs an input and an output file."))
                    : roundtrip(files.at(0), files.at(1), true);
     }
+    if (command == QLatin1String("set")) {
+        return files.size() != 5
+                   ? usageError(QStringLiteral(
+                         "\"set\" needs an input and an output file, a scope, a path and a value."))
+                   : roundtrip(files.at(0), files.at(1), true, files.mid(2));
+    }
     if (command == QLatin1String("format")) {
         return files.size() != 2 ? usageError(QStringLiteral("\"format\" needs an input and an output file."))
                                  : roundtrip(files.at(0), files.at(1), false);
@@ -154,6 +160,9 @@ QString OrvexToolCommand::usageText()
         "                        data included: IN's own layout is kept.\n"
         "  format <IN> <OUT>     As roundtrip, but lays the whole document out anew, with two\n"
         "                        blanks of indentation per level.\n"
+        "  set <IN> <OUT> <SCOPE> <PATH> <VALUE>\n"
+        "                        As roundtrip, with the value that dump shows at SCOPE and\n"
+        "                        PATH set to VALUE first.\n"
         "\n"
         "Options, anywhere on the line (\"/\" may stand for \"-\" before an option name):\n"
         "  -CFGDIR <PATH>        The configuration folder, as for the editor.\n"
@@ -219,12 +228,21 @@ int OrvexToolCommand::dump(const QString& a_file)
     return Success;
 }
 
-int OrvexToolCommand::roundtrip(const QString& a_input, const QString& a_output, bool a_keepLayout)
+int OrvexToolCommand::roundtrip(const QString& a_input, const QString& a_output, bool a_keepLayout,
+                                const QStringList& a_edit)
 {
     CameraFileSession session;
     session.setKeepsLayout(a_keepLayout);
     if (!load(session, a_input, stderr))
         return Failure;
+    const QString refused = a_edit.isEmpty() ? QString()
+                                             : CameraFileDump::setValue(session.camera(), a_edit.at(0),
+                                                                        a_edit.at(1), a_edit.at(2));
+    if (!refused.isEmpty()) {
+        discard(session);
+        writeLine(stderr, a_input + QStringLiteral(": ") + refused);
+        return Failure;
+    }
     // The editor asks before it saves such a file; a script cannot answer, so it only hears of it.
     if (!session.camera()->modeByName(s_defaultModeName)) {
         writeLine(stderr,

@@ -40,8 +40,10 @@ public:
 private:
     int check(const QStringList& a_files);
     int dump(const QString& a_file);
-    // Keeping IN's layout, or laying the document out anew.
-    int roundtrip(const QString& a_input, const QString& a_output, bool a_keepLayout);
+    // Keeping IN's layout, or laying the document out anew; a_edit, when given, names a value by scope and
+    // path and the text to set it to.
+    int roundtrip(const QString& a_input, const QString& a_output, bool a_keepLayout,
+                  const QStringList& a_edit = QStringList());
 
     // On failure writes "FILE: " and the reason to a_failures and returns false. The messages that the
     // editor would show after a successful load go to standard error.
