@@ -6,6 +6,7 @@
 #include "app/MessageButtonTexts.h"
 #include "app/PreviewLauncher.h"
 #include "app/RecentlyOpenedFilesSource.h"
+#include "app/WindowFind.h"
 #include "board/QNBrdDataSource.h"
 #include "elements/CameraElement.h"
 #include "elements/DocumentHost.h"
@@ -124,6 +125,7 @@ void Window::discardDocument()
 {
     closePreviews();
     m_treeModel->setWindowElement(nullptr);
+    m_find->setWindowElement(nullptr);
     updateModeCategories();
     m_session->close();
     m_documentPath.clear();
@@ -192,7 +194,8 @@ bool Window::loadDocument(const QString& a_filePath)
             CameraFileSession::LoadResult::Loaded) {
             dialog.reset();
             abandonLoad();
-            DialogSeam::warning(this, parsingError, CameraFileSession::unknownStandardText());
+            warnLoadFailure(this, parsingError, m_session->unknownStandardPlace(),
+                            CameraFileSession::unknownStandardText());
             return false;
         }
     } catch (const OperationCanceledException&) {
@@ -203,8 +206,12 @@ bool Window::loadDocument(const QString& a_filePath)
     } catch (const ExceptionBase& a_exception) {
         dialog.reset();
         abandonLoad();
-        warnFailure(this, parsingError, QStringLiteral("<html><p>Failed to parse the LUMEX file.</p>"),
-                    &a_exception);
+        FailurePlace place = a_exception.place();
+        if (place.m_file.isEmpty())
+            place.m_file = filePath;
+        warnLoadFailure(
+            this, parsingError, place,
+            failureText(QStringLiteral("<html><p>Failed to parse the LUMEX file.</p>"), &a_exception));
         return false;
     } catch (...) {
         dialog.reset();
@@ -222,6 +229,7 @@ bool Window::loadDocument(const QString& a_filePath)
     setDocumentPath(filePath);
     element->undoRedoStack()->setOffsetFromInitial(0);
     m_treeModel->setWindowElement(element);
+    m_find->setWindowElement(element);
     updateModesAndCategories();
     updateExtraDataDialog();
     element->setCamera();

@@ -40,6 +40,14 @@ bool CamProperty::operator!() const
     return !m_node;
 }
 
+unsigned CamProperty::line() const
+{
+    if (!m_node)
+        return 0;
+    const long line = xmlGetLineNo(m_node);
+    return line > 0 ? static_cast<unsigned>(line) : 0;
+}
+
 const char* CamProperty::name() const
 {
     if (!m_node)

@@ -46,6 +46,9 @@ public:
     void set_name(const char* a_name);
     // True when the node is of one of the kinds in the XmlNodeType mask a_kind.
     bool is(unsigned a_kind) const;
+    // The line of the document the node starts on, counted from 1; 0 when unknown (a null handle, a
+    // node built in memory).
+    unsigned line() const;
 
     unsigned attribute_count() const;
     // Namespace declarations come first, then the attributes in document order.

@@ -9,7 +9,7 @@ namespace Orvex {
 
 class CameraFileSession;
 
-// The command line of orvex-tool and its three commands, which load camera files exactly as the editor
+// The command line of orvex-tool and its commands, which load camera files exactly as the editor
 // does (standard, schema, file) and save them as its Save does. The editor's folder and schema options
 // may stand anywhere on the line and have the editor's defaults.
 //
@@ -44,6 +44,8 @@ private:
     // path and the text to set it to.
     int roundtrip(const QString& a_input, const QString& a_output, bool a_keepLayout,
                   const QStringList& a_edit = QStringList());
+    // Exits as diff(1) does: 0 equal, 1 different, 2 when the files cannot be compared.
+    int diff(const QString& a_left, const QString& a_right);
 
     // On failure writes "FILE: " and the reason to a_failures and returns false. The messages that the
     // editor would show after a successful load go to standard error.
