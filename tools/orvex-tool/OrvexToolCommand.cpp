@@ -162,21 +162,17 @@ QString OrvexToolCommand::usageText()
         "                        or \"mode=NAME\"), a tab, the path below the scope, a tab,\n"
         "                        the value as it would be written.\n"
         "  roundtrip <IN> <OUT>  Load IN and save it to OUT as the editor's Save does, extra\n"
-<<<<<<< HEAD
         "                        data included: IN's own layout is kept.\n"
         "  format <IN> <OUT>     As roundtrip, but lays the whole document out anew, with two\n"
         "                        blanks of indentation per level.\n"
         "  set <IN> <OUT> <SCOPE> <PATH> <VALUE>\n"
         "                        As roundtrip, with the value that dump shows at SCOPE and\n"
         "                        PATH set to VALUE first.\n"
-=======
-        "                        data included.\n"
         "  diff <A> <B>          Print one line per value that differs: the scope and path as\n"
         "                        dump names them, A's value, B's value, separated by tabs;\n"
         "                        \"(absent)\" for a value, category or mode a file lacks.\n"
         "                        Exit status 0 when equal, 1 when different, 2 when a file\n"
         "                        could not be loaded or the standards differ.\n"
->>>>>>> main
         "\n"
         "Options, anywhere on the line (\"/\" may stand for \"-\" before an option name):\n"
         "  -CFGDIR <PATH>        The configuration folder, as for the editor.\n"
