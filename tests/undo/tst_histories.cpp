@@ -1,3 +1,4 @@
+#include "ElementFixtures.h"
 #include "FileFixtures.h"
 #include "elements/ElementBaseDelayQueue.h"
 #include "elements/NavigationStack.h"
@@ -21,30 +22,9 @@ using Orvex::ActionBase;
 using Orvex::ActionStack;
 using Orvex::HistoryMenu;
 using Orvex::NavigationStack;
+using TestElement = OrvexTest::RecordingElement;
 
 namespace {
-
-// An element that only records what the raise/lower protocol does to it, into a log that may be shared
-// between several elements so that tests can check the order across them.
-class TestElement : public Orvex::ElementBase
-{
-public:
-    TestElement(const QString& a_name, QStringList* a_log, QObject* a_parent = nullptr)
-        : Orvex::ElementBase(a_parent), m_log(a_log)
-    {
-        setName(a_name);
-    }
-
-    const Orvex::WindowElement* windowElement() const override { return nullptr; }
-    Orvex::WindowElement* windowElement() override { return nullptr; }
-
-protected:
-    void onRaise() override { m_log->append(QStringLiteral("raise ") + name()); }
-    void onLower() override { m_log->append(QStringLiteral("lower ") + name()); }
-
-private:
-    QStringList* m_log;
-};
 
 // What the test actions edit: the names of the applied actions in the order they were applied. Each
 // action remembers the document as it was before its change and counts a fault whenever it is redone or
@@ -335,8 +315,8 @@ private slots:
         Document document;
         ActionStack stack;
         run(stack, document, QStringLiteral("p p p i1"));
-        actionAt(stack, 1)->setDescription(QString(64, 'x'));
-        actionAt(stack, 2)->setDescription(QStringLiteral("\"<&>\" ") + QString(59, 'x'));
+        actionAt(stack, 1)->setDescription(QString(100, 'x'));
+        actionAt(stack, 2)->setDescription(QStringLiteral("\"<&>\" ") + QString(100, 'x'));
         QMenu menu;
         stack.fillHistoryMenu(&menu);
         menu.clear();
@@ -356,11 +336,11 @@ private slots:
             return "<dl><dt><b>" + a_prefix + ": </b></dt><dd>" + a_text + "</dd></dl>";
         };
         QCOMPARE(entries,
-                 (QStringList{"Redo: \"<&>\" " + QString(55, 'x') + "... > 3 " +
-                                  tip("Redo", "&quot;&lt;&amp;&gt;&quot; " + QString(59, 'x')) + " 0001",
-                              "Redo: " + QString(64, 'x') + " > 2 " + tip("Redo", QString(64, 'x')) + " 0001",
-                              "Current State >  Current State 1111",
-                              "Undo: a0 > 0 " + tip("Undo", "a0") + " 0001"}));
+                 (QStringList{
+                     "Redo: \"<&>\" " + QString(30, 'x') + "..." + QString(61, 'x') + " > 3 " +
+                         tip("Redo", "&quot;&lt;&amp;&gt;&quot; " + QString(100, 'x')) + " 0001",
+                     "Redo: " + QString(100, 'x') + " > 2 " + tip("Redo", QString(100, 'x')) + " 0001",
+                     "Current State >  Current State 1111", "Undo: a0 > 0 " + tip("Undo", "a0") + " 0001"}));
 
         menu.actions().at(0)->trigger();
         QCOMPARE(document.applied, (QStringList{"a0", "a1", "a2"}));
