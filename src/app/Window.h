@@ -108,6 +108,8 @@ protected:
     void dragMoveEvent(QDragMoveEvent* a_event) override;
     void dropEvent(QDropEvent* a_event) override;
     bool eventFilter(QObject* a_watched, QEvent* a_event) override;
+    // Tab follows WindowFocusOrder wherever it knows the focus.
+    bool focusNextPrevChild(bool a_next) override;
 
 private:
     void createActions();
@@ -146,7 +148,11 @@ private:
 
     void setDocumentPath(const QString& a_docPath);
     // The save-state question; true when the caller may go on, the document then being closed.
-    bool settleDocumentState();
+    // Asks about unsaved changes (saving them when the user says so); then, when a_discard, closes the
+    // document. False when the user cancelled or the save failed.
+    bool settleDocumentState(bool a_discard = true);
+    // Takes the document off the window's pages and tree, before the session deletes it.
+    void releaseDocument();
     bool loadDocument(const QString& a_filePath);
     // Leaves the window as it is without a document after a load that failed.
     void abandonLoad();

@@ -200,6 +200,12 @@ void ValueFeatureElementBase::highlight(size_t a_index)
     highlightContainers(containers);
 }
 
+void ValueFeatureElementBase::discardWidgetEdits()
+{
+    for (size_t index = 0; index < m_values.size(); ++index)
+        showValue(index, m_values[index]);
+}
+
 void ValueFeatureElementBase::userSetValue(const QVariant& a_value)
 {
     userSetValue(0, a_value);
