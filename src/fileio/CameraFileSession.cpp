@@ -8,8 +8,10 @@
 #include "fileio/LumexPrinter.h"
 #include "fileio/SchemaParser.h"
 #include "model/LumexTree.h"
+#include "platform/LumexSource.h"
 #include "widgets/ProgressStepper.h"
 
+#include <QFile>
 #include <QFileInfo>
 
 #include <memory>
@@ -75,6 +77,9 @@ CameraFileSession::LoadResult CameraFileSession::load(const QString& a_path,
     schema.loadCamera(element->camera());
     beginStage(a_progress, QStringLiteral("Populating editor from file data"), 60, 99);
     parser.parse(element->camera());
+    QFile source(filePath);
+    if (source.open(QIODevice::ReadOnly))
+        tree->setSource(Lumex::LumexSource::read(source.readAll()));
 
     close();
     m_tree = tree.release();
@@ -95,6 +100,7 @@ bool CameraFileSession::save(const QString& a_path, ProgressStepper* a_progress,
     LumexPrinter printer(a_progress, m_tree);
     printer.setSchemaPaths(m_coaXPressXsdPath, m_cameraLinkXsdPath);
     printer.setPreserveExtraData(a_preserveExtraData);
+    printer.setKeepsLayout(m_keepsLayout);
     printer.print(camera);
     beginStage(a_progress, QStringLiteral("Saving LUMEX file"), 90, 99);
     return printer.save(QFileInfo(a_path).absoluteFilePath());

@@ -63,6 +63,10 @@ public:
     // OperationCanceledException; false when the file could not be written, which leaves it as it was.
     bool save(const QString& a_path, ProgressStepper* a_progress, bool a_preserveExtraData);
 
+    // On by default: saving writes into the text the file was read from, changing it only where the
+    // content changed. Off, every save lays the whole document out anew.
+    void setKeepsLayout(bool a_keepsLayout) { m_keepsLayout = a_keepsLayout; }
+
     // Emits documentClosing first when there is a document.
     void close();
 
@@ -89,6 +93,7 @@ private:
     QString m_filePath;
     QString m_coaXPressXsdPath;
     QString m_cameraLinkXsdPath;
+    bool m_keepsLayout = true;
     FailurePlace m_unknownStandardPlace;
 };
 

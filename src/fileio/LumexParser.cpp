@@ -79,6 +79,8 @@ LumexParser::LumexParser(const QString& a_path, LumexTree* a_tree, ProgressStepp
     : m_path(a_path), m_tree(a_tree), m_progress(a_progress)
 {
     const QByteArray path = QFile::encodeName(a_path);
+    // A value written as a reference to an entity of the file is the entity's text.
+    m_file.setExpandsEntities(true);
     const Lumex::Error result = m_file.load(path.constData(), Lumex::CamFile::SourcePath);
     if (!result) {
         FailurePlace place;
@@ -551,7 +553,10 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
         const QString name = text(child->name());
         const int occurrence = seen[name]++;
         LumexTreeElement* next = nullptr;
-        if (QStringList(a_treeElement->path() << name) == s_modePath) {
+        // Only the modes of the first "modes" block of the first camera are the camera's; a second block
+        // is content the schema does not know, kept as it is.
+        if (name == s_modePath.last() && m_tree &&
+            a_treeElement == m_tree->elementByPath(s_modesPath, true)) {
             const char* modeName = nullptr;
             if (!child->get("name", modeName))
                 ORVEX_THROW(BadModeException, "Camera mode property lacks the \"name\" attribute.");

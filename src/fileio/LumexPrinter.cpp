@@ -10,6 +10,7 @@
 #include "model/LumexTree.h"
 #include "model/LumexTreeElement.h"
 #include "platform/LogCategories.h"
+#include "platform/LumexSource.h"
 #include "platform/QNDriver.h"
 #include "widgets/ProgressStepper.h"
 
@@ -64,13 +65,16 @@ Lumex::Error copyLaidOut(const Lumex::CamProperty& a_source, Lumex::CamProperty 
         if (!result)
             return result;
     }
-    bool hasChildren = false;
+    // An element holding only comments holds an empty value: white space there would become its value.
+    bool hasElements = false;
     bool hasText = false;
     for (auto child = a_source.begin(nullptr); child != a_source.end(nullptr); ++child) {
-        hasChildren = true;
+        hasElements =
+            hasElements || !child->is(Lumex::CamProperty::TextNode | Lumex::CamProperty::CommentNode |
+                                      Lumex::CamProperty::OtherNode);
         hasText = hasText || child->is(Lumex::CamProperty::TextNode);
     }
-    const bool indent = hasChildren && !hasText;
+    const bool indent = hasElements && !hasText;
     const auto append = [&a_target](Lumex::CamProperty::XmlNodeType a_kind, const char* a_value) {
         Lumex::CamProperty node = a_target.push_back(a_kind);
         return node.isNull() ? Lumex::Error("Write error", "A node could not be added.", a_value)
@@ -117,6 +121,7 @@ void LumexPrinter::print(CameraElement* a_camera)
 {
     if (!a_camera)
         return;
+    m_text.clear();
     m_document = Lumex::CamFile(s_rootName, Lumex::CamFile::SourceRootName);
     m_linkedNodes.clear();
     if (m_tree && m_tree->root()) {
@@ -134,6 +139,17 @@ void LumexPrinter::print(CameraElement* a_camera)
     printCamera(a_camera);
     writeFrameContent();
 
+    // Without the extra data the file's own text would bring back what the user chose to drop.
+    const std::shared_ptr<const Lumex::LumexSource> source = m_tree ? m_tree->source() : nullptr;
+    if (source && m_keepsLayout && m_preserveExtraData) {
+        const Lumex::Error merged = source->merge(m_document, m_text);
+        if (merged)
+            return;
+        m_text.clear();
+        QNDebugString(QByteArray("[LumexPrinter] The file's layout could not be kept: " +
+                                 QByteArray(merged.message() ? merged.message() : "") + '\n')
+                          .constData());
+    }
     Lumex::CamFile laidOut(s_rootName, Lumex::CamFile::SourceRootName);
     const Lumex::Error result = copyLaidOut(m_document.root(), laidOut.root(), 0);
     if (!result) {
@@ -153,7 +169,8 @@ bool LumexPrinter::save(const QString& a_path) const
     const Lumex::Error result =
         folder.isDir() && !folder.isWritable()
             ? Lumex::Error("Write error", "The folder does not allow a temporary file.", path.constData())
-            : m_document.write(path.constData());
+        : m_text.isEmpty() ? m_document.write(path.constData())
+                           : Lumex::CamFile::writeBytes(path.constData(), m_text.constData(), m_text.size());
     if (result)
         return true;
     for (Lumex::Error error = result; !bool(error); error = error.skip_next(Lumex::Error::NextError)) {
@@ -403,6 +420,7 @@ void LumexPrinter::writeTreeContent(Lumex::CamProperty a_node, const LumexTreeEl
             result = a_node.set(name.constData(), child->value().constData());
         } else {
             Lumex::CamProperty element = a_node.push_back(name.constData());
+            element.markCopied();
             if (element.isNull()) {
                 result = Lumex::Error("Write error", "The element could not be added.", name.constData());
             } else if (!child->value().isNull()) {

@@ -29,8 +29,10 @@ class ProgressStepper;
 // of that place, unless extra data is not to be preserved. Values are written as they were read while
 // nobody changed them, otherwise in their feature's own notation.
 //
-// The output is laid out with two blanks of indentation per level wherever an element holds only
-// elements; inside text it is left as it is.
+// With the tree's source (the text the file was read from) and extra data preserved, the document is written
+// into that text, which changes only where the content changed (see Lumex::LumexSource). Otherwise the output
+// is laid out with two blanks of indentation per level wherever an element holds only elements; inside
+// text it is left as it is.
 //
 // A path hint's path leads to its node: the node's own name is the path element that follows it.
 //
@@ -58,6 +60,8 @@ public:
     // On by default. Off, only what the schema describes is written.
     void setPreserveExtraData(bool a_preserve) { m_preserveExtraData = a_preserve; }
     bool preserveExtraData() const { return m_preserveExtraData; }
+    // On by default: with the tree's source, the document is written into it. Off, it is laid out anew.
+    void setKeepsLayout(bool a_keepsLayout) { m_keepsLayout = a_keepsLayout; }
 
     // Builds the document anew from a_camera and the tree.
     void print(CameraElement* a_camera);
@@ -93,6 +97,9 @@ private:
     QString m_cameraLinkXsdPath;
     bool m_preserveExtraData = true;
     QMultiMap<quint64, const LumexTreeElement*> m_linkedNodes;
+    bool m_keepsLayout = true;
+    // The source with the document written into it; empty when the document is laid out anew.
+    QByteArray m_text;
 };
 
 } // namespace Orvex

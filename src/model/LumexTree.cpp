@@ -2,6 +2,7 @@
 
 #include "model/LumexTreeElement.h"
 #include "model/LumexTreeMode.h"
+#include "platform/LumexSource.h"
 
 namespace Orvex {
 

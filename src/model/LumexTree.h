@@ -6,6 +6,12 @@
 #include <QString>
 #include <QStringList>
 
+#include <memory>
+
+namespace Lumex {
+class LumexSource;
+}
+
 namespace Orvex {
 
 class LumexTreeElement;
@@ -23,6 +29,11 @@ public:
 
     QString file() const { return m_file; }
     void setFile(const QString& a_file);
+
+    // The text the file was read from, so that saving changes it only where the content changed; null
+    // for a document with no layout to keep.
+    std::shared_ptr<const Lumex::LumexSource> source() const { return m_source; }
+    void setSource(std::shared_ptr<const Lumex::LumexSource> a_source) { m_source = std::move(a_source); }
 
     // Stands above the file's own root element "quarnel_config".
     LumexTreeElement* root() const;
@@ -52,6 +63,7 @@ private:
     };
 
     QString m_file;
+    std::shared_ptr<const Lumex::LumexSource> m_source;
     QPointer<LumexTreeElement> m_root;
     QList<AttachedMode> m_modes;
 };

@@ -7,6 +7,7 @@
 #include <QRegularExpression>
 #include <QSaveFile>
 
+#include <libxml/SAX2.h>
 #include <libxml/encoding.h>
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
@@ -56,6 +57,8 @@ struct LoadSession
     // libxml2 keeps a name that is no qualified name ("a:1b", "a:b:c") after reporting it, but such a
     // name can never be written again, so a document holding one would load and then fail to save.
     bool invalidName = false;
+    // libxml2 goes on without an entity it could not load; the document would read as if it had none.
+    bool refusedExternal = false;
 };
 
 std::atomic<LoadSession*> s_activeSession{nullptr};
@@ -159,14 +162,56 @@ void collectUnstructured(void* a_userData, const char* a_format, ...)
     session->diagnostics.append("XML error", trimmedText(buffer).c_str(), nullptr);
 }
 
+// The name of the entity declared in the document's own subset with a_resource as its system name.
+const char* entityNamed(xmlParserCtxtPtr a_context, const char* a_resource)
+{
+    const xmlDtd* subset = a_context && a_context->myDoc ? a_context->myDoc->intSubset : nullptr;
+    if (!subset || !a_resource)
+        return nullptr;
+    for (const xmlNode* node = subset->children; node; node = node->next) {
+        const auto* entity = reinterpret_cast<const xmlEntity*>(node);
+        if (node->type == XML_ENTITY_DECL && entity->SystemID &&
+            (xmlStrEqual(entity->SystemID, xml(a_resource)) || xmlStrEqual(entity->URI, xml(a_resource))))
+            return reinterpret_cast<const char*>(entity->name);
+    }
+    return nullptr;
+}
+
+// An external entity referred to in the content is refused by name and line: libxml2 itself goes on
+// without it whenever the resource does not exist, and the document would read as if the text were empty.
+xmlEntityPtr refusingGetEntity(void* a_context, const xmlChar* a_name)
+{
+    auto* context = static_cast<xmlParserCtxtPtr>(a_context);
+    xmlEntityPtr entity = xmlSAX2GetEntity(a_context, a_name);
+    auto* session = context ? static_cast<LoadSession*>(context->_private) : nullptr;
+    if (session && entity && entity->etype == XML_EXTERNAL_GENERAL_PARSED_ENTITY && context->inSubset == 0) {
+        session->refusedExternal = true;
+        const std::string comment =
+            "line " + std::to_string(context->input ? context->input->line : 0) + ": entity '" +
+            reinterpret_cast<const char*>(a_name) + "' (" +
+            (entity->SystemID ? reinterpret_cast<const char*>(entity->SystemID) : "") + ")";
+        session->diagnostics.append("External resource refused",
+                                    "The document refers to an external entity, which is never loaded.",
+                                    comment.c_str());
+    }
+    return entity;
+}
+
 xmlParserInputPtr refuseExternal(const char* a_url, const char* a_id, xmlParserCtxtPtr a_context)
 {
     LoadSession* session = s_activeSession.load();
     if (session && a_context == session->context) {
         const char* resource = a_url ? a_url : a_id;
+        std::string comment = resource ? resource : "";
+        if (const char* entity = entityNamed(a_context, resource)) {
+            comment = std::string("entity '") + entity + "' (" + comment + ")";
+            if (a_context->input)
+                comment = "line " + std::to_string(a_context->input->line) + ": " + comment;
+        }
+        session->refusedExternal = true;
         session->diagnostics.append("External resource refused",
                                     "The document refers to an external resource, which is never loaded.",
-                                    resource);
+                                    comment.c_str());
     }
     return nullptr;
 }
@@ -236,7 +281,7 @@ const xmlChar* unwritableNamespaceName(xmlDocPtr a_document)
     return nullptr;
 }
 
-Error parseDevice(QIODevice& a_device, const char* a_url, xmlDocPtr& a_document)
+Error parseDevice(QIODevice& a_device, const char* a_url, bool a_expandEntities, xmlDocPtr& a_document)
 {
     a_document = nullptr;
     xmlInitParser();
@@ -251,15 +296,19 @@ Error parseDevice(QIODevice& a_device, const char* a_url, xmlDocPtr& a_document)
     context->sax->error = collectUnstructured;
     context->sax->warning = collectUnstructured;
     context->sax->fatalError = collectUnstructured;
+    if (a_expandEntities)
+        context->sax->getEntity = refusingGetEntity;
     xmlDocPtr document = nullptr;
     bool wellFormed = false;
     {
         RefusingLoaderScope scope(&session);
-        // No entity substitution, no DTD loading, no huge-document relief: libxml2's entity
-        // amplification limits stay on and external resources are never needed.
-        document = xmlCtxtReadIO(context, readFromDevice, nullptr, &session, a_url, nullptr,
-                                 XML_PARSE_NONET | XML_PARSE_BIG_LINES);
-        wellFormed = document && context->wellFormed && !session.invalidName;
+        // No DTD loading, no huge-document relief: libxml2's entity amplification limits stay on and
+        // external resources are never read. Substituted, internal entities become the text they stand
+        // for; an external one is refused.
+        document =
+            xmlCtxtReadIO(context, readFromDevice, nullptr, &session, a_url, nullptr,
+                          XML_PARSE_NONET | XML_PARSE_BIG_LINES | (a_expandEntities ? XML_PARSE_NOENT : 0));
+        wellFormed = document && context->wellFormed && !session.invalidName && !session.refusedExternal;
     }
     context->_private = nullptr;
     xmlFreeParserCtxt(context);
@@ -440,7 +489,7 @@ Error CamFile::load(const char* a_text, SourceBufferType a_type)
             const std::string comment = std::string(a_text) + ": " + utf8(file.errorString());
             return Error("File error", "The file could not be opened for reading.", comment.c_str());
         }
-        result = parseDevice(file, a_text, document);
+        result = parseDevice(file, a_text, m_expandEntities, document);
         break;
     }
     case SourceText: {
@@ -449,7 +498,7 @@ Error CamFile::load(const char* a_text, SourceBufferType a_type)
         QByteArray bytes = QByteArray::fromRawData(a_text, static_cast<int>(std::strlen(a_text)));
         QBuffer buffer(&bytes);
         buffer.open(QIODevice::ReadOnly);
-        result = parseDevice(buffer, nullptr, document);
+        result = parseDevice(buffer, nullptr, m_expandEntities, document);
         break;
     }
     case SourceRootName:
@@ -540,6 +589,26 @@ Error CamFile::write(const char* a_path) const
     // Qt 5's commit() ignores a failed flush of what is still buffered (a disk filling up at the end),
     // and would put the cut-off file in place of the previous one.
     if (!file.flush()) {
+        file.cancelWriting();
+        return failure("The file could not be written.");
+    }
+    if (!file.commit())
+        return failure("The file could not be written.");
+    return Error();
+}
+
+Error CamFile::writeBytes(const char* a_path, const char* a_data, long long a_size)
+{
+    if (!a_path || !*a_path)
+        return Error("Write error", "No file name was given.", nullptr);
+    QSaveFile file(QFile::decodeName(a_path));
+    const auto failure = [&](const char* a_message) {
+        const std::string comment = std::string(a_path) + ": " + utf8(file.errorString());
+        return Error("Write error", a_message, comment.c_str());
+    };
+    if (!file.open(QIODevice::WriteOnly))
+        return failure("The file could not be opened for writing.");
+    if (file.write(a_data, a_size) != a_size || !file.flush()) {
         file.cancelWriting();
         return failure("The file could not be written.");
     }

@@ -37,6 +37,11 @@ public:
     CamFile& operator=(CamFile&& a_other) noexcept;
     virtual ~CamFile();
 
+    // Off by default. On, the next load substitutes the internal entities the document declares, as
+    // libxml2 does with its amplification limits, and refuses external ones; off, a reference stays a
+    // node of its own.
+    void setExpandsEntities(bool a_expand) { m_expandEntities = a_expand; }
+
     // Replaces the document when loading succeeds; otherwise keeps it and returns every diagnostic
     // found, in document order.
     Error load(const char* a_text, SourceBufferType a_type);
@@ -57,12 +62,18 @@ public:
     // has been written completely.
     Error write(const char* a_path) const;
 
+    // Writes a_size bytes as the whole file, which is replaced only once they are all written.
+    static Error writeBytes(const char* a_path, const char* a_data, long long a_size);
+
 private:
+    friend class LumexSourceMerge;
+
     void replaceDocument(_xmlDoc* a_document);
 
     _xmlDoc* m_document = nullptr;
     std::optional<std::string> m_declaration;
     Error m_status;
+    bool m_expandEntities = false;
 };
 
 } // namespace Lumex

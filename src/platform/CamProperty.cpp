@@ -319,6 +319,24 @@ CamProperty CamProperty::push_back(int a_kind)
     return push_back(static_cast<XmlNodeType>(a_kind));
 }
 
+namespace {
+
+// Only its address is used.
+const char s_copiedMark = 0;
+
+} // namespace
+
+void CamProperty::markCopied()
+{
+    if (isElement(m_node))
+        m_node->_private = const_cast<char*>(&s_copiedMark);
+}
+
+bool CamProperty::isCopiedNode(const _xmlNode* a_node)
+{
+    return a_node && a_node->_private == &s_copiedMark;
+}
+
 void CamProperty::clear()
 {
     if (!m_node)

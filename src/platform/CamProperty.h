@@ -83,6 +83,11 @@ public:
     // content of any other node.
     void clear();
 
+    // Marks an element as content copied from the file rather than written from what the editor
+    // holds: writing into the file's own text (LumexSource) leaves it at its place there.
+    void markCopied();
+    static bool isCopiedNode(const _xmlNode* a_node);
+
     // Child elements named a_name; all child nodes when a_name is null.
     unsigned count(const char* a_name) const;
     // The a_index-th child element named a_name (any child node when a_name is null); a null handle

@@ -3,11 +3,14 @@
 #include "TestSupport.h"
 #include "elements/CameraElement.h"
 #include "elements/CameraGlobalCategory.h"
+#include "elements/FeatureListFeatureBase.h"
+#include "elements/GenericModeCategory.h"
 #include "elements/ModeCategoryElementBase.h"
 #include "elements/ModeElement.h"
 #include "elements/ValueFeatureElementBase.h"
 #include "fileio/LumexPrinter.h"
 #include "model/OperationCanceledException.h"
+#include "platform/LumexSource.h"
 #include "widgets/ProgressStepper.h"
 
 #include <QDir>
@@ -49,6 +52,84 @@ protected:
     void moveInstanceValue(size_t, size_t) override {}
 };
 
+// The feature an edit names: "Feature" among the global ones, "Mode:Category/Feature" in a mode, a
+// member of a list instance as "List@instance/Member"; a mode category alone names its presence.
+FeatureElementBase* featureAt(CameraDocument& a_document, const QString& a_where, size_t& a_instance)
+{
+    const int colon = a_where.indexOf(QLatin1Char(':'));
+    QStringList steps = a_where.mid(colon + 1).split(QLatin1Char('/'));
+    CategoryElementBase* category = a_document.camera()->globalCategory();
+    if (colon >= 0) {
+        ModeElement* mode = a_document.camera()->modeByName(a_where.left(colon));
+        category = nullptr;
+        for (ModeCategoryElementBase* candidate :
+             mode ? mode->categories() : QVector<ModeCategoryElementBase*>()) {
+            if (candidate->name() == steps.first())
+                category = candidate;
+        }
+        steps.removeFirst();
+        if (steps.isEmpty())
+            return qobject_cast<GenericModeCategory*>(category)
+                       ? qobject_cast<GenericModeCategory*>(category)->categoryFeature()
+                       : nullptr;
+    }
+    FeatureElementBase* feature = nullptr;
+    for (const QString& step : qAsConst(steps)) {
+        const QString name = step.section(QLatin1Char('@'), 0, 0);
+        const auto* list = qobject_cast<FeatureListFeatureBase*>(feature);
+        feature = nullptr;
+        if (!list && category)
+            feature = category->feature(name);
+        for (FeatureElementBase* member :
+             list ? list->instanceMembers(a_instance) : QVector<FeatureElementBase*>()) {
+            if (member->name() == name)
+                feature = member;
+        }
+        a_instance = step.section(QLatin1Char('@'), 1).toULong();
+        category = nullptr;
+    }
+    return feature;
+}
+
+// One line of an edit file: a verb, what it acts on and its argument, as the editor's commands do them.
+bool applyEdit(CameraDocument& a_document, const QString& a_line)
+{
+    const QString verb = a_line.section(QLatin1Char(' '), 0, 0);
+    const QString where = a_line.section(QLatin1Char(' '), 1, 1);
+    const QString argument = a_line.section(QLatin1Char(' '), 2);
+    CameraElement* camera = a_document.camera();
+    ModeElement* mode = camera->modeByName(where);
+    if (verb == QLatin1String("clone")) {
+        ModeElement* copy = mode->clone();
+        copy->setName(argument);
+        return camera->insertMode(camera->indexOfMode(mode) + 1, copy) >= 0;
+    }
+    if (verb == QLatin1String("delete")) {
+        delete camera->takeMode(camera->indexOfMode(mode));
+        return true;
+    }
+    if (verb == QLatin1String("rename")) {
+        mode->setName(argument);
+        return true;
+    }
+    if (verb == QLatin1String("move"))
+        return camera->moveMode(camera->indexOfMode(mode), argument.toInt());
+    size_t instance = 0;
+    FeatureElementBase* feature = featureAt(a_document, where, instance);
+    if (!feature)
+        return false;
+    if (verb == QLatin1String("enable") || verb == QLatin1String("disable")) {
+        feature->setEnabled(verb == QLatin1String("enable"));
+        return true;
+    }
+    if (verb == QLatin1String("insert"))
+        return feature->insertInstance(argument.toULong());
+    if (verb == QLatin1String("remove"))
+        return feature->removeInstance(argument.toULong());
+    auto* value = qobject_cast<ValueFeatureElementBase*>(feature);
+    return verb == QLatin1String("set") && value && value->setValueFromText(instance, argument);
+}
+
 } // namespace
 
 class TestLumexPrinter : public QObject
@@ -85,6 +166,32 @@ private slots:
         const QString rewritten = dir.filePath(QStringLiteral("rewritten.lumex"));
         QVERIFY(reread.save(rewritten));
         QCOMPARE(fileBytes(rewritten).split('\n'), fileBytes(written).split('\n'));
+    }
+
+    // Saving writes into the file's own text: a folder per case holds the file, the edits made to it
+    // (edit.txt) and the file as saved after them.
+    void keepsLayout_data() { OrvexTest::addFolderRows(QStringLiteral("tests/model/data/layout")); }
+
+    void keepsLayout()
+    {
+        QFETCH(QString, folder);
+        const QDir data(folder);
+        const QString input = data.filePath(QStringLiteral("input.lumex"));
+        CameraDocument document;
+        document.load(input);
+        document.tree.setSource(Lumex::LumexSource::read(fileBytes(input)));
+        for (const QByteArray& line : fileBytes(data.filePath(QStringLiteral("edit.txt"))).split('\n')) {
+            if (!line.trimmed().isEmpty() && !line.startsWith('#'))
+                QVERIFY2(applyEdit(document, QString::fromUtf8(line.trimmed())), line.constData());
+        }
+        QTemporaryDir dir;
+        const QString written = dir.filePath(QStringLiteral("written.lumex"));
+        QVERIFY(document.save(written));
+        QCOMPARE(fileBytes(written).split('\n'),
+                 fileBytes(data.filePath(QStringLiteral("expected.lumex"))).split('\n'));
+        QString output;
+        if (OrvexTest::runXmllint(input, document.schema) == 0)
+            QVERIFY2(OrvexTest::runXmllint(written, document.schema, &output) == 0, qPrintable(output));
     }
 
     // Content the schema does not know stays with its table row when rows are removed or moved.

@@ -108,17 +108,29 @@ private slots:
         QVERIFY(!QFile::exists(m_dir.filePath("never.lumex")));
     }
 
-    // The tool writes what the editor's printer writes after the editor's load sequence.
+    // The tool writes what the editor's printer writes after the editor's load sequence: roundtrip and set
+    // into the file's own text, format laid out anew.
     void roundtrip_data()
     {
         QTest::addColumn<QString>("folder");
         QTest::addColumn<QString>("schema");
         QTest::addColumn<bool>("valid");
+        QTest::addColumn<QStringList>("command");
+        QTest::addColumn<QString>("expected");
 
-        QTest::newRow("extra data") << "tests/tools/data/camera" << m_dir.filePath("schema.xsd") << false;
+        const QString cxp = OrvexTest::sourcePath("config/Pld/LUMEX-CXP.xsd");
+        const QString extra = m_dir.filePath("schema.xsd");
+        const QString example = "tests/model/data/roundtrip/cxp_example";
+        // A file on one line has no layout to keep.
+        QTest::newRow("extra data on one line")
+            << "tests/tools/data/camera" << extra << false << QStringList{"roundtrip"} << "expected.lumex";
         QTest::newRow("shipped CoaXPress example")
-            << "tests/model/data/roundtrip/cxp_example" << OrvexTest::sourcePath("config/Pld/LUMEX-CXP.xsd")
-            << true;
+            << example << cxp << true << QStringList{"roundtrip"} << "input.lumex";
+        QTest::newRow("shipped CoaXPress example laid out")
+            << example << cxp << true << QStringList{"format"} << "expected.lumex";
+        QTest::newRow("one value set")
+            << "tests/model/data/layout/value_edit" << cxp << true
+            << QStringList{"set", "camera", "Model", "QC-4M180B"} << "expected.lumex";
     }
 
     void roundtrip()
@@ -126,13 +138,16 @@ private slots:
         QFETCH(QString, folder);
         QFETCH(QString, schema);
         QFETCH(bool, valid);
+        QFETCH(QStringList, command);
+        QFETCH(QString, expected);
 
         const QDir cases(OrvexTest::sourcePath(folder));
         const QString input = cases.filePath("input.lumex");
         const QString output = m_dir.filePath(QStringLiteral("out.lumex"));
-        const Run result = run({"-CLXSD", "unused.xsd", "roundtrip", input, output, "-CXPXSD", schema});
+        const Run result = run(QStringList{"-CLXSD", "unused.xsd", command.first(), input, output} +
+                               command.mid(1) + QStringList{"-CXPXSD", schema});
         QCOMPARE(result.exitCode, 0);
-        QCOMPARE(contents(output), contents(cases.filePath("expected.lumex")));
+        QCOMPARE(contents(output), contents(cases.filePath(expected)));
         QCOMPARE(OrvexTest::runXmllint(output, schema) == 0, valid);
 
         if (!QFile::exists(cases.filePath("expected-dump.txt")))

@@ -7,6 +7,10 @@
 #include "elements/ModeElement.h"
 #include "elements/ValueFeatureElementBase.h"
 
+#include <QHash>
+#include <QPair>
+
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -88,7 +92,14 @@ public:
             return;
         const size_t count = value->instanceCount();
         DumpNode* holder = m_root.descendant(segments);
+        const QString holderPath = segments.join(QLatin1Char('/'));
+        const QString prefix = holderPath.isEmpty() ? QString() : holderPath + QLatin1Char('/');
         for (size_t instance = 0; instance < count; ++instance) {
+            const QString where = value->isAttribute()
+                                      ? prefix + QLatin1Char('@') + indexed(name, repeated, instance)
+                                  : name.isEmpty() ? holderPath
+                                                   : prefix + indexed(name, repeated, instance);
+            m_values.insert(where, {value->id(), instance});
             const QString text = CameraFileDump::escapedValue(value->valueText(instance));
             if (value->isAttribute()) {
                 holder->attributeLines
@@ -113,23 +124,23 @@ public:
         m_root.collect(a_scope, QString(), a_lines);
     }
 
+    // The feature id and instance of the value at a_path; id 0 when there is none.
+    QPair<quint64, size_t> valueAt(const QString& a_path) const { return m_values.value(a_path, {0, 0}); }
+
 private:
     QStringList m_scopePath;
     DumpNode m_root;
+    QHash<QString, QPair<quint64, size_t>> m_values;
 };
 
-} // namespace
-
-QStringList CameraFileDump::lines(const CameraElement* a_camera)
+// Calls a_visit with each scope's name and its walker, once the walker has met the scope's values.
+void forEachScope(const CameraElement* a_camera,
+                  const std::function<void(const QString&, const ScopeWalker&)>& a_visit)
 {
-    QStringList result;
-    if (!a_camera)
-        return result;
-
     const CameraGlobalCategory* global = a_camera->globalCategory();
     ScopeWalker camera(global->elementPath());
     camera.addCategory(global, QStringList());
-    camera.collect(QStringLiteral("camera"), result);
+    a_visit(QStringLiteral("camera"), camera);
 
     for (const ModeElement* mode : a_camera->modes()) {
         // The scope of a mode is its own "mode" element, below the path that holds the modes.
@@ -141,9 +152,39 @@ QStringList CameraFileDump::lines(const CameraElement* a_camera)
                 continue;
             walker.addCategory(category, QStringList());
         }
-        walker.collect(QStringLiteral("mode=") + mode->name(), result);
+        a_visit(QStringLiteral("mode=") + mode->name(), walker);
+    }
+}
+
+} // namespace
+
+QStringList CameraFileDump::lines(const CameraElement* a_camera)
+{
+    QStringList result;
+    if (a_camera) {
+        forEachScope(a_camera, [&](const QString& a_scope, const ScopeWalker& a_walker) {
+            a_walker.collect(a_scope, result);
+        });
     }
     return result;
+}
+
+QString CameraFileDump::setValue(CameraElement* a_camera, const QString& a_scope, const QString& a_path,
+                                 const QString& a_text)
+{
+    QPair<quint64, size_t> found{0, 0};
+    if (a_camera) {
+        forEachScope(a_camera, [&](const QString& a_name, const ScopeWalker& a_walker) {
+            if (a_name == a_scope)
+                found = a_walker.valueAt(a_path);
+        });
+    }
+    auto* value = qobject_cast<ValueFeatureElementBase*>(ElementBase::findById(found.first));
+    if (!value)
+        return QStringLiteral("No value at \"%1\" in \"%2\".").arg(a_path, a_scope);
+    if (!value->setValueFromText(found.second, a_text))
+        return QStringLiteral("\"%1\" is no value of \"%2\".").arg(a_text, a_path);
+    return QString();
 }
 
 QString CameraFileDump::escapedValue(const QString& a_value)

@@ -22,6 +22,9 @@ class CameraFileDump
 {
 public:
     static QStringList lines(const CameraElement* a_camera);
+    // Sets the value a line of lines() names by its scope and path; why it cannot, empty when it did.
+    static QString setValue(CameraElement* a_camera, const QString& a_scope, const QString& a_path,
+                            const QString& a_text);
 
     static QString escapedValue(const QString& a_value);
 };

@@ -128,7 +128,17 @@ int OrvexToolCommand::run()
     if (command == QLatin1String("roundtrip")) {
         return files.size() != 2
                    ? usageError(QStringLiteral("\"roundtrip\" needs an input and an output file."))
-                   : roundtrip(files.at(0), files.at(1));
+                   : roundtrip(files.at(0), files.at(1), true);
+    }
+    if (command == QLatin1String("set")) {
+        return files.size() != 5
+                   ? usageError(QStringLiteral(
+                         "\"set\" needs an input and an output file, a scope, a path and a value."))
+                   : roundtrip(files.at(0), files.at(1), true, files.mid(2));
+    }
+    if (command == QLatin1String("format")) {
+        return files.size() != 2 ? usageError(QStringLiteral("\"format\" needs an input and an output file."))
+                                 : roundtrip(files.at(0), files.at(1), false);
     }
     if (command == QLatin1String("diff")) {
         return files.size() != 2 ? usageError(QStringLiteral("\"diff\" needs two files."))
@@ -152,7 +162,12 @@ QString OrvexToolCommand::usageText()
         "                        or \"mode=NAME\"), a tab, the path below the scope, a tab,\n"
         "                        the value as it would be written.\n"
         "  roundtrip <IN> <OUT>  Load IN and save it to OUT as the editor's Save does, extra\n"
-        "                        data included.\n"
+        "                        data included: IN's own layout is kept.\n"
+        "  format <IN> <OUT>     As roundtrip, but lays the whole document out anew, with two\n"
+        "                        blanks of indentation per level.\n"
+        "  set <IN> <OUT> <SCOPE> <PATH> <VALUE>\n"
+        "                        As roundtrip, with the value that dump shows at SCOPE and\n"
+        "                        PATH set to VALUE first.\n"
         "  diff <A> <B>          Print one line per value that differs: the scope and path as\n"
         "                        dump names them, A's value, B's value, separated by tabs;\n"
         "                        \"(absent)\" for a value, category or mode a file lacks.\n"
@@ -223,11 +238,21 @@ int OrvexToolCommand::dump(const QString& a_file)
     return Success;
 }
 
-int OrvexToolCommand::roundtrip(const QString& a_input, const QString& a_output)
+int OrvexToolCommand::roundtrip(const QString& a_input, const QString& a_output, bool a_keepLayout,
+                                const QStringList& a_edit)
 {
     CameraFileSession session;
+    session.setKeepsLayout(a_keepLayout);
     if (!load(session, a_input, stderr))
         return Failure;
+    const QString refused = a_edit.isEmpty() ? QString()
+                                             : CameraFileDump::setValue(session.camera(), a_edit.at(0),
+                                                                        a_edit.at(1), a_edit.at(2));
+    if (!refused.isEmpty()) {
+        discard(session);
+        writeLine(stderr, a_input + QStringLiteral(": ") + refused);
+        return Failure;
+    }
     // The editor asks before it saves such a file; a script cannot answer, so it only hears of it.
     if (!session.camera()->modeByName(s_defaultModeName)) {
         writeLine(stderr,

@@ -40,7 +40,10 @@ public:
 private:
     int check(const QStringList& a_files);
     int dump(const QString& a_file);
-    int roundtrip(const QString& a_input, const QString& a_output);
+    // Keeping IN's layout, or laying the document out anew; a_edit, when given, names a value by scope and
+    // path and the text to set it to.
+    int roundtrip(const QString& a_input, const QString& a_output, bool a_keepLayout,
+                  const QStringList& a_edit = QStringList());
     // Exits as diff(1) does: 0 equal, 1 different, 2 when the files cannot be compared.
     int diff(const QString& a_left, const QString& a_right);
 

@@ -1,0 +1,150 @@
+#include "platform/LumexSource.h"
+
+#include "platform/LumexSourceMerge.h"
+
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
+#include <libxml/tree.h>
+
+#include <cstring>
+#include <vector>
+
+namespace Lumex {
+
+namespace {
+
+bool isUtf8Name(const xmlChar* a_encoding)
+{
+    return !a_encoding || xmlStrcasecmp(a_encoding, reinterpret_cast<const xmlChar*>("UTF-8")) == 0 ||
+           xmlStrcasecmp(a_encoding, reinterpret_cast<const xmlChar*>("UTF8")) == 0;
+}
+
+std::string qualifiedName(const xmlNode* a_node)
+{
+    std::string name = reinterpret_cast<const char*>(a_node->name);
+    if (a_node->ns && a_node->ns->prefix)
+        name = std::string(reinterpret_cast<const char*>(a_node->ns->prefix)) + ':' + name;
+    return name;
+}
+
+int offset(const xmlParserCtxt* a_context)
+{
+    const xmlParserInput* input = a_context->input;
+    return int(input->consumed + static_cast<unsigned long>(input->cur - input->base));
+}
+
+} // namespace
+
+struct LumexSource::Recorder
+{
+    LumexSource* source;
+    startElementNsSAX2Func start;
+    endElementNsSAX2Func end;
+
+    static Recorder* of(void* a_context)
+    {
+        return static_cast<Recorder*>(static_cast<xmlParserCtxtPtr>(a_context)->_private);
+    }
+};
+
+void LumexSource::recordStart(void* a_context, const xmlChar* a_local, const xmlChar* a_prefix,
+                              const xmlChar* a_uri, int a_namespaceCount, const xmlChar** a_namespaces,
+                              int a_attributeCount, int a_defaultedCount, const xmlChar** a_attributes)
+{
+    Recorder* recorder = Recorder::of(a_context);
+    auto* context = static_cast<xmlParserCtxtPtr>(a_context);
+    recorder->start(a_context, a_local, a_prefix, a_uri, a_namespaceCount, a_namespaces, a_attributeCount,
+                    a_defaultedCount, a_attributes);
+    if (context->node && context->inputNr == 1) {
+        const int at = offset(context);
+        recorder->source->m_places[context->node] = {recorder->source->m_text.lastIndexOf('<', at), at};
+    }
+}
+
+void LumexSource::recordEnd(void* a_context, const xmlChar* a_local, const xmlChar* a_prefix,
+                            const xmlChar* a_uri)
+{
+    Recorder* recorder = Recorder::of(a_context);
+    auto* context = static_cast<xmlParserCtxtPtr>(a_context);
+    const xmlNode* node = context->node;
+    if (node && context->inputNr == 1) {
+        const auto found = recorder->source->m_places.find(node);
+        if (found != recorder->source->m_places.end())
+            found->second.end = offset(context);
+    }
+    recorder->end(a_context, a_local, a_prefix, a_uri);
+}
+
+LumexSource::LumexSource(const QByteArray& a_text) : m_text(a_text)
+{
+}
+
+LumexSource::~LumexSource()
+{
+    if (m_document)
+        xmlFreeDoc(m_document);
+}
+
+std::shared_ptr<const LumexSource> LumexSource::read(const QByteArray& a_text)
+{
+    if (a_text.isEmpty())
+        return nullptr;
+    xmlInitParser();
+    xmlParserCtxtPtr context = xmlCreateMemoryParserCtxt(a_text.constData(), a_text.size());
+    if (!context || !context->sax) {
+        xmlFreeParserCtxt(context);
+        return nullptr;
+    }
+    // Entities are not substituted, so that a reference is a node of its own whose text is kept; no
+    // external resource is read, and libxml2's amplification limits stay on.
+    xmlCtxtUseOptions(context,
+                      XML_PARSE_NONET | XML_PARSE_BIG_LINES | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+    std::shared_ptr<LumexSource> source(new LumexSource(a_text));
+    // libxml2's own record of places loses where elements with content begin, so the places are taken
+    // as each tag is read: at the start of an element the parser stands at the end of its start tag, and
+    // a start tag holds no "<" of its own; at its end, just past its end tag.
+    Recorder recorder{source.get(), context->sax->startElementNs, context->sax->endElementNs};
+    context->_private = &recorder;
+    context->sax->startElementNs = recordStart;
+    context->sax->endElementNs = recordEnd;
+    xmlParseDocument(context);
+    source->m_document = context->myDoc;
+    context->myDoc = nullptr;
+    const bool wellFormed = context->wellFormed && source->m_document;
+    xmlFreeParserCtxt(context);
+    if (!wellFormed || !isUtf8Name(source->m_document->encoding))
+        return nullptr;
+
+    // Every element must be found where it was placed; anything else would splice at wrong places.
+    const xmlNode* root = xmlDocGetRootElement(source->m_document);
+    std::vector<const xmlNode*> pending{root};
+    while (!pending.empty()) {
+        const xmlNode* node = pending.back();
+        pending.pop_back();
+        const auto found = source->m_places.find(node);
+        if (!node || found == source->m_places.end())
+            return nullptr;
+        const Place& place = found->second;
+        const std::string name = qualifiedName(node);
+        if (place.begin < 0 || place.end > a_text.size() || place.end - place.begin < int(name.size()) + 2 ||
+            a_text.at(place.begin) != '<' || a_text.at(place.end - 1) != '>' ||
+            std::memcmp(a_text.constData() + place.begin + 1, name.data(), name.size()) != 0)
+            return nullptr;
+        for (const xmlNode* child = node->children; child; child = child->next) {
+            if (child->type == XML_ELEMENT_NODE)
+                pending.push_back(child);
+        }
+    }
+    const Place& place = source->m_places.at(root);
+    const int lineBreak = a_text.indexOf('\n', place.begin);
+    if (lineBreak < 0 || lineBreak >= place.end)
+        return nullptr;
+    return source;
+}
+
+Error LumexSource::merge(const CamFile& a_document, QByteArray& a_result) const
+{
+    return LumexSourceMerge(*this).merge(a_document, a_result);
+}
+
+} // namespace Lumex

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "platform/Error.h"
+
+#include <QByteArray>
+
+#include <memory>
+#include <unordered_map>
+
+struct _xmlDoc;
+struct _xmlNode;
+
+namespace Lumex {
+
+class CamFile;
+
+// The text a document was read from, with the place of every element in it. A document built anew from
+// the same content is written back into that text (see merge), so that a file under version control
+// changes only where its content changed: comments, processing instructions, the document type, white
+// space, entity and character references and the quoting of attributes all keep their bytes wherever
+// the content around them is unchanged.
+class LumexSource
+{
+public:
+    LumexSource(const LumexSource&) = delete;
+    LumexSource& operator=(const LumexSource&) = delete;
+    ~LumexSource();
+
+    // Null when a_text is no well-formed document, holds no layout to keep (its root element on one
+    // line), or is not UTF-8, where the places libxml2 reports would not be places in the text.
+    static std::shared_ptr<const LumexSource> read(const QByteArray& a_text);
+
+    const QByteArray& text() const { return m_text; }
+
+    // The text of a_document: this source's text where a_document holds what it holds, the changes
+    // written in place. An element of a_document is matched with one of the source by its content and
+    // its place among its siblings; a "mode" element also by its name, so that a moved mode moves with
+    // the comment directly above it. An element added is written at its place among its siblings, laid
+    // out and indented like them; a removed one goes with its line. Elements marked as copied from the
+    // file (CamProperty::markCopied) keep their place in the source whatever their place in a_document.
+    Error merge(const CamFile& a_document, QByteArray& a_result) const;
+
+private:
+    struct Place
+    {
+        int begin = 0;
+        int end = 0;
+    };
+
+    struct Recorder;
+
+    explicit LumexSource(const QByteArray& a_text);
+    static void recordStart(void* a_context, const unsigned char* a_local, const unsigned char* a_prefix,
+                            const unsigned char* a_uri, int a_namespaceCount,
+                            const unsigned char** a_namespaces, int a_attributeCount, int a_defaultedCount,
+                            const unsigned char** a_attributes);
+    static void recordEnd(void* a_context, const unsigned char* a_local, const unsigned char* a_prefix,
+                          const unsigned char* a_uri);
+
+    friend class LumexSourceMerge;
+
+    QByteArray m_text;
+    _xmlDoc* m_document = nullptr;
+    std::unordered_map<const _xmlNode*, Place> m_places;
+};
+
+} // namespace Lumex

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "platform/Error.h"
+#include "platform/LumexSource.h"
+
+#include <QByteArray>
+
+#include <cstddef>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+struct _xmlNode;
+
+namespace Lumex {
+
+class CamFile;
+
+// One writing of a document into the text of a LumexSource (see LumexSource::merge). Unchanged
+// elements are copied as bytes; only the markup of what changed is written anew.
+class LumexSourceMerge
+{
+public:
+    explicit LumexSourceMerge(const LumexSource& a_source);
+
+    Error merge(const CamFile& a_document, QByteArray& a_result);
+
+private:
+    using Attributes = std::vector<std::pair<std::string, std::string>>;
+
+    // An element of the source with the bytes around it: its leading line break and indentation, and
+    // the comments directly above it, which travel with it.
+    struct Kid
+    {
+        const _xmlNode* node = nullptr;
+        int begin = 0;
+        int end = 0;
+        int lineStart = 0;
+        int blockStart = 0;
+        QByteArray indent;
+    };
+
+    bool element(const _xmlNode* a_old, const _xmlNode* a_new);
+    bool children(const _xmlNode* a_old, const _xmlNode* a_new, int a_begin, int a_end,
+                  const QByteArray& a_indent);
+    void pair(const std::vector<Kid>& a_old, const std::vector<const _xmlNode*>& a_new,
+              std::vector<int>& a_oldPair, std::vector<int>& a_newPair);
+    void startTag(const _xmlNode* a_old, const _xmlNode* a_new, int a_begin, int a_tagEnd, bool a_open);
+    void laidOut(const _xmlNode* a_new, const QByteArray& a_indent, bool a_layout);
+
+    int tagEnd(int a_begin) const;
+    Kid kid(const _xmlNode* a_node, int a_lowerBound) const;
+    QByteArray indentOf(int a_begin) const;
+    std::size_t signature(const _xmlNode* a_node);
+    Attributes attributes(const _xmlNode* a_node) const;
+
+    const LumexSource& m_source;
+    const QByteArray& m_text;
+    QByteArray m_out;
+    QByteArray m_newline;
+    QByteArray m_unit;
+    std::unordered_map<const _xmlNode*, std::size_t> m_signatures;
+};
+
+} // namespace Lumex
