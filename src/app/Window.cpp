@@ -2,6 +2,7 @@
 
 #include "app/AboutOrvexDialog.h"
 #include "app/CameraTreeModel.h"
+#include "app/FeatureNavigator.h"
 #include "app/LumexExtraDataDialog.h"
 #include "app/NewWindowLauncher.h"
 #include "app/QNQtLgplDialog.h"
@@ -73,6 +74,7 @@ Window::Window(QWidget* a_parent) : QMainWindow(a_parent)
     m_treeModel = new CameraTreeModel(this, this);
     m_host = new DocumentHost(this);
     m_session = new CameraFileSession(m_host, this);
+    m_navigator = new FeatureNavigator(this);
 
     createActions();
     createCentralPages();

@@ -27,6 +27,7 @@ class CategoryElementBase;
 class DocumentFileWatcher;
 class DocumentHost;
 class DragMenu;
+class FeatureNavigator;
 class LumexExtraDataDialog;
 class LumexTree;
 class ModeElement;
@@ -84,6 +85,8 @@ public:
     bool isDocumentsPageShown() const;
     LumexExtraDataDialog* extraDataDialog() const;
     QNBrdDataSource* boardDataSource() const;
+    // Takes the user to a place in the document; shared by everything that points at one.
+    FeatureNavigator* featureNavigator() const { return m_navigator; }
     // The category whose page the tab at a_index shows; null without one.
     CategoryElementBase* tabCategory(int a_index) const;
 
@@ -195,6 +198,7 @@ private:
     bool m_following = false;
     bool m_showingMessages = false;
 
+    FeatureNavigator* m_navigator = nullptr;
     QPointer<LumexExtraDataDialog> m_extraDataDialog;
     QPointer<AboutOrvexDialog> m_aboutDialog;
     QPointer<QNQtLgplDialog> m_lgplDialog;

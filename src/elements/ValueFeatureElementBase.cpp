@@ -200,6 +200,12 @@ void ValueFeatureElementBase::highlight(size_t a_index)
     highlightContainers(containers);
 }
 
+QWidget* ValueFeatureElementBase::editorWidget(size_t a_index) const
+{
+    QWidget* editor = valueWidget(a_index < m_values.size() ? a_index : 0);
+    return editor ? editor : widget();
+}
+
 void ValueFeatureElementBase::userSetValue(const QVariant& a_value)
 {
     userSetValue(0, a_value);

@@ -98,6 +98,7 @@ public:
     void setDataSet(const QVariant& a_dataSet) override;
 
     void highlight(size_t a_index) override;
+    QWidget* editorWidget(size_t a_index) const override;
 
 signals:
     void valueChanged(size_t a_index);
