@@ -5,6 +5,7 @@
 #include "app/FeatureNavigator.h"
 #include "app/LumexExtraDataDialog.h"
 #include "app/NewWindowLauncher.h"
+#include "app/ProblemsDock.h"
 #include "app/QNQtLgplDialog.h"
 #include "app/RecentlyOpenedFilesSource.h"
 #include "app/Startup.h"
@@ -38,6 +39,7 @@
 #include <QSettings>
 #include <QShortcut>
 #include <QStackedWidget>
+#include <QStatusBar>
 #include <QTabWidget>
 #include <QTreeView>
 #include <QVBoxLayout>
@@ -288,6 +290,14 @@ void Window::createDock()
 
     dock->setWidget(content);
     addDockWidget(Qt::LeftDockWidgetArea, dock);
+
+    m_problemsDock = new ProblemsDock(m_navigator, this);
+    m_problemsDock->setAllowedAreas(Qt::BottomDockWidgetArea | Qt::LeftDockWidgetArea |
+                                    Qt::RightDockWidgetArea);
+    m_problemsDock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable |
+                                QDockWidget::DockWidgetClosable);
+    addDockWidget(Qt::BottomDockWidgetArea, m_problemsDock);
+    statusBar()->addPermanentWidget(m_problemsDock->statusLabel());
 
     connect(m_treeModel, &CameraTreeModel::treeChanged, this, &Window::updateModeActions);
     connect(m_treeModel, &CameraTreeModel::labelsChanged, this, &Window::updateModeTabLabel);

@@ -28,6 +28,7 @@ class DocumentFileWatcher;
 class DocumentHost;
 class DragMenu;
 class FeatureNavigator;
+class ProblemsDock;
 class LumexExtraDataDialog;
 class LumexTree;
 class ModeElement;
@@ -87,6 +88,7 @@ public:
     QNBrdDataSource* boardDataSource() const;
     // Takes the user to a place in the document; shared by everything that points at one.
     FeatureNavigator* featureNavigator() const { return m_navigator; }
+    ProblemsDock* problemsDock() const { return m_problemsDock; }
     // The category whose page the tab at a_index shows; null without one.
     CategoryElementBase* tabCategory(int a_index) const;
 
@@ -146,6 +148,8 @@ private:
     void showQueuedMessages();
 
     void setDocumentPath(const QString& a_docPath);
+    // The question before saving a document the schema would reject; true when the caller may save.
+    bool settleProblems();
     // The save-state question; true when the caller may go on, the document then being closed.
     bool settleDocumentState();
     bool loadDocument(const QString& a_filePath);
@@ -199,6 +203,7 @@ private:
     bool m_showingMessages = false;
 
     FeatureNavigator* m_navigator = nullptr;
+    ProblemsDock* m_problemsDock = nullptr;
     QPointer<LumexExtraDataDialog> m_extraDataDialog;
     QPointer<AboutOrvexDialog> m_aboutDialog;
     QPointer<QNQtLgplDialog> m_lgplDialog;

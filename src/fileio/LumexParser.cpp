@@ -372,6 +372,8 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
             const Lumex::ConstCamProperty node = repeated ? *instanceNode++ : holder;
             LumexTreeElement* treeNode = treeNodes.value(int(instance));
             link(treeNode, list);
+            if (treeNode)
+                treeNode->setLine(int(node.line()));
             const PathHint memberHint(node, path, treeNode ? treeNode : a_hint.treeElement);
             for (size_t member = 0; member < list->memberCount(); ++member) {
                 if (FeatureElementBase* memberFeature = list->member(instance, member))
@@ -388,9 +390,11 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
     for (size_t instance = 0; instance < count; ++instance) {
         const char* read = nullptr;
         bool readable = false;
+        long line = holder.line();
         if (repeated) {
             const Lumex::ConstCamProperty element = *instanceNode++;
             readable = !!element && element.get(read);
+            line = element.line();
         } else if (a_feature->isAttribute()) {
             readable = bool(holder.get(utf8Name.constData(), read));
         } else {
@@ -411,6 +415,7 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
         LumexTreeElement* node = name.isEmpty() ? treeHolder : treeNodes.value(int(instance));
         if (node) {
             link(node, value);
+            node->setLine(int(line));
             node->setValue(text(read).trimmed().toLocal8Bit());
         }
     }
@@ -453,6 +458,7 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
         a_node.get(attribute, value);
         LumexTreeElement* node = a_treeElement->addChild(name);
         node->setIsAttribute(true);
+        node->setLine(int(a_node.line()));
         node->setValue(QByteArray(value ? value : ""));
     }
 
@@ -479,6 +485,7 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
                 continue;
             LumexTreeElement* node = a_treeElement->addChild(QString());
             node->setIsText(true);
+            node->setLine(int(child->line()));
             node->setValue(QByteArray(content ? content : ""));
             continue;
         }
@@ -487,6 +494,7 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
             child->get(content);
             LumexTreeElement* node = a_treeElement->addChild(QString());
             node->setIsComment(true);
+            node->setLine(int(child->line()));
             node->setValue(QByteArray(content ? content : ""));
             continue;
         }
@@ -509,6 +517,8 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
             if (!next)
                 next = a_treeElement->addChild(name);
         }
+        if (next->line() == 0)
+            next->setLine(int(child->line()));
         populateNonSchemaCompliant(a_camera, *child, next);
     }
 }

@@ -4,6 +4,7 @@
 #include "platform/LumexDocumentData.h"
 
 #include <libxml/chvalid.h>
+#include <libxml/tree.h>
 #include <libxml/xmlstring.h>
 
 #include <algorithm>
@@ -38,6 +39,11 @@ bool CamProperty::isNull() const
 bool CamProperty::operator!() const
 {
     return !m_node;
+}
+
+long CamProperty::line() const
+{
+    return m_node ? std::max(0L, xmlGetLineNo(m_node)) : 0;
 }
 
 const char* CamProperty::name() const

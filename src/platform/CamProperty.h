@@ -41,6 +41,8 @@ public:
 
     // Qualified element name; the target of a processing instruction, the name of an entity
     // reference; null for text, CDATA and comment nodes.
+    // The line of the file the node was read from; 0 for a node made in memory.
+    long line() const;
     const char* name() const;
     // Keeps the old name when a_name is not a valid qualified name.
     void set_name(const char* a_name);

@@ -33,6 +33,7 @@ public:
     const CamProperty* operator->() const { return &m_property; }
 
     const char* name() const { return m_property.name(); }
+    long line() const { return m_property.line(); }
     bool is(unsigned a_kind) const { return m_property.is(a_kind); }
     unsigned attribute_count() const { return m_property.attribute_count(); }
     const char* attribute(unsigned a_index) const { return m_property.attribute(a_index); }
