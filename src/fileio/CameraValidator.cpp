@@ -301,6 +301,11 @@ void CameraValidator::checkValue(const ValueFeatureElementBase* a_feature, size_
         add(a_severity, a_feature, a_index, a_path, a_message);
     };
 
+    // An empty element takes the value its declaration gives, as a schema reads it; an empty attribute
+    // is a value of its own.
+    if (text.isEmpty() && !a_feature->isAttribute() &&
+        (a_feature->fixedValue().isValid() || a_feature->defaultValue().isValid()))
+        return;
     if (a_feature->fixedValue().isValid()) {
         const QString fixed = a_feature->textFromValue(a_feature->fixedValue());
         if (text != fixed && a_feature->valueFromText(text) != a_feature->fixedValue())
@@ -498,17 +503,31 @@ void CameraValidator::collectUnknown(const LumexTreeElement* a_node, const QStri
             (child->isText() && isBlank(child->value()))) {
             if (!child->isText() && !child->isComment() && !child->isAttribute())
                 collectUnknown(child, mode, path, a_found);
-            if (!known || child->isSchemaCompliant() || declared->isEmpty() ||
-                declared->contains(QString::fromUtf8(child->value()).trimmed()))
+            if (!known)
                 continue;
         }
+        // A second copy of an element the schema allows once is kept beside the one the editor reads.
+        const bool excess =
+            known && !child->isAttribute() && !child->isSchemaCompliant() &&
+            std::any_of(a_node->childElements().cbegin(), a_node->childElements().cend(),
+                        [child](const LumexTreeElement* a_sibling) {
+                            return a_sibling->isSchemaCompliant() && a_sibling->name() == child->name();
+                        });
+        if (known && !excess &&
+            (child->isSchemaCompliant() || declared->isEmpty() ||
+             declared->contains(QString::fromUtf8(child->value()).trimmed())))
+            continue;
         ValidationProblem problem;
         problem.severity = known ? ValidationProblem::Error : ValidationProblem::Warning;
         problem.mode = mode;
         problem.path = child->isText() ? a_path : path;
         problem.line = child->line();
         const QString kept = QStringLiteral("the schema does not know it; it is kept and written back");
-        if (known)
+        if (excess)
+            problem.message =
+                QStringLiteral("<%1> occurs more often than allowed; the copy is kept and written back")
+                    .arg(child->name());
+        else if (known)
             problem.message = QStringLiteral("%1 is %2; allowed %3")
                                   .arg(shownName, quoted(QString::fromUtf8(child->value()).trimmed()),
                                        declared->join(QStringLiteral(", ")));

@@ -83,6 +83,9 @@ int compare(const Integer& a_left, const Integer& a_right)
 
 QString NumericSpelling::allowedForm(NumericValue::RepTypeEnum a_type)
 {
+    if (a_type == NumericValue::RT_unsignedLong || a_type == NumericValue::RT_unsignedInt ||
+        a_type == NumericValue::RT_unsignedShort || a_type == NumericValue::RT_unsignedByte)
+        return QStringLiteral("a whole number in decimal digits without sign");
     if (NumericValue::isIntegerType(a_type))
         return QStringLiteral("a whole number in decimal digits with an optional sign");
     if (a_type == NumericValue::RT_decimal)
@@ -99,6 +102,12 @@ bool NumericSpelling::isWellFormed(const QString& a_text, NumericValue::RepTypeE
     const QString text = a_text.trimmed();
     if (!known(a_type))
         return true;
+    // The schema checker takes no sign at all, not even "+" or "-0", for the unsigned types.
+    const bool isUnsigned =
+        a_type == NumericValue::RT_unsignedLong || a_type == NumericValue::RT_unsignedInt ||
+        a_type == NumericValue::RT_unsignedShort || a_type == NumericValue::RT_unsignedByte;
+    if (isUnsigned && (text.startsWith(QLatin1Char('+')) || text.startsWith(QLatin1Char('-'))))
+        return false;
     if (NumericValue::isIntegerType(a_type))
         return integer.match(text).hasMatch();
     if (a_type == NumericValue::RT_decimal)
