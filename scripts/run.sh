@@ -16,7 +16,26 @@ if [ ${#args[@]} -eq 0 ]; then
 fi
 
 if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
-    echo "run: no display found; starting on a virtual X server (xvfb-run)" >&2
-    exec xvfb-run -a -s "-screen 0 1600x1000x24" "$build/bin/orvex" "${args[@]}"
+    # No screen to show the window on: run it on a virtual X server, say so, and show it as a picture.
+    number=99
+    while [ -e "/tmp/.X11-unix/X$number" ] || [ -e "/tmp/.X$number-lock" ]; do number=$((number + 1)); done
+    screen=":$number"
+    shot="$build/orvex-screenshot.png"
+    Xvfb "$screen" -screen 0 1600x1000x24 -nolisten tcp >/dev/null 2>&1 &
+    server=$!
+    sleep 1
+    DISPLAY=$screen "$build/bin/orvex" "${args[@]}" &
+    editor=$!
+    trap 'kill "$editor" 2>/dev/null; wait "$editor" 2>/dev/null; kill "$server" 2>/dev/null' EXIT
+    trap 'exit 130' INT TERM
+    echo "run: no display found, so the editor runs on the virtual X server $screen (process $editor)," >&2
+    echo "run: where no window can be seen. Stop it with Ctrl+C here, or from elsewhere: kill $editor" >&2
+    sleep 5
+    if kill -0 "$editor" 2>/dev/null && DISPLAY=$screen import -window root "$shot" 2>/dev/null; then
+        echo "run: a screenshot of the editor is in $shot" >&2
+        echo "run: take another with: DISPLAY=$screen import -window root shot.png" >&2
+    fi
+    wait "$editor"
+    exit $?
 fi
 exec "$build/bin/orvex" "${args[@]}"

@@ -9,7 +9,7 @@ packages=(
     libxml2-dev libxml2-utils
     clang-format
     xvfb xauth xdotool imagemagick
-    rsync
+    rsync git
 )
 
 missing=()

@@ -66,7 +66,7 @@ CommandLine CommandLine::parse(const QStringList& a_arguments, Mode a_mode)
 QString CommandLine::helpText()
 {
     return QStringLiteral("\nFile editor for Quarnel ML files (LUMEX)\n\n"
-                          "  Orvex [-F <FILE>][-H]\n\n"
+                          "  Orvex [-F <FILE>] [-%1 <PATH>] [-CXPXSD <FILE>] [-CLXSD <FILE>] [-H]\n\n"
                           "  Open the <FILE> automatically at startup.\n"
                           "      -F <FILE>\n"
                           "  Override the system %1 path.\n"
@@ -76,7 +76,8 @@ QString CommandLine::helpText()
                           "  Use the specified Schema file for Camera Link LUMEX files.\n"
                           "      -CLXSD <FILE>\n"
                           "  Print this help screen and exit.\n"
-                          "      -H\n")
+                          "      -H, -HELP, -?\n\n"
+                          "  Options are not case-sensitive, and \"/\" may stand for \"-\".\n")
         .arg(QLatin1String(configDirOption));
 }
 

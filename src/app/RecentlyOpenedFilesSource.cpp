@@ -23,10 +23,31 @@ QStringList storedPaths()
     return QSettings().value(QLatin1String(RecentlyOpenedFilesSource::settingsKey)).toStringList();
 }
 
-// A file name is shown as a menu or button text, where "&" would mark a shortcut key.
-QString entryText(const QString& a_path)
+// The end of each path that tells it from the others: its file name, with as many of its folders as
+// another entry of that name needs to differ. Shown as a menu or button text, where "&" would mark a
+// shortcut key.
+QStringList entryTexts(const QStringList& a_paths)
 {
-    return QFileInfo(a_path).fileName().replace(QLatin1Char('&'), QLatin1String("&&"));
+    QVector<QStringList> parts;
+    for (const QString& path : a_paths)
+        parts << QDir::fromNativeSeparators(path).split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    const auto tail = [&](int a_index, int a_depth) {
+        return parts[a_index].mid(parts[a_index].size() - a_depth);
+    };
+    QStringList texts;
+    for (int index = 0; index < parts.size(); ++index) {
+        int depth = 1;
+        bool clash = true;
+        while (clash && depth < parts[index].size()) {
+            clash = false;
+            for (int other = 0; other < parts.size() && !clash; ++other)
+                clash = other != index && tail(other, depth) == tail(index, depth);
+            depth += clash ? 1 : 0;
+        }
+        texts << QDir::toNativeSeparators(tail(index, depth).join(QLatin1Char('/')))
+                     .replace(QLatin1Char('&'), QLatin1String("&&"));
+    }
+    return texts;
 }
 
 } // namespace
@@ -38,7 +59,8 @@ RecentlyOpenedFilesSource::RecentlyOpenedFilesSource(DragMenu* a_menu, QObject* 
         m_menu = new DragMenu(QStringLiteral("Open &Recent"));
         m_ownsMenu = true;
     }
-    // The entries show only file names; the tool tip tells same-named files apart.
+    // The entries show file names, with folders only where two names are alike; the tool tip has the
+    // whole path.
     m_menu->setToolTipsVisible(true);
     m_refreshAction = new QAction(QStringLiteral("Refresh"), m_menu);
     m_refreshAction->setToolTip(
@@ -146,8 +168,10 @@ void RecentlyOpenedFilesSource::rebuildMenu()
     }
 
     const QFileIconProvider iconProvider;
-    for (const QString& path : qAsConst(m_paths)) {
-        auto* action = new QAction(iconProvider.icon(QFileInfo(path)), entryText(path), m_menu);
+    const QStringList texts = entryTexts(m_paths);
+    for (int index = 0; index < m_paths.size(); ++index) {
+        const QString& path = m_paths.at(index);
+        auto* action = new QAction(iconProvider.icon(QFileInfo(path)), texts.at(index), m_menu);
         action->setToolTip(QDir::toNativeSeparators(path));
         action->setData(path);
         action->setProperty(DragMenu::dragUrlProperty, QUrl::fromLocalFile(path).toString());
@@ -175,9 +199,11 @@ void RecentlyOpenedFilesSource::fillDocumentsPage(QWidget* a_page)
     }
 
     const QFileIconProvider iconProvider;
-    for (const QString& path : qAsConst(m_paths)) {
+    const QStringList texts = entryTexts(m_paths);
+    for (int index = 0; index < m_paths.size(); ++index) {
+        const QString& path = m_paths.at(index);
         QToolButton* entry = DocumentsPageList::addEntry(a_page, iconProvider.icon(QFileInfo(path)),
-                                                         entryText(path), QDir::toNativeSeparators(path));
+                                                         texts.at(index), QDir::toNativeSeparators(path));
         connect(entry, &QToolButton::clicked, this, [this, path] { emit fileSelected(path); });
     }
 }

@@ -43,6 +43,20 @@ QString configOverride()
 #endif
 }
 
+// Which path was tried and what is wrong with it, as a paragraph of a question.
+QString triedText(const QString& a_path, bool a_wantFolder)
+{
+    if (a_path.isEmpty())
+        return QStringLiteral("No path was given.");
+    const QFileInfo info(a_path);
+    const char* problem = !info.exists() ? "which does not exist"
+                          : a_wantFolder ? "which is not a folder"
+                          : info.isDir() ? "which is a folder"
+                                         : "which does not end in \".xsd\"";
+    return QStringLiteral("Tried <code>%1</code>, %2.")
+        .arg(QDir::toNativeSeparators(a_path).toHtmlEscaped(), QLatin1String(problem));
+}
+
 void print(std::FILE* a_stream, const QString& a_text)
 {
     std::fputs(a_text.toLocal8Bit().constData(), a_stream);
@@ -60,14 +74,9 @@ bool Startup::run()
     initResources();
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/OrvexLogo.ico")));
 
-    const CommandLine commandLine = CommandLine::parse(m_arguments);
-    if (commandLine.outcome() != CommandLine::Outcome::Proceed) {
-        if (commandLine.outcome() == CommandLine::Outcome::Error)
-            print(stderr, commandLine.errorText());
-        print(stdout, CommandLine::helpText());
-        m_exitStatus = FailureStatus;
+    if (answersOnConsole(m_arguments, &m_exitStatus))
         return false;
-    }
+    const CommandLine commandLine = CommandLine::parse(m_arguments);
     m_filePath = commandLine.filePath();
     m_configPath = commandLine.configDir().isEmpty() ? defaultConfigPath() : commandLine.configDir();
     m_cxpXsdPath = commandLine.cxpXsdPath();
@@ -78,20 +87,35 @@ bool Startup::run()
     QNSimSetConfigDir(QFile::encodeName(m_configPath).constData());
 
     const QDir configDir(m_configPath);
+    const QString cxpDefault = QStringLiteral("Pld/LUMEX-CXP.xsd");
+    const QString clDefault = QStringLiteral("Vrm/LUMEX-CL.xsd");
     if (m_cxpXsdPath.isEmpty())
-        m_cxpXsdPath = configDir.filePath(QStringLiteral("Pld/LUMEX-CXP.xsd"));
+        m_cxpXsdPath = configDir.filePath(cxpDefault);
     if (m_clXsdPath.isEmpty())
-        m_clXsdPath = configDir.filePath(QStringLiteral("Vrm/LUMEX-CL.xsd"));
+        m_clXsdPath = configDir.filePath(clDefault);
     m_cxpXsdPath = nativeAbsolute(m_cxpXsdPath);
     m_clXsdPath = nativeAbsolute(m_clXsdPath);
-    if (!settleSchemaPath(m_cxpXsdPath, QStringLiteral("CoaXPress Schema")) ||
-        !settleSchemaPath(m_clXsdPath, QStringLiteral("CameraLink Schema")))
+    if (!settleSchemaPath(m_cxpXsdPath, QStringLiteral("CoaXPress Schema"), cxpDefault) ||
+        !settleSchemaPath(m_clXsdPath, QStringLiteral("CameraLink Schema"), clDefault))
         return false;
 
     QApplication::setOrganizationName(QLatin1String(organizationName));
     QApplication::setOrganizationDomain(QLatin1String(organizationDomain));
     QApplication::setApplicationName(QLatin1String(applicationName));
     m_exitStatus = 0;
+    return true;
+}
+
+bool Startup::answersOnConsole(const QStringList& a_arguments, int* a_exitStatus)
+{
+    const CommandLine commandLine = CommandLine::parse(a_arguments);
+    if (commandLine.outcome() == CommandLine::Outcome::Proceed)
+        return false;
+    const bool failed = commandLine.outcome() == CommandLine::Outcome::Error;
+    if (failed)
+        print(stderr, commandLine.errorText());
+    print(stdout, CommandLine::helpText());
+    *a_exitStatus = failed ? FailureStatus : 0;
     return true;
 }
 
@@ -121,11 +145,14 @@ void Startup::initResources()
 bool Startup::settleConfigPath()
 {
     while (m_configPath.isEmpty() || !QFileInfo(m_configPath).isDir()) {
-        const QMessageBox::StandardButton answer =
-            DialogSeam::question(nullptr, QStringLiteral("CFGDIR Path Missing"),
-                                 QStringLiteral("<html>The CFGDIR path is missing or invalid. Orvex cannot "
-                                                "proceed without a valid path. Open a new path?</html>"),
-                                 QMessageBox::Open | QMessageBox::Close, QMessageBox::Close);
+        const QMessageBox::StandardButton answer = DialogSeam::question(
+            nullptr, QStringLiteral("CFGDIR Path Missing"),
+            QStringLiteral("<html><p>The CFGDIR path is missing or invalid. Orvex cannot proceed without a "
+                           "valid path.</p><p>%1</p><p>The configuration folder holds the schema files "
+                           "<code>Pld/LUMEX-CXP.xsd</code> and <code>Vrm/LUMEX-CL.xsd</code>.</p>"
+                           "<p>Open a new path?</p></html>")
+                .arg(triedText(m_configPath, true)),
+            QMessageBox::Open | QMessageBox::Close, QMessageBox::Close);
         if (answer != QMessageBox::Open) {
             m_exitStatus = FailureStatus;
             return false;
@@ -142,14 +169,16 @@ bool Startup::settleConfigPath()
     return true;
 }
 
-bool Startup::settleSchemaPath(QString& a_path, const QString& a_name)
+bool Startup::settleSchemaPath(QString& a_path, const QString& a_name, const QString& a_expected)
 {
     while (!isUsableSchema(a_path)) {
         const QMessageBox::StandardButton answer = DialogSeam::question(
             nullptr, a_name + QStringLiteral(" File Missing"),
-            QStringLiteral("<html>The %1 file is missing or invalid. Orvex cannot proceed without a valid "
-                           "file. Open a new file?</html>")
-                .arg(a_name),
+            QStringLiteral("<html><p>The %1 file is missing or invalid. Orvex cannot proceed without a valid "
+                           "file.</p><p>%2</p><p>Expected: an XSD schema file named <code>*.xsd</code>, by "
+                           "default <code>%3</code> in the configuration folder.</p><p>Open a new "
+                           "file?</p></html>")
+                .arg(a_name, triedText(a_path, false), a_expected),
             QMessageBox::Open | QMessageBox::Close, QMessageBox::Close);
         if (answer != QMessageBox::Open) {
             m_exitStatus = FailureStatus;

@@ -24,6 +24,11 @@ public:
     // False when the program must end now with exitStatus(): after an argument error or help (both
     // printed on the console) or when the user closed a question about a missing folder or file.
     bool run();
+
+    // Handles a command line that only asks for help or is wrong, before any window system is needed:
+    // prints the help (and the error) and returns true with the status to end with (0 after help, 1
+    // after an error); false when the editor should start.
+    static bool answersOnConsole(const QStringList& a_arguments, int* a_exitStatus);
     int exitStatus() const { return m_exitStatus; }
 
     // Absolute paths with native separators; filePath() is as given, empty when none was.
@@ -46,7 +51,7 @@ public:
 
 private:
     bool settleConfigPath();
-    bool settleSchemaPath(QString& a_path, const QString& a_name);
+    bool settleSchemaPath(QString& a_path, const QString& a_name, const QString& a_expected);
 
     QStringList m_arguments;
     QString m_filePath;

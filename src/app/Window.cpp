@@ -11,6 +11,7 @@
 #include "app/Startup.h"
 #include "app/WindowActions.h"
 #include "app/WindowDocumentsPage.h"
+#include "app/WindowFind.h"
 #include "board/QNBrdAttachedFilesSource.h"
 #include "board/QNBrdDataSource.h"
 #include "elements/CameraElement.h"
@@ -81,6 +82,8 @@ Window::Window(QWidget* a_parent) : QMainWindow(a_parent)
     createActions();
     createCentralPages();
     createDock();
+    m_find = new WindowFind(this);
+    m_find->addActionsTo(menuBar()->addMenu(QStringLiteral("&Edit")));
     createShortcuts();
     connectSources();
     qApp->installEventFilter(this);
@@ -107,6 +110,7 @@ Window::~Window()
     closePreviews();
     storeGeometry();
     m_treeModel->setWindowElement(nullptr);
+    m_find->setWindowElement(nullptr);
     parkTabPages();
     m_session->close();
 }

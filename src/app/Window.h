@@ -38,6 +38,7 @@ class QNQtLgplDialog;
 class RecentlyOpenedFilesSource;
 class WindowDocumentsPage;
 class WindowElement;
+class WindowFind;
 
 // The editor's one main window. It holds at most one camera file: with none it shows the Documents
 // page and every document action is disabled; with one it shows the camera-and-modes tree beside the
@@ -91,6 +92,7 @@ public:
     ProblemsDock* problemsDock() const { return m_problemsDock; }
     // The category whose page the tab at a_index shows; null without one.
     CategoryElementBase* tabCategory(int a_index) const;
+    WindowFind* find() const { return m_find; }
 
     // "Orvex (" + folder + separator + file name + ")", the folder cut to 32 characters and "...".
     static QString titleFor(const QString& a_documentPath);
@@ -204,6 +206,7 @@ private:
 
     FeatureNavigator* m_navigator = nullptr;
     ProblemsDock* m_problemsDock = nullptr;
+    WindowFind* m_find = nullptr;
     QPointer<LumexExtraDataDialog> m_extraDataDialog;
     QPointer<AboutOrvexDialog> m_aboutDialog;
     QPointer<QNQtLgplDialog> m_lgplDialog;

@@ -7,6 +7,7 @@
 #include "app/PreviewLauncher.h"
 #include "app/ProblemsDock.h"
 #include "app/RecentlyOpenedFilesSource.h"
+#include "app/WindowFind.h"
 #include "board/QNBrdDataSource.h"
 #include "elements/CameraElement.h"
 #include "elements/DocumentHost.h"
@@ -127,6 +128,7 @@ void Window::discardDocument()
     closePreviews();
     m_problemsDock->detach();
     m_treeModel->setWindowElement(nullptr);
+    m_find->setWindowElement(nullptr);
     updateModeCategories();
     m_session->close();
     m_documentPath.clear();
@@ -195,7 +197,8 @@ bool Window::loadDocument(const QString& a_filePath)
             CameraFileSession::LoadResult::Loaded) {
             dialog.reset();
             abandonLoad();
-            DialogSeam::warning(this, parsingError, CameraFileSession::unknownStandardText());
+            warnLoadFailure(this, parsingError, m_session->unknownStandardPlace(),
+                            CameraFileSession::unknownStandardText());
             return false;
         }
     } catch (const OperationCanceledException&) {
@@ -206,8 +209,12 @@ bool Window::loadDocument(const QString& a_filePath)
     } catch (const ExceptionBase& a_exception) {
         dialog.reset();
         abandonLoad();
-        warnFailure(this, parsingError, QStringLiteral("<html><p>Failed to parse the LUMEX file.</p>"),
-                    &a_exception);
+        FailurePlace place = a_exception.place();
+        if (place.m_file.isEmpty())
+            place.m_file = filePath;
+        warnLoadFailure(
+            this, parsingError, place,
+            failureText(QStringLiteral("<html><p>Failed to parse the LUMEX file.</p>"), &a_exception));
         return false;
     } catch (...) {
         dialog.reset();
@@ -229,6 +236,7 @@ bool Window::loadDocument(const QString& a_filePath)
                            element->camera()->standard() == CameraElement::StandardCoaXPress
                                ? m_session->coaXPressXsdPath()
                                : m_session->cameraLinkXsdPath());
+    m_find->setWindowElement(element);
     updateModesAndCategories();
     updateExtraDataDialog();
     element->setCamera();

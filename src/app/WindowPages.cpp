@@ -7,6 +7,7 @@
 #include "elements/DocumentHost.h"
 #include "elements/GenericModeCategory.h"
 #include "elements/ModeElement.h"
+#include "elements/ReadableName.h"
 #include "elements/WindowElement.h"
 
 #include <QAction>
@@ -155,7 +156,7 @@ void Window::updateModeCategories()
     m_shownMode = camera->currentMode();
     if (m_shownMode) {
         for (ModeCategoryElementBase* category : m_shownMode->categories()) {
-            addTab(category, category->name());
+            addTab(category, ReadableName::of(category->name()));
             if (auto* generic = qobject_cast<GenericModeCategory*>(category)) {
                 connect(generic, &GenericModeCategory::categoryEnabledChanged, this,
                         &Window::updateModeCategoryTabs, Qt::UniqueConnection);
@@ -177,8 +178,8 @@ void Window::updateModeCategoryTabs()
         if (!category)
             continue;
         if (category != (windowElement() ? windowElement()->camera()->globalCategory() : nullptr))
-            m_tabs->setTabText(tab, category->name());
-        m_tabs->setTabToolTip(tab, category->annotation());
+            m_tabs->setTabText(tab, ReadableName::of(category->name()));
+        m_tabs->setTabToolTip(tab, ReadableName::toolTip(category->name(), category->annotation()));
         const auto* generic = qobject_cast<GenericModeCategory*>(category);
         const bool off = generic && !generic->categoryEnabled();
         m_tabs->tabBar()->setTabTextColor(tab, off ? disabledColor : enabledColor);

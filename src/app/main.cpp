@@ -5,6 +5,15 @@
 
 int main(int argc, char* argv[])
 {
+    // Help and argument errors need no window system, so they are answered before the application
+    // object, which would refuse to start without a display.
+    QStringList arguments;
+    for (int index = 1; index < argc; ++index)
+        arguments << QString::fromLocal8Bit(argv[index]);
+    int status = 0;
+    if (Orvex::Startup::answersOnConsole(arguments, &status))
+        return status;
+
     QApplication app(argc, argv);
     Orvex::Startup startup(QApplication::arguments().mid(1));
     if (!startup.run())

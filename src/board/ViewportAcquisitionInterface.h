@@ -14,6 +14,9 @@
 
 namespace Viewport {
 
+// Names the layouts, for debug output and for tables that spell them.
+Q_NAMESPACE
+
 // How the samples of a frame sit in memory: 8-bit or 16-bit (little-endian) grey, three 8-bit colour
 // samples, or a Bayer mosaic named by its first two rows' first colours.
 enum class PixelLayout
@@ -30,6 +33,7 @@ enum class PixelLayout
     BayerGB16,
     BayerBG16
 };
+Q_ENUM_NS(PixelLayout)
 
 // A copy of the frame to show; m_serial grows with every frame handed over.
 struct Frame

@@ -82,7 +82,9 @@ QWidget* BooleanFeature::createInstanceValueWidget(size_t)
 
 QVariant BooleanFeature::newInstanceValue() const
 {
-    return false;
+    // A user who ticks an optional switch without a default means to turn it on; "false" would look
+    // like the tick did nothing.
+    return isToggleFeature();
 }
 
 } // namespace Orvex

@@ -1,4 +1,5 @@
 #include "elements/FeatureTableFeatureModel.h"
+#include "elements/ReadableName.h"
 
 #include "elements/BooleanFeature.h"
 #include "elements/FeatureTableFeature.h"
@@ -169,9 +170,10 @@ QVariant FeatureTableFeatureModel::headerData(int a_section, Qt::Orientation a_o
     if (!memberTemplate)
         return QVariant();
     if (a_role == Qt::DisplayRole)
-        return memberTemplate->name();
-    if (a_role == Qt::ToolTipRole && !memberTemplate->annotation().isEmpty())
-        return memberTemplate->annotation();
+        return ReadableName::of(memberTemplate->name());
+    const QString toolTip = ReadableName::toolTip(memberTemplate->name(), memberTemplate->annotation());
+    if (a_role == Qt::ToolTipRole && !toolTip.isEmpty())
+        return toolTip;
     return QVariant();
 }
 

@@ -1,5 +1,7 @@
 #include "elements/NumericFeature.h"
 
+#include "elements/NumericSpinBox.h"
+
 #include <QDoubleSpinBox>
 #include <QFontMetrics>
 #include <QLocale>
@@ -169,7 +171,7 @@ QString NumericFeature::displayText(size_t a_index) const
 
 QSize NumericFeature::maxSize() const
 {
-    QDoubleSpinBox probe;
+    NumericSpinBox probe;
     configureSpinBox(&probe);
     QSize size = measuredSize(probe);
     // The spin box's own hint measures only the start of long texts; a view that shows the whole text
@@ -211,7 +213,7 @@ QWidget* NumericFeature::createInstanceValueWidget(size_t)
 {
     auto* spinBox = instanceCount() == 1 ? qobject_cast<QDoubleSpinBox*>(takeKeptValueWidget()) : nullptr;
     if (!spinBox) {
-        spinBox = new QDoubleSpinBox(widget());
+        spinBox = new NumericSpinBox(widget());
         connect(spinBox, &QDoubleSpinBox::editingFinished, this, &NumericFeature::userValueUpdate);
     }
     configureSpinBox(spinBox);
@@ -286,6 +288,13 @@ void NumericFeature::configureSpinBox(QDoubleSpinBox* a_spinBox) const
     a_spinBox->setDecimals(limits->decimals);
     a_spinBox->setRange(limits->minimum, limits->maximum);
     a_spinBox->setReadOnly(fixedValue().isValid());
+    const QString unit = NumericSpinBox::unitOf(annotation());
+    a_spinBox->setSuffix(unit.isEmpty() ? QString() : QLatin1Char(' ') + unit);
+    const QString range = QStringLiteral("From %1 to %2.")
+                              .arg(a_spinBox->textFromValue(limits->minimum) + a_spinBox->suffix(),
+                                   a_spinBox->textFromValue(limits->maximum) + a_spinBox->suffix());
+    a_spinBox->setToolTip(
+        annotation().isEmpty() ? range : QStringLiteral("<p>%1</p><p>%2</p>").arg(annotation(), range));
 }
 
 } // namespace Orvex

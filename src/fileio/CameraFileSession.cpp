@@ -60,8 +60,10 @@ CameraFileSession::LoadResult CameraFileSession::load(const QString& a_path,
     beginStage(a_progress, QStringLiteral("Loading LUMEX file"), 0, 9);
     LumexParser parser(filePath, tree.get(), a_progress);
     const bool isCoaXPress = parser.isCoaXPress();
-    if (!isCoaXPress && !parser.isCameraLink())
+    if (!isCoaXPress && !parser.isCameraLink()) {
+        m_unknownStandardPlace = parser.standardProblem();
         return LoadResult::UnknownStandard;
+    }
 
     beginStage(a_progress, QStringLiteral("Loading Schema file"), 10, 19);
     emit standardDetermined(isCoaXPress ? CameraElement::StandardCoaXPress

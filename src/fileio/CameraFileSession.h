@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/ExceptionBase.h"
+
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -42,6 +44,8 @@ public:
 
     // What the editor tells the user about a file of unknown standard.
     static QString unknownStandardText();
+    // After load gave UnknownStandard: where and why, for the user's message.
+    FailurePlace unknownStandardPlace() const { return m_unknownStandardPlace; }
 
     // The board whose registers the register-write features offer (see SchemaParser); not owned. Set it
     // before load.
@@ -82,6 +86,7 @@ private:
     QString m_filePath;
     QString m_coaXPressXsdPath;
     QString m_cameraLinkXsdPath;
+    FailurePlace m_unknownStandardPlace;
 };
 
 } // namespace Orvex

@@ -11,6 +11,7 @@
 #include "elements/StringFeature.h"
 #include "elements/ValueFeatureElementBase.h"
 #include "elements/WindowElement.h"
+#include "fileio/LumexFailureWords.h"
 #include "model/LumexDiagnostics.h"
 #include "model/LumexTree.h"
 #include "model/LumexTreeElement.h"
@@ -78,12 +79,16 @@ void link(LumexTreeElement* a_node, const ElementBase* a_element)
 const QString LumexParser::OutOfRangeTitle = QStringLiteral("Values Out of Range");
 
 LumexParser::LumexParser(const QString& a_path, LumexTree* a_tree, ProgressStepper* a_progress)
-    : m_tree(a_tree), m_progress(a_progress)
+    : m_path(a_path), m_tree(a_tree), m_progress(a_progress)
 {
     const QByteArray path = QFile::encodeName(a_path);
     const Lumex::Error result = m_file.load(path.constData(), Lumex::CamFile::SourcePath);
-    if (!result)
-        ORVEX_THROW(LumexLoadException, LumexDiagnostics::toHtml(result));
+    if (!result) {
+        FailurePlace place;
+        place.m_file = a_path;
+        place.m_problem = LumexFailureWords::loadProblem(result, &place.m_line);
+        ORVEX_THROW_AT(LumexLoadException, LumexDiagnostics::toHtml(result), place);
+    }
 }
 
 LumexParser::~LumexParser() = default;
@@ -96,6 +101,26 @@ bool LumexParser::isCoaXPress() const
 bool LumexParser::isCameraLink() const
 {
     return standardIs(QStringLiteral("CameraLink"));
+}
+
+FailurePlace LumexParser::standardProblem() const
+{
+    FailurePlace place;
+    place.m_file = m_path;
+    place.m_problem = LumexFailureWords::standardProblem(m_file.root(), &place.m_line);
+    return place;
+}
+
+FailurePlace LumexParser::placeOf(const Lumex::ConstCamProperty& a_node, const QStringList& a_path,
+                                  const QString& a_problem) const
+{
+    FailurePlace place;
+    place.m_file = m_path;
+    place.m_line = a_node.line();
+    place.m_mode = m_mode;
+    place.m_featurePath = LumexFailureWords::featurePath(a_path, !m_mode.isEmpty());
+    place.m_problem = a_problem;
+    return place;
 }
 
 bool LumexParser::standardIs(const QString& a_standard) const
@@ -175,8 +200,11 @@ void LumexParser::parseModes(CameraElement* a_camera)
 {
     breathe();
     const Lumex::ConstCamProperty modes = parsePath(s_modesPath, nullptr);
-    if (!modes)
-        ORVEX_THROW(BadCameraException, "Unable to parse the camera mode path.");
+    if (!modes) {
+        ORVEX_THROW_AT(BadCameraException, "Unable to parse the camera mode path.",
+                       placeOf(parsePath(s_modesPath.mid(0, 2), nullptr), {},
+                               QStringLiteral("the camera has no <modes> element")));
+    }
     if (a_camera->modeCount() != 1) {
         ORVEX_THROW(BadCameraObjectException,
                     QStringLiteral("Cannot parse modes because the camera object wasn't properly initialized "
@@ -184,8 +212,10 @@ void LumexParser::parseModes(CameraElement* a_camera)
                         .arg(a_camera->modeCount()));
     }
     const int count = int(modes.count("mode"));
-    if (count == 0)
-        ORVEX_THROW(BadCameraException, "The camera has no modes.");
+    if (count == 0) {
+        ORVEX_THROW_AT(BadCameraException, "The camera has no modes.",
+                       placeOf(modes, {}, QStringLiteral("the camera has no modes")));
+    }
 
     // Names come first: they tell the modes apart in the file and on the board, so a second use would
     // make one of them unreachable, and renaming it would change the file behind the user's back. Known
@@ -198,15 +228,17 @@ void LumexParser::parseModes(CameraElement* a_camera)
     for (auto node = modes.begin("mode"); node != modes.end("mode"); ++node) {
         const char* attribute = nullptr;
         if (!node->get("name", attribute)) {
-            ORVEX_THROW(
+            ORVEX_THROW_AT(
                 BadModeException,
-                QStringLiteral("The camera mode at index %1 has no \"name\" attribute.").arg(nodes.size()));
+                QStringLiteral("The camera mode at index %1 has no \"name\" attribute.").arg(nodes.size()),
+                placeOf(*node, {}, QStringLiteral("mode number %1 has no name").arg(nodes.size() + 1)));
         }
         const QString name = text(attribute);
         if (seen.contains(name)) {
-            ORVEX_THROW(BadModeException,
-                        QStringLiteral("The camera mode name \"%1\" is used by more than one mode.")
-                            .arg(quotedValue(name)));
+            ORVEX_THROW_AT(BadModeException,
+                           QStringLiteral("The camera mode name \"%1\" is used by more than one mode.")
+                               .arg(quotedValue(name)),
+                           placeOf(*node, {}, QStringLiteral("a second mode is named \"%1\"").arg(name)));
         }
         seen.insert(name);
         nodes.append(*node);
@@ -243,8 +275,10 @@ void LumexParser::parseModes(CameraElement* a_camera)
         step(QStringLiteral("Loading mode: ") + name);
 
         const PathHint hint(node, s_modesPath, modeNode);
+        m_mode = name;
         for (ModeCategoryElementBase* category : mode->categories())
             parseCategory(category, &hint);
+        m_mode.clear();
     }
 }
 
@@ -254,9 +288,11 @@ void LumexParser::parseCategory(CategoryElementBase* a_category, const PathHint*
     const QStringList path = a_category->elementPath();
     const Lumex::ConstCamProperty node = parsePath(path, a_hint);
     if (!node) {
-        ORVEX_THROW(
+        ORVEX_THROW_AT(
             BadCategoryException,
-            QStringLiteral("Unable to parse a path for the \"%1\" category.").arg(a_category->name()));
+            QStringLiteral("Unable to parse a path for the \"%1\" category.").arg(a_category->name()),
+            placeOf(a_hint ? a_hint->property : Lumex::ConstCamProperty(m_file.root()), path,
+                    QStringLiteral("this element is missing")));
     }
     LumexTreeElement* treeElement = a_hint ? a_hint->treeElement : nullptr;
     const PathHint featureHint(node, path.mid(0, path.size() - 1), treeElement);
@@ -305,19 +341,29 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
     if (repeated) {
         count = holder.count(utf8Name.constData());
         if (a_feature->minOccurs() > count) {
-            ORVEX_THROW(InstanceCountException,
-                        QStringLiteral("Expected at least %1 instances of the \"%2\" feature, but found %3.")
-                            .arg(qulonglong(a_feature->minOccurs()))
-                            .arg(name)
-                            .arg(qulonglong(count)));
+            ORVEX_THROW_AT(
+                InstanceCountException,
+                QStringLiteral("Expected at least %1 instances of the \"%2\" feature, but found %3.")
+                    .arg(qulonglong(a_feature->minOccurs()))
+                    .arg(name)
+                    .arg(qulonglong(count)),
+                placeOf(holder, QStringList(path) << name,
+                        QStringLiteral("found %1, but at least %2 are needed")
+                            .arg(qulonglong(count))
+                            .arg(qulonglong(a_feature->minOccurs()))));
         }
         if (a_feature->maxOccurs() < count) {
-            ORVEX_THROW(
+            ORVEX_THROW_AT(
                 InstanceCountException,
                 QStringLiteral("Expected no more than %1 instances of the \"%2\" feature, but found %3.")
                     .arg(qulonglong(a_feature->maxOccurs()))
                     .arg(name)
-                    .arg(qulonglong(count)));
+                    .arg(qulonglong(count)),
+                placeOf(holder.child(utf8Name.constData(), unsigned(a_feature->maxOccurs())),
+                        QStringList(path) << name,
+                        QStringLiteral("found %1, but at most %2 are allowed")
+                            .arg(qulonglong(count))
+                            .arg(qulonglong(a_feature->maxOccurs()))));
         }
         while (a_feature->instanceCount() < count && a_feature->insertInstance(FeatureElementBase::NoIndex)) {
         }
@@ -329,9 +375,11 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
         const char* ignored = nullptr;
         if (!holder.get(utf8Name.constData(), ignored)) {
             if (a_feature->minOccurs() != 0) {
-                ORVEX_THROW(
+                ORVEX_THROW_AT(
                     BadFeatureException,
-                    QStringLiteral("Unable to find an attribute for the required \"%1\" feature.").arg(name));
+                    QStringLiteral("Unable to find an attribute for the required \"%1\" feature.").arg(name),
+                    placeOf(holder, QStringList(path) << name,
+                            QStringLiteral("this required attribute is missing")));
             }
             a_feature->setEnabled(false);
             return;
@@ -340,9 +388,11 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
         const Lumex::ConstCamProperty element = holder[utf8Name.constData()];
         if (!element) {
             if (a_feature->minOccurs() != 0) {
-                ORVEX_THROW(
+                ORVEX_THROW_AT(
                     BadFeatureException,
-                    QStringLiteral("Unable to find an instance of the required \"%1\" feature.").arg(name));
+                    QStringLiteral("Unable to find an instance of the required \"%1\" feature.").arg(name),
+                    placeOf(holder, QStringList(path) << name,
+                            QStringLiteral("this required element is missing")));
             }
             a_feature->setEnabled(false);
             return;
@@ -394,32 +444,36 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
     for (size_t instance = 0; instance < count; ++instance) {
         const char* read = nullptr;
         bool readable = false;
-        long line = holder.line();
+        Lumex::ConstCamProperty valueNode = holder;
         if (repeated) {
             const Lumex::ConstCamProperty element = *instanceNode++;
+            valueNode = element;
             readable = !!element && element.get(read);
-            line = element.line();
         } else if (a_feature->isAttribute()) {
             readable = bool(holder.get(utf8Name.constData(), read));
         } else {
             readable = bool(holder.get(read));
         }
+        const QStringList valuePath = name.isEmpty() ? path : QStringList(path) << name;
         if (!readable) {
-            ORVEX_THROW(
+            ORVEX_THROW_AT(
                 BadValueException,
                 QString::fromLatin1(a_feature->isAttribute()
                                         ? "Unable to retrieve an attribute value for the \"%1\" feature."
                                         : "Unable to retrieve a value for the \"%1\" feature.")
-                    .arg(name));
+                    .arg(name),
+                placeOf(valueNode, valuePath, QStringLiteral("the value cannot be read")));
         }
         const QString problem = readValue(value, instance, text(read));
-        if (!problem.isEmpty())
-            ORVEX_THROW(BadValueException, problem);
+        if (!problem.isEmpty()) {
+            ORVEX_THROW_AT(BadValueException, problem,
+                           placeOf(valueNode, valuePath, LumexFailureWords::valueProblem(value, text(read))));
+        }
         // An unnamed feature is the text of its holder, whose node stands for it.
         LumexTreeElement* node = name.isEmpty() ? treeHolder : treeNodes.value(int(instance));
         if (node) {
             link(node, value);
-            node->setLine(int(line));
+            node->setLine(int(valueNode.line()));
             node->setValue(text(read).trimmed().toLocal8Bit());
         }
     }

@@ -78,6 +78,8 @@ public:
     // without regard to case; false when it is missing. Neither throws.
     bool isCoaXPress() const;
     bool isCameraLink() const;
+    // Where and why the file is no camera file of either standard; meaningful when neither is true.
+    FailurePlace standardProblem() const;
 
     // Fills a_camera, which holds the schema's templates and exactly one mode, and the document tree
     // from the file. A failure leaves both partly filled, for the caller to discard.
@@ -105,11 +107,19 @@ private:
                                     LumexTreeElement* a_treeElement);
     void reportOutOfRange(CameraElement* a_camera);
 
+    // Where a_node is, for a failure at the feature (or category) whose element path is a_path: the
+    // file, the node's line, the mode being read, and a_problem in the user's words.
+    FailurePlace placeOf(const Lumex::ConstCamProperty& a_node, const QStringList& a_path,
+                         const QString& a_problem) const;
+
     bool standardIs(const QString& a_standard) const;
     void breathe();
     void step(const QString& a_detail);
 
     Lumex::CamFile m_file;
+    QString m_path;
+    // The mode being read; empty while global features are.
+    QString m_mode;
     QPointer<LumexTree> m_tree;
     QPointer<ProgressStepper> m_progress;
     QVector<OutOfRangeValue> m_outOfRange;

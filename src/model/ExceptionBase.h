@@ -34,6 +34,18 @@ struct ExceptionDescription
     static std::string messageText(const char* a_message) { return a_message ? a_message : ""; }
 };
 
+// Where in a camera file a failure was found and what is wrong there, in words for the user rather
+// than the developer; the window builds its message from these. Every part may be unknown (empty, 0).
+struct FailurePlace
+{
+    QString m_file;
+    unsigned m_line = 0;
+    QString m_mode;
+    // The feature's elements below its mode or the camera, joined by "/", such as "Sensor/Width".
+    QString m_featurePath;
+    QString m_problem;
+};
+
 class ExceptionBase : public std::exception
 {
 public:
@@ -43,12 +55,24 @@ public:
 
     const char* what() const noexcept override;
 
+    const FailurePlace& place() const { return m_place; }
+    void setPlace(const FailurePlace& a_place) { m_place = a_place; }
+
 protected:
     explicit ExceptionBase(const ExceptionDescription& a_description);
 
 private:
     std::string m_text;
+    FailurePlace m_place;
 };
+
+// The exception with a_place added, for throw sites that know where in the file they are.
+template <class Kind>
+Kind placed(Kind a_exception, const FailurePlace& a_place)
+{
+    a_exception.setPlace(a_place);
+    return a_exception;
+}
 
 } // namespace Orvex
 
@@ -78,3 +102,12 @@ private:
         KindType::kindName(), ::Orvex::ExceptionDescription::messageText(message), __FILE__,                 \
         ::Orvex::ExceptionDescription::qualifiedFunctionName(ORVEX_FUNCTION_SIGNATURE),                      \
         static_cast<unsigned>(__LINE__)))
+
+// The same, with the place in the file (a FailurePlace) that the user's message names.
+#define ORVEX_THROW_AT(KindType, message, place)                                                             \
+    throw ::Orvex::placed(                                                                                   \
+        KindType(::Orvex::ExceptionDescription(                                                              \
+            KindType::kindName(), ::Orvex::ExceptionDescription::messageText(message), __FILE__,             \
+            ::Orvex::ExceptionDescription::qualifiedFunctionName(ORVEX_FUNCTION_SIGNATURE),                  \
+            static_cast<unsigned>(__LINE__))),                                                               \
+        place)

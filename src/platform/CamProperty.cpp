@@ -41,9 +41,12 @@ bool CamProperty::operator!() const
     return !m_node;
 }
 
-long CamProperty::line() const
+unsigned CamProperty::line() const
 {
-    return m_node ? std::max(0L, xmlGetLineNo(m_node)) : 0;
+    if (!m_node)
+        return 0;
+    const long line = xmlGetLineNo(m_node);
+    return line > 0 ? static_cast<unsigned>(line) : 0;
 }
 
 const char* CamProperty::name() const

@@ -41,13 +41,14 @@ public:
 
     // Qualified element name; the target of a processing instruction, the name of an entity
     // reference; null for text, CDATA and comment nodes.
-    // The line of the file the node was read from; 0 for a node made in memory.
-    long line() const;
     const char* name() const;
     // Keeps the old name when a_name is not a valid qualified name.
     void set_name(const char* a_name);
     // True when the node is of one of the kinds in the XmlNodeType mask a_kind.
     bool is(unsigned a_kind) const;
+    // The line of the document the node starts on, counted from 1; 0 when unknown (a null handle, a
+    // node built in memory).
+    unsigned line() const;
 
     unsigned attribute_count() const;
     // Namespace declarations come first, then the attributes in document order.

@@ -33,8 +33,8 @@ public:
     const CamProperty* operator->() const { return &m_property; }
 
     const char* name() const { return m_property.name(); }
-    long line() const { return m_property.line(); }
     bool is(unsigned a_kind) const { return m_property.is(a_kind); }
+    unsigned line() const { return m_property.line(); }
     unsigned attribute_count() const { return m_property.attribute_count(); }
     const char* attribute(unsigned a_index) const { return m_property.attribute(a_index); }
     Error get(const char* a_attribute, const char*& a_value) const

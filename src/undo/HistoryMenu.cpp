@@ -10,8 +10,10 @@ namespace Orvex {
 
 namespace {
 
-constexpr int TextLimit = 64;
-constexpr int TextCut = 61;
+constexpr int TextLimit = 100;
+// An entry ends with what it changed to, the part a user looks for, so a long one loses its middle.
+constexpr int HeadKept = 36;
+constexpr int TailKept = TextLimit - HeadKept - 3;
 constexpr int CurrentEntryWeight = 75;
 
 } // namespace
@@ -43,7 +45,8 @@ std::pair<int, int> HistoryMenu::span(int a_count, int a_current)
 
 QString HistoryMenu::shortened(const QString& a_text)
 {
-    return a_text.size() > TextLimit ? a_text.left(TextCut) + QStringLiteral("...") : a_text;
+    return a_text.size() > TextLimit ? a_text.left(HeadKept) + QStringLiteral("...") + a_text.right(TailKept)
+                                     : a_text;
 }
 
 QAction* HistoryMenu::addEntry(const QIcon& a_icon, const QString& a_text, const QString& a_toolTip)

@@ -30,7 +30,7 @@ public:
     // The newest and the oldest position listed of a history of a_count entries whose current entry is at
     // a_current (-1 for before the first). Once the history is long enough the menu is always full.
     static std::pair<int, int> span(int a_count, int a_current);
-    // a_text cut to what a menu line holds, with "..." for the rest.
+    // a_text cut to what a menu line holds: its start and its end (the new value) with "..." between.
     static QString shortened(const QString& a_text);
 
     // A checkable entry in the menu's group; a null icon shows none.

@@ -51,6 +51,12 @@ QMessageBox::StandardButton DialogSeam::warning(QWidget* a_parent, const QString
     return messageBox(Kind::Warning, a_parent, a_title, a_text, a_buttons, a_defaultButton);
 }
 
+void DialogSeam::warningWithDetails(QWidget* a_parent, const QString& a_title, const QString& a_text,
+                                    const QString& a_details)
+{
+    messageBox(Kind::Warning, a_parent, a_title, a_text, QMessageBox::Ok, QMessageBox::NoButton, a_details);
+}
+
 QMessageBox::StandardButton DialogSeam::information(QWidget* a_parent, const QString& a_title,
                                                     const QString& a_text,
                                                     QMessageBox::StandardButtons a_buttons,
@@ -143,7 +149,8 @@ QMessageBox::StandardButton DialogSeam::fallbackAnswer(QMessageBox::StandardButt
 QMessageBox::StandardButton DialogSeam::messageBox(Kind a_kind, QWidget* a_parent, const QString& a_title,
                                                    const QString& a_text,
                                                    QMessageBox::StandardButtons a_buttons,
-                                                   QMessageBox::StandardButton a_defaultButton)
+                                                   QMessageBox::StandardButton a_defaultButton,
+                                                   const QString& a_details)
 {
     SeamState& seam = state();
     if (!seam.m_testMode) {
@@ -152,6 +159,8 @@ QMessageBox::StandardButton DialogSeam::messageBox(Kind a_kind, QWidget* a_paren
             box.setTextFormat(Qt::RichText);
         if (a_defaultButton != QMessageBox::NoButton)
             box.setDefaultButton(a_defaultButton);
+        if (!a_details.isEmpty())
+            box.setDetailedText(a_details);
         box.exec();
         return box.standardButton(box.clickedButton());
     }
@@ -160,6 +169,7 @@ QMessageBox::StandardButton DialogSeam::messageBox(Kind a_kind, QWidget* a_paren
     record.m_kind = a_kind;
     record.m_title = a_title;
     record.m_text = a_text;
+    record.m_details = a_details;
     record.m_buttons = a_buttons;
     record.m_defaultButton = a_defaultButton;
     record.m_answer = fallbackAnswer(a_buttons, a_defaultButton);

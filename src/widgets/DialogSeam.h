@@ -40,6 +40,8 @@ public:
         QMessageBox::StandardButton m_defaultButton = QMessageBox::NoButton;
         QMessageBox::StandardButton m_answer = QMessageBox::NoButton;
         QString m_fileAnswer;
+        // The text behind a message box's "Show Details..." button; empty when it has none.
+        QString m_details;
         // False when nothing suitable was queued and the fallback answered.
         bool m_fromQueue = false;
     };
@@ -53,6 +55,9 @@ public:
     warning(QWidget* a_parent, const QString& a_title, const QString& a_text,
             QMessageBox::StandardButtons a_buttons = QMessageBox::Ok,
             QMessageBox::StandardButton a_defaultButton = QMessageBox::NoButton);
+    // A warning with an OK button and a_details (plain text) behind "Show Details...".
+    static void warningWithDetails(QWidget* a_parent, const QString& a_title, const QString& a_text,
+                                   const QString& a_details);
     static QMessageBox::StandardButton
     information(QWidget* a_parent, const QString& a_title, const QString& a_text,
                 QMessageBox::StandardButtons a_buttons = QMessageBox::Ok,
@@ -90,7 +95,8 @@ private:
     static QMessageBox::StandardButton messageBox(Kind a_kind, QWidget* a_parent, const QString& a_title,
                                                   const QString& a_text,
                                                   QMessageBox::StandardButtons a_buttons,
-                                                  QMessageBox::StandardButton a_defaultButton);
+                                                  QMessageBox::StandardButton a_defaultButton,
+                                                  const QString& a_details = QString());
     static QString chooser(Kind a_kind, QWidget* a_parent, const QString& a_title, const QString& a_directory,
                            const QString& a_filter);
 };

@@ -1,9 +1,7 @@
 #include "BoardFixtures.h"
 #include "FileFixtures.h"
+#include "TestSupport.h"
 #include "app/LumexExtraDataDialog.h"
-#include "model/LumexTree.h"
-#include "model/LumexTreeElement.h"
-#include "model/LumexTreeMode.h"
 #include "widgets/DialogSeam.h"
 
 #include <QCheckBox>
@@ -15,17 +13,6 @@
 using namespace Orvex;
 
 namespace {
-
-class FakeMode : public QObject
-{
-    Q_OBJECT
-    Q_PROPERTY(quint64 id READ id)
-    Q_PROPERTY(QString name READ name)
-
-public:
-    quint64 id() const { return 41; }
-    QString name() const { return QStringLiteral("Fast"); }
-};
 
 // One line per item, indented by depth: name, value and "*" for extra data.
 void describe(const QTreeWidgetItem* a_item, int a_depth, QStringList& a_lines)
@@ -42,42 +29,6 @@ QStringList describe(const QTreeWidget* a_tree)
     QStringList lines;
     describe(a_tree->invisibleRootItem(), -1, lines);
     return lines;
-}
-
-// a_kind names the node's flag property.
-LumexTreeElement* add(LumexTreeElement* a_parent, const QString& a_name, const QByteArray& a_value,
-                      const char* a_kind = nullptr)
-{
-    LumexTreeElement* node = a_parent->addChild(a_name);
-    node->setValue(a_value);
-    if (a_kind)
-        node->setProperty(a_kind, true);
-    return node;
-}
-
-// A compliant camera with features, a mode template and one attached mode; a_extras adds what the
-// schema does not know.
-void buildTree(LumexTree& a_tree, FakeMode& a_mode, const QStringList& a_extras)
-{
-    const QStringList features{"quarnel_config", "camera", "features"};
-    LumexTreeElement* model = a_tree.elementByPath(features + QStringList{"Model"}, true);
-    model->setValue("QC-4M180");
-    a_tree.elementByPath(features + QStringList{"SerialNumber"}, true)->setValue("QC24");
-    a_tree.elementByPath({"quarnel_config", "camera", "modes", "mode", "Sensor", "Width"}, true);
-    LumexTreeMode* mode = a_tree.attachMode(&a_mode);
-    QVERIFY(mode);
-
-    if (a_extras.contains("comment"))
-        add(a_tree.elementByPath({"quarnel_config"}, true), "", " Quarnel Imaging QC-4M180 ", "isComment");
-    if (a_extras.contains("attribute"))
-        add(model, "revision", "B", "isAttribute");
-    if (a_extras.contains("element")) {
-        LumexTreeElement* vendor = add(a_tree.elementByPath(features, true), "Vendor", "");
-        add(vendor, "id", "7", "isAttribute");
-        add(vendor, "", "\n   Quarnel\n   Imaging ", "isText");
-    }
-    if (a_extras.contains("mode"))
-        add(mode->childByName("Sensor"), "Binning", "2");
 }
 
 } // namespace
@@ -135,7 +86,7 @@ private slots:
         QVERIFY(DialogSeam::log().isEmpty());
     }
 
-    // One case per folder, named after the content added that the schema does not know.
+    // One case per folder, named after the content of its file that the schema does not know.
     void extraDataTree_data() { OrvexTest::addFolderRows("tests/app/data/extradata"); }
 
     void extraDataTree()
@@ -144,16 +95,15 @@ private slots:
         const QStringList lines =
             QString(OrvexTest::fileBytes(folder + "/expected.txt")).split('\n', Qt::SkipEmptyParts);
 
-        LumexTree tree("camera.lumex");
-        FakeMode mode;
-        buildTree(tree, mode, {QFileInfo(folder).fileName()});
+        OrvexTest::CameraDocument document;
+        document.load(folder + "/camera.lumex", OrvexTest::sourcePath("tests/undo/data/commands/camera.xsd"));
         LumexExtraDataDialog dialog;
-        dialog.fill(&tree);
+        dialog.fill(&document.tree);
         QCOMPARE(describe(dialog.tree()), lines);
         QCOMPARE(dialog.hasExtraData(), !lines.isEmpty());
 
         // A refill replaces the contents; no document empties the tree.
-        dialog.fill(&tree);
+        dialog.fill(&document.tree);
         QCOMPARE(describe(dialog.tree()), lines);
         dialog.fill(nullptr);
         QCOMPARE(dialog.tree()->topLevelItemCount(), 0);

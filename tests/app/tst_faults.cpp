@@ -1,4 +1,5 @@
 #include "BoardFixtures.h"
+#include "FileFixtures.h"
 #include "TestSupport.h"
 #include "WindowFixtures.h"
 #include "app/Window.h"
@@ -81,19 +82,12 @@ private slots:
         QVERIFY(loadSimBoards(m_dir->filePath("boards.json"), R"({"boards": []})"));
     }
 
-    void saveFaults_data()
-    {
-        QTest::addColumn<QString>("fault");
-        QTest::newRow("over the document in a read-only folder") << "read-only";
-        QTest::newRow("as a name that is a folder") << "target a folder";
-        QTest::newRow("into a folder that is a file") << "folder a file";
-        QTest::newRow("over the document as the disk fills up") << "disk full";
-    }
+    void saveFaults_data() { addTableRows("tests/app/data/save-faults.txt", {"fault"}); }
 
     // A failed save leaves every file as it was and the document modified, and a later Save As works.
     void saveFaults()
     {
-        QFETCH(QString, fault);
+        const QString fault = field("fault");
         auto window = makeWindow();
         const QString folder = m_dir->filePath("doc");
         const QString document = copyExample(QDir(folder).filePath("cam.lumex"));
@@ -141,34 +135,25 @@ private slots:
 
     void boardGoneBeforeOpen_data()
     {
-        QTest::addColumn<bool>("fileOfItsKindOpen");
-        QTest::addColumn<QByteArray>("boardsAtOpen");
-
-        QTest::newRow("board removed") << false << QByteArray(R"({"boards": []})");
-        QTest::newRow("board removed while the editor lists it") << true << QByteArray(R"({"boards": []})");
-        QTest::newRow("board of another kind in its place")
-            << false << QByteArray(R"({"boards": [{"kind": "CoaXPress", "mk2": true, "model": "Sim CXP"}]})");
+        addTableRows("tests/app/data/board-gone.txt", {"fileOfItsKindOpen", "boardsAtOpen"});
     }
 
     // The file attached to a board opens, on no board, when the board is gone by then.
     void boardGoneBeforeOpen()
     {
-        QFETCH(bool, fileOfItsKindOpen);
-        QFETCH(QByteArray, boardsAtOpen);
-
         const QString config = m_dir->filePath("config");
         const QString attached = copyExample(QDir(config).filePath("Vrm/cam.lumex"));
         const QString boards = m_dir->filePath("boards.json");
         QVERIFY(loadSimBoards(boards, R"({"boards": [{"kind": "CameraLink", "mk2": true, "model": "Sim CL",
                                                   "registry": {"QNCamList": ["Fast@cam.lumex"]}}]})"));
         auto window = makeWindow(config);
-        if (fileOfItsKindOpen)
+        if (field("fileOfItsKindOpen") == "1")
             QVERIFY(window->openFile(copyExample(m_dir->filePath("other.lumex"))));
         QCOMPARE(window->boardDataSource()->count(), 2);
         QAction* entry = windowAction(*window, "Fast@cam.lumex");
         QVERIFY(entry);
 
-        QVERIFY(loadSimBoards(boards, boardsAtOpen));
+        QVERIFY(loadSimBoards(boards, field("boardsAtOpen")));
         entry->trigger();
         QCOMPARE(messages(), QStringList());
         QCOMPARE(window->documentPath(), QDir::toNativeSeparators(attached));

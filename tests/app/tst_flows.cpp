@@ -1,6 +1,7 @@
 #include "BoardFixtures.h"
 #include "ElementFixtures.h"
 #include "FileFixtures.h"
+#include "TestSupport.h"
 #include "app/CameraTreeModel.h"
 #include "app/Startup.h"
 #include "board/QNBrdAttachedFilesSource.h"
@@ -125,13 +126,6 @@ void navigate(Document& a_document, const QString& a_script)
     }
 }
 
-const char* const g_machine = R"({"boards": [
-    {"kind": "CameraLink", "mk2": true, "registers": {"Gain": {"id": 10, "value": 31}, "Offset": {"id": 11, "value": 6}},
-     "registry": {"QNCamList": ["sub/Fast@cam.lumex", "cams@2/cam.lumex", "%d/a@b/Slow@cam.lumex",
-                                "%d/abs/Fast@cam.lumex", "Fast@cam.lumex"]}},
-    {"kind": "CoaXPress", "mk2": true, "cameraRegisters": {"0x2000": 5, "0x6000": 6}}
-]})";
-
 } // namespace
 
 class TestFlows : public QObject
@@ -145,9 +139,11 @@ private slots:
     {
         OrvexTest::isolateSettings(QStringLiteral("OrvexFlowsTest"));
         DialogSeam::setTestMode(true);
-        QVERIFY(
-            OrvexTest::loadSimBoards(m_dir.filePath("boards.json"),
-                                     QByteArray(g_machine).replace("%d", QFile::encodeName(m_dir.path()))));
+        // The "%d" entries name files under the scratch folder by their absolute path.
+        const QByteArray boards =
+            OrvexTest::fileBytes(OrvexTest::sourcePath("tests/app/data/flows-boards.json"));
+        QVERIFY(OrvexTest::loadSimBoards(m_dir.filePath("boards.json"),
+                                         QByteArray(boards).replace("%d", QFile::encodeName(m_dir.path()))));
     }
 
     void modesAndHistory_data()
@@ -228,23 +224,14 @@ private slots:
 
     void registerRowFollowsBoard_data()
     {
-        QTest::addColumn<bool>("camera");
-        QTest::addColumn<QString>("step"); // the address typed anew, or "=n" for the board writing n
-        QTest::addColumn<QString>("current");
-        for (const bool camera : {false, true}) {
-            const QString label = camera ? "Cam: " : "Reg: ";
-            QTest::newRow(camera ? "camera: other address" : "board: other address")
-                << camera << (camera ? "0x6000" : "Offset") << label + "0x00000006";
-            QTest::newRow(camera ? "camera: register changes" : "board: register changes")
-                << camera << "=4096" << label + "0x00001000";
-        }
+        OrvexTest::addTableRows("tests/app/data/register-follows.txt", {"camera", "step", "current"});
     }
 
     void registerRowFollowsBoard()
     {
-        QFETCH(bool, camera);
-        QFETCH(QString, step);
-        QFETCH(QString, current);
+        const bool camera = OrvexTest::field("camera") == "1";
+        const QString step = OrvexTest::field("step");
+        const QString current = OrvexTest::field("current");
         QNBrdDataSource source;
         source.setBoard(camera ? 1 : 0);
         QNBrdRegsAddressItemModel addresses(&source);
@@ -279,16 +266,11 @@ private slots:
     }
 
     // A copy of this program looks for its configuration only beside itself, never in the source tree.
-    void configFolderOfACopy_data()
-    {
-        QTest::addColumn<QString>("beside"); // folder made beside the copy's bin/
-        QTest::newRow("nothing beside it") << QString();
-        QTest::newRow("lower-case config is not looked at") << QStringLiteral("config");
-    }
+    void configFolderOfACopy_data() { OrvexTest::addTableRows("tests/app/data/config-copy.txt", {"beside"}); }
 
     void configFolderOfACopy()
     {
-        QFETCH(QString, beside);
+        const QString beside = OrvexTest::field("beside");
         const QString copy = m_dir.filePath("copy/bin/tst_flows");
         QVERIFY(QDir().mkpath(m_dir.filePath("copy/bin")));
         QVERIFY(QFileInfo::exists(copy) || QFile::copy(QCoreApplication::applicationFilePath(), copy));

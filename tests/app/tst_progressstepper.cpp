@@ -1,3 +1,4 @@
+#include "BoardFixtures.h"
 #include "FileFixtures.h"
 #include "model/OperationCanceledException.h"
 #include "widgets/ProgressStepper.h"
@@ -54,17 +55,11 @@ private slots:
         }
     }
 
-    void cancel_data()
-    {
-        QTest::addColumn<QString>("cancelBy");
-        QTest::newRow("slot") << QStringLiteral("slot");
-        QTest::newRow("Cancel button") << QStringLiteral("button");
-        QTest::newRow("click handled while breathing") << QStringLiteral("queued");
-    }
+    void cancel_data() { OrvexTest::addTableRows("tests/app/data/progress-cancel.txt", {"cancelBy"}); }
 
     void cancel()
     {
-        QFETCH(QString, cancelBy);
+        const QString cancelBy = OrvexTest::field("cancelBy");
 
         QProgressDialog dialog;
         ProgressStepper stepper(&dialog, 0, 100);

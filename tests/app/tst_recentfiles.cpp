@@ -57,6 +57,10 @@ private slots:
         QStringList names{"a.lumex", "b.lumex", "c.lumex", "R&D.lumex"};
         for (int index = 1; index <= 26; ++index)
             names << QStringLiteral("f%1.lumex").arg(index);
+        for (const char* folder : {"x/A", "y/A", "B"}) {
+            QVERIFY(QDir().mkpath(folder));
+            names << QString(folder) + "/b.lumex";
+        }
         for (const QString& name : names)
             QVERIFY(QFile(name).open(QIODevice::WriteOnly));
         QVERIFY(QFile::link(m_dir->filePath("c.lumex"), "l.lumex"));
@@ -99,6 +103,9 @@ private slots:
         QTest::newRow("empty") << QStringList() << QStringList();
         QTest::newRow("two files") << QStringList{"R&D.lumex", "b.lumex"}
                                    << QStringList{"R&&D.lumex", "b.lumex"};
+        QTest::newRow("same names, as many folders as needed")
+            << QStringList{"x/A/b.lumex", "B/b.lumex", "y/A/b.lumex", "a.lumex"}
+            << QStringList{"x/A/b.lumex", "B/b.lumex", "y/A/b.lumex", "a.lumex"};
     }
 
     void menuAndPage()
@@ -142,7 +149,7 @@ private slots:
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         buttons = page->findChildren<QToolButton*>();
         QCOMPARE(buttons.first()->text(), texts.last());
-        QTest::mouseClick(buttons.last(), Qt::LeftButton);
+        QTest::mouseClick(buttons[1], Qt::LeftButton);
         QCOMPARE(selected.last().first().toString(), paths.first());
     }
 

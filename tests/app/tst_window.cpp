@@ -1,4 +1,5 @@
 #include "BoardFixtures.h"
+#include "ElementFixtures.h"
 #include "WindowFixtures.h"
 #include "app/Window.h"
 
@@ -37,16 +38,7 @@ private slots:
         QCOMPARE(messages(), QStringList());
     }
 
-    void titleRule_data()
-    {
-        QTest::addColumn<QString>("folder");
-        QTest::addColumn<QString>("shown");
-        // Folders that do not exist are shown as given, however long the temporary folder's path is.
-        const QString folder32 = QDir::toNativeSeparators(QDir::rootPath() + QString(31, 'f'));
-        QTest::newRow("32 characters shown whole") << folder32 << folder32;
-        QTest::newRow("33 characters cut") << folder32 + "g" << folder32 + "...";
-        QTest::newRow("no doubled separator at the root") << QDir::toNativeSeparators(QDir::rootPath()) << "";
-    }
+    void titleRule_data() { addTextRows("tests/app/data/title-rule.txt"); }
 
     void titleRule()
     {

@@ -193,35 +193,20 @@ private slots:
             QString(OrvexTest::field("expected").replace("{long}", longMode)).split(',', Qt::SkipEmptyParts));
     }
 
-    void menuAndPage_data()
-    {
-        QTest::addColumn<QJsonArray>("boards");
-        QTest::addColumn<QStringList>("menu");
-        QTest::addColumn<QStringList>("page");
-        // What the menu's entries, then the page's buttons, select: mode, file and board.
-        QTest::addColumn<QStringList>("selected");
-
-        QTest::newRow("no boards") << QJsonArray() << QStringList{"Refresh", "!No Boards Detected"}
-                                   << QStringList{"Attached Files", "<i>No files attached.</i>"}
-                                   << QStringList();
-        QTest::newRow("board without files")
-            << QJsonArray{board("CoaXPress", true, "R&D", {"missing.lumex"})}
-            << QStringList{"Refresh", "!Bd (0) - R&&D"}
-            << QStringList{"Attached Files", "<i>No files attached.</i>"} << QStringList();
-        QTest::newRow("boards with files")
-            << threeBoards()
-            << QStringList{"Refresh", g_alpha + " {Fast@a.lumex Vrm/a.lumex, a.lumex Vrm/a.lumex}",
-                           g_beta + " {b.lumex Pld/b.lumex}"}
-            << QStringList{"Attached Files", g_alpha, "Fast@a.lumex", "a.lumex", g_beta, "b.lumex"}
-            << QStringList{"Fast Vrm/a.lumex 0", " Vrm/a.lumex 0", " Pld/b.lumex 1"};
-    }
+    void menuAndPage_data() { OrvexTest::addTextRows("tests/board/data/menu-and-page.txt"); }
 
     void menuAndPage()
     {
-        QFETCH(QJsonArray, boards);
-        QFETCH(QStringList, menu);
-        QFETCH(QStringList, page);
-        QFETCH(QStringList, selected);
+        const QJsonArray boards =
+            OrvexTest::rowText("boards") == "three"
+                ? threeBoards()
+                : QJsonDocument::fromJson(OrvexTest::rowText("boards").toUtf8()).array();
+        const auto list = [](const char* a_column) {
+            return OrvexTest::rowText(a_column).split(';', Qt::SkipEmptyParts);
+        };
+        const QStringList menu = list("menu");
+        const QStringList page = list("page");
+        const QStringList selected = list("selected");
 
         loadMachine(boards);
         createFiles({"Vrm/a.lumex", "Pld/b.lumex"});
@@ -235,7 +220,7 @@ private slots:
         QStringList selections;
         connect(&source, &QNBrdAttachedFilesSource::fileSelected, this,
                 [&](const QString& a_path, const QString& a_mode, int a_board) {
-                    selections << a_mode + " " + QDir(m_config).relativeFilePath(a_path) + " " +
+                    selections << a_mode + ":" + QDir(m_config).relativeFilePath(a_path) + " " +
                                       QString::number(a_board);
                 });
         for (const QAction* action : dragMenu.actions()) {

@@ -11,6 +11,7 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QMetaEnum>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QSet>
@@ -31,12 +32,10 @@ namespace {
 
 constexpr unsigned g_board = 0;
 
-const QHash<QByteArray, PixelLayout> g_layouts{
-    {"Mono8", PixelLayout::Mono8},         {"Mono16", PixelLayout::Mono16},
-    {"Rgb8", PixelLayout::Rgb8},           {"BayerRG8", PixelLayout::BayerRG8},
-    {"BayerGR8", PixelLayout::BayerGR8},   {"BayerGB8", PixelLayout::BayerGB8},
-    {"BayerBG8", PixelLayout::BayerBG8},   {"BayerRG16", PixelLayout::BayerRG16},
-    {"BayerGR16", PixelLayout::BayerGR16}, {"BayerBG16", PixelLayout::BayerBG16}};
+PixelLayout layoutNamed(const QByteArray& a_name)
+{
+    return PixelLayout(QMetaEnum::fromType<PixelLayout>().keyToValue(a_name.constData()));
+}
 
 QStringList takeEvents()
 {
@@ -100,18 +99,13 @@ private slots:
 
     void fixedRunStopsByItself_data()
     {
-        QTest::addColumn<unsigned>("frames");
-        QTest::addColumn<unsigned>("buffers");
-        QTest::newRow("one frame") << 1u << 4u;
-        QTest::newRow("fewer than the buffers") << 3u << 4u;
-        QTest::newRow("buffers reused") << 40u << 3u;
+        OrvexTest::addTableRows("tests/board/data/preview-fixed-runs.txt", {"frames", "buffers"});
     }
 
     void fixedRunStopsByItself()
     {
-        QFETCH(unsigned, frames);
-        QFETCH(unsigned, buffers);
-        const auto acquisition = setUp("Small", buffers);
+        const unsigned frames = OrvexTest::field("frames").toUInt();
+        const auto acquisition = setUp("Small", OrvexTest::field("buffers").toUInt());
         QVERIFY(acquisition);
         const std::uint64_t before = boardFrames();
         QSignalSpy changes(acquisition.get(), &PreviewAcqIf::acquisitionStateChanged);
@@ -128,18 +122,12 @@ private slots:
 
     void waitResults_data()
     {
-        QTest::addColumn<int>("code");
-        QTest::addColumn<bool>("keepsRunning");
-        QTest::newRow("timeout") << 0x10004 << true;
-        QTest::newRow("aborted wait") << 0x10005 << true;
-        QTest::newRow("acquisition failed") << 0x10006 << false;
-        QTest::newRow("driver status") << int(QNStatusBadHandle) << false;
+        OrvexTest::addTableRows("tests/board/data/preview-wait-results.txt", {"code", "keepsRunning"});
     }
 
     void waitResults()
     {
-        QFETCH(int, code);
-        QFETCH(bool, keepsRunning);
+        const bool keepsRunning = OrvexTest::field("keepsRunning") == "1";
         const auto acquisition = setUp("Small");
         QVERIFY(acquisition);
         QVERIFY(acquisition->start());
@@ -148,7 +136,8 @@ private slots:
 
         const quint64 before = acquisition->framesDelivered();
         takeEvents();
-        QVERIFY(QNSim::SimFrameGenerator::injectWaitResult(g_board, code));
+        QVERIFY(
+            QNSim::SimFrameGenerator::injectWaitResult(g_board, OrvexTest::field("code").toInt(nullptr, 0)));
         if (keepsRunning) {
             QTRY_VERIFY(acquisition->framesDelivered() >= before + 3);
             QCOMPARE(acquisition->acquisitionState(), State::Running);
@@ -266,7 +255,7 @@ private slots:
         QFETCH(QByteArray, layout);
         const auto acquisition = setUp(QString(OrvexTest::field("mode")));
         QVERIFY(acquisition);
-        QCOMPARE(acquisition->pixelLayout(), g_layouts.value(layout));
+        QCOMPARE(acquisition->pixelLayout(), layoutNamed(layout));
         QVERIFY(acquisition->startFixed(1));
         QTRY_COMPARE(acquisition->framesDelivered(), quint64(1));
         const auto lock = acquisition->getFrameLock();
@@ -274,7 +263,7 @@ private slots:
         const Viewport::Frame frame = acquisition->nextFrame();
         QCOMPARE(QSize(frame.m_width, frame.m_height),
                  QSize(OrvexTest::field("width").toInt(), OrvexTest::field("height").toInt()));
-        QCOMPARE(frame.m_layout, g_layouts.value(layout));
+        QCOMPARE(frame.m_layout, layoutNamed(layout));
         QCOMPARE(frame.m_stride % 4, 0);
     }
 
@@ -346,7 +335,7 @@ private slots:
         QFETCH(QByteArray, scale);
         const int bytes = scale == "1" ? 1 : 2;
         Viewport::Frame frame{
-            QByteArray(12 * 4, '\x7f'), 5, 4, g_layouts.value(OrvexTest::field("layout")), 12, 1};
+            QByteArray(12 * 4, '\x7f'), 5, 4, layoutNamed(OrvexTest::field("layout")), 12, 1};
         const QHash<char, int> level{{'R', 200}, {'G', 100}, {'B', 50}};
         for (int y = 0; y < frame.m_height; ++y) {
             for (int x = 0; x < frame.m_width; ++x) {

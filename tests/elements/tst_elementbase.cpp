@@ -427,31 +427,18 @@ private slots:
         }
     }
 
-    void dragFilter_data()
-    {
-        const int distance = QApplication::startDragDistance();
-        QTest::addColumn<bool>("withTemplate");
-        QTest::addColumn<Qt::MouseButtons>("buttons");
-        QTest::addColumn<QPoint>("offset");
-        QTest::addColumn<bool>("drags");
-        const Qt::MouseButtons left(Qt::LeftButton);
-        QTest::newRow("start distance") << true << left << QPoint(distance, 0) << true;
-        QTest::newRow("start distance diagonally")
-            << true << left << QPoint(-distance / 2, distance - distance / 2) << true;
-        QTest::newRow("short move") << true << left << QPoint(0, distance - 1) << false;
-        QTest::newRow("right button held")
-            << true << Qt::MouseButtons(Qt::RightButton) << QPoint(2 * distance, 0) << false;
-        QTest::newRow("no template") << false << left << QPoint(2 * distance, 0) << false;
-    }
+    void dragFilter_data() { OrvexTest::addTextRows("tests/elements/data/elementbase/drag.txt"); }
 
     // A left-button move of at least the start distance starts a copy drag of a copy of the template,
     // releasing the pressed button; the filter leaves other widgets alone.
     void dragFilter()
     {
-        QFETCH(bool, withTemplate);
-        QFETCH(Qt::MouseButtons, buttons);
-        QFETCH(QPoint, offset);
-        QFETCH(bool, drags);
+        const bool drags = OrvexTest::rowFlag("drags");
+        const Qt::MouseButtons buttons(OrvexTest::rowText("buttons") == "LeftButton" ? Qt::LeftButton
+                                                                                     : Qt::RightButton);
+        const QPoint offset(OrvexTest::rowText("offset").section(' ', 0, 0).toInt(),
+                            OrvexTest::rowText("offset").section(' ', 1).toInt());
+        QApplication::setStartDragDistance(10);
         // Elsewhere a drag runs a real nested event loop that would wait for a drop.
         if (drags && QGuiApplication::platformName() != QLatin1String("offscreen"))
             QSKIP("Starting a drag needs the offscreen platform");
@@ -459,7 +446,7 @@ private slots:
         QPushButton button(QStringLiteral("Mode"));
         button.resize(300, 300);
         auto* filter = new WidgetSimpleDragEventFilter(&button);
-        if (withTemplate) {
+        if (OrvexTest::rowFlag("template")) {
             auto* data = new QMimeData;
             data->setText(QStringLiteral("Default_1"));
             data->setData(QStringLiteral("QuarnelOrvex/ModeNameString"), QByteArray("Default_1"));

@@ -1,4 +1,5 @@
 #include "ElementFixtures.h"
+#include "FileFixtures.h"
 #include "elements/BooleanFeature.h"
 #include "elements/EnumerationFeature.h"
 #include "elements/FeatureListFeature.h"
@@ -6,6 +7,7 @@
 #include "elements/FeatureTableFeatureItemDelegate.h"
 #include "elements/FeatureTableFeatureModel.h"
 #include "elements/NumericFeature.h"
+#include "elements/ReadableName.h"
 #include "elements/StringFeature.h"
 
 #include <QAbstractItemModelTester>
@@ -210,6 +212,19 @@ class TestFeatureLists : public QObject
     Q_OBJECT
 
 private slots:
+    // Tabs and table columns show these in place of the XML names.
+    void readableName_data()
+    {
+        OrvexTest::addTableRows(QStringLiteral("tests/elements/data/readable-names.txt"), {"name", "shown"});
+    }
+
+    void readableName()
+    {
+        QFETCH(QByteArray, name);
+        QFETCH(QByteArray, shown);
+        QCOMPARE(ReadableName::of(name), QString(shown));
+    }
+
     void memberRows_data() { OrvexTest::addTextRows("tests/elements/data/featurelist/members.txt"); }
 
     void memberRows()

@@ -45,6 +45,7 @@ private slots:
         HolderElement holder;
         Feature feature(&holder);
         feature.setMaxOccurs(3);
+        feature.setAnnotation(OrvexTest::rowText("annotation"));
         for (const QString& write : OrvexTest::rowText("writes").split(' ', Qt::SkipEmptyParts))
             QVERIFY2(feature.setProperty(write.section('=', 0, 0).toLatin1(), write.section('=', 1)),
                      qPrintable(write));
@@ -58,14 +59,17 @@ private slots:
         for (size_t i = 0; i < 3; ++i) {
             QDoubleSpinBox* box = spinBox(feature, i);
             QCOMPARE((QVariantList{box->minimum(), box->maximum(), box->decimals(), box->text()}),
-                     (QVariantList{minimum.toDouble(), maximum.toDouble(), decimals.toInt(), text}));
+                     (QVariantList{minimum.toDouble(), maximum.toDouble(), decimals.toInt(),
+                                   OrvexTest::rowText("shown")}));
+            if (!OrvexTest::rowText("toolTip").isEmpty())
+                QCOMPARE(box->toolTip(), OrvexTest::rowText("toolTip"));
             QCOMPARE(box->isReadOnly(), feature.fixedValue().isValid());
             QCOMPARE(feature.displayText(i), text);
             // New instances hold exactly what their spin box holds, whether it existed or not.
             QVERIFY(i == 0 || feature.value(i).toDouble() == box->value());
         }
         feature.setValue(1, 3);
-        QCOMPARE(feature.displayText(1), spinBox(feature, 1)->text());
+        QCOMPARE(spinBox(feature, 1)->value(), feature.displayText(1).toDouble());
         QCOMPARE(feature.pushes, QStringList());
     }
 

@@ -257,7 +257,7 @@ private slots:
         QVERIFY(holder.show(feature));
         QPointer<QCheckBox> checkBox = qobject_cast<QCheckBox*>(feature.valueWidget(0));
         if (OrvexTest::rowText("switchOffAndOn") == "true") {
-            // The check box waits, unseen, for the next instance, which starts from false again.
+            // The check box waits, unseen, for the next instance, which starts on: the user switched it on.
             QVERIFY(feature.setProperty("enabled", false) && feature.setProperty("enabled", true));
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
             QCOMPARE(feature.valueWidget(0), checkBox.data());

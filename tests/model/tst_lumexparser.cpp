@@ -1,5 +1,6 @@
 #include "FileFixtures.h"
 #include "TestSupport.h"
+#include "app/FailureWarning.h"
 #include "elements/CameraElement.h"
 #include "elements/GenericModeCategory.h"
 #include "elements/ModeElement.h"
@@ -64,7 +65,8 @@ class TestLumexParser : public QObject
 private slots:
     void rejectsFile_data() { OrvexTest::addFolderRows(QStringLiteral("tests/model/data/parser/rejected")); }
 
-    // Each folder holds the file, the refusal expected and, in change.txt, what is done to the camera.
+    // Each folder holds the file, the refusal expected, in user.txt the sentence the user reads about it
+    // (none for faults of the program) and, in change.txt, what is done to the camera.
     void rejectsFile()
     {
         QFETCH(QString, folder);
@@ -80,9 +82,18 @@ private slots:
         const QString alteration =
             QString::fromUtf8(OrvexTest::fileBytes(dir.filePath(QStringLiteral("change.txt")))).trimmed();
         CameraDocument document;
-        QCOMPARE(OrvexTest::thrownText(
-                     [&] { document.load(file, s_schema, [&] { change(document, alteration); }); }),
+        QString sentence;
+        QCOMPARE(OrvexTest::thrownText([&] {
+                     try {
+                         document.load(file, s_schema, [&] { change(document, alteration); });
+                     } catch (const ExceptionBase& a_error) {
+                         sentence = failureSentence(a_error.place());
+                         throw;
+                     }
+                 }),
                  expected);
+        QCOMPARE(sentence,
+                 QString::fromUtf8(OrvexTest::fileBytes(dir.filePath(QStringLiteral("user.txt")))).trimmed());
     }
 
     void keepsOutOfRangeValues()
@@ -112,7 +123,7 @@ private slots:
     void tellsStandard_data()
     {
         OrvexTest::addTableRows(QStringLiteral("tests/model/data/parser/standards.txt"),
-                                {"standard", "coaXPress", "cameraLink"});
+                                {"standard", "coaXPress", "cameraLink", "root", "why"});
     }
 
     void tellsStandard()
@@ -120,15 +131,21 @@ private slots:
         QFETCH(QByteArray, standard);
         QFETCH(QByteArray, coaXPress);
         QFETCH(QByteArray, cameraLink);
+        QFETCH(QByteArray, root);
+        QFETCH(QByteArray, why);
 
         QTemporaryDir dir;
         LumexTree tree{QString()};
         const LumexParser parser(
             OrvexTest::writtenFile(dir.filePath(QStringLiteral("camera.lumex")),
-                                   baseFile().replace("<standard>CoaXPress</standard>", standard)),
+                                   baseFile()
+                                       .replace("<standard>CoaXPress</standard>", standard)
+                                       .replace("quarnel_config", root.isEmpty() ? "quarnel_config" : root)),
             &tree, nullptr);
         QCOMPARE(parser.isCoaXPress(), coaXPress == "1");
         QCOMPARE(parser.isCameraLink(), cameraLink == "1");
+        if (!why.isEmpty())
+            QCOMPARE(failureSentence(parser.standardProblem()), QString::fromUtf8(why));
     }
     void toHtml_data()
     {

@@ -1,4 +1,6 @@
 #include "BoardFixtures.h"
+#include "FileFixtures.h"
+#include "TestSupport.h"
 #include "platform/BufferAcquisitionStreamer.h"
 #include "platform/QNExceptionBase.h"
 
@@ -15,13 +17,10 @@ using Bytes = std::vector<std::uint8_t>;
 
 namespace {
 
-// Small frames at the highest rate the camera allows, so that runs end quickly; "Triggered" sends three
-// frames per software trigger.
-const char* const g_cameraFile = R"(<quarnel_config><camera><modes>
-  <mode name="Free"><Sensor><Width>32</Width><Height>8</Height></Sensor><Timing><FrameRate>1000</FrameRate></Timing></mode>
-  <mode name="Triggered"><Sensor><Width>32</Width><Height>8</Height></Sensor><Trigger><TriggerMode>On</TriggerMode>
-    <TriggerSource>Software</TriggerSource><FramesPerTrigger>3</FramesPerTrigger></Trigger></mode>
-</modes></camera></quarnel_config>)";
+// The overflow policies and commands as the tables name them.
+const QHash<QByteArray, unsigned> g_names{
+    {"oldest", BA::OverflowDropOldest}, {"newest", BA::OverflowDropNewest}, {"pause", BA::CommandPause},
+    {"stop", BA::CommandStop},          {"abort", BA::CommandAbort},        {"", 0}};
 
 // Patience: for a frame that must come (only a broken wake-up runs into it). Quiet: the free-running
 // camera sends many frames in this time, so a wait this long that times out shows none was coming.
@@ -71,8 +70,10 @@ private slots:
     {
         QVERIFY(OrvexTest::loadSimBoards(m_dir.filePath("boards.json"),
                                          R"({"boards": [{"kind": "CoaXPress"}]})"));
-        QVERIFY(OrvexTest::writeFile(m_dir.filePath("cam.lumex"), g_cameraFile));
-        m_cameraPath = QFile::encodeName(m_dir.filePath("cam.lumex")).toStdString();
+        // Small frames at the highest rate the camera allows, so that runs end quickly; "Triggered" sends
+        // three frames per software trigger.
+        m_cameraPath =
+            QFile::encodeName(OrvexTest::sourcePath("tests/platform/data/streamer/cam.lumex")).toStdString();
 
         BA::Streamer streamer;
         setUp(streamer, "Free", 10, BA::OverflowDropNewest);
@@ -87,37 +88,21 @@ private slots:
 
     void runs_data()
     {
-        QTest::addColumn<unsigned>("overflow");
-        QTest::addColumn<unsigned>("buffers");
-        QTest::addColumn<int>("frames");       // 0: the camera runs until the command
-        QTest::addColumn<unsigned>("command"); // 0: none
-        QTest::addColumn<int>("missed"); // at least this many before the frames are taken; -1: taken at once
-        QTest::addColumn<QString>("expected");
-
-        const unsigned oldest = BA::OverflowDropOldest;
-        const unsigned newest = BA::OverflowDropNewest;
-        QTest::newRow("fewer frames than buffers") << oldest << 4u << 3 << 0u << 0 << "0 1 2 timeout";
-        QTest::newRow("oldest dropped and counted") << oldest << 2u << 5 << 0u << 3 << "3 4 timeout";
-        QTest::newRow("buffers reused") << newest << 2u << 6 << 0u << -1 << "0 1 2 3 4 5 timeout";
-        // With every buffer full the camera goes on. Pause and stop leave the frames that landed; abort
-        // discards them and reports itself once.
-        QTest::newRow("pause") << newest << 3u << 0 << unsigned(BA::CommandPause) << 1 << "0 1 2 timeout";
-        QTest::newRow("stop") << newest << 3u << 0 << unsigned(BA::CommandStop) << 1 << "0 1 2 timeout";
-        QTest::newRow("abort") << newest << 3u << 0 << unsigned(BA::CommandAbort) << 1 << "aborted timeout";
+        OrvexTest::addTableRows("tests/platform/data/streamer/runs.txt",
+                                {"overflow", "buffers", "frames", "command", "missed", "expected"});
     }
 
     // A run of N frames delivers N frames in order (with drop-oldest, the newest of them) and then stops;
     // a command halts a running camera. Either way the next start brings frames again.
     void runs()
     {
-        QFETCH(unsigned, overflow);
-        QFETCH(unsigned, buffers);
-        QFETCH(int, frames);
-        QFETCH(unsigned, command);
-        QFETCH(int, missed);
-        QFETCH(QString, expected);
+        const int frames = OrvexTest::field("frames").toInt();
+        const unsigned command = g_names.value(OrvexTest::field("command"));
+        const int missed = OrvexTest::field("missed").toInt();
+        const QString expected = OrvexTest::field("expected");
         BA::Streamer streamer;
-        setUp(streamer, "Free", buffers, overflow);
+        setUp(streamer, "Free", OrvexTest::field("buffers").toUInt(),
+              g_names.value(OrvexTest::field("overflow")));
         streamer.control(frames ? BA::CommandStartFrames : BA::CommandStart, BA::WaitForCompletion,
                          std::uint64_t(frames));
         // The count is complete once the last frame is on its way, and the frames not dropped are then kept.
@@ -133,19 +118,14 @@ private slots:
 
     void waitEnded_data()
     {
-        QTest::addColumn<bool>("waiting"); // the consumer waits before the call
-        QTest::addColumn<bool>("release");
-
-        QTest::newRow("abort before the wait") << false << false;
-        QTest::newRow("abort during the wait") << true << false;
-        QTest::newRow("buffers released during the wait") << true << true;
+        OrvexTest::addTableRows("tests/platform/data/streamer/wait-ended.txt", {"waiting", "release"});
     }
 
     // A consumer waiting without limit on an idle camera gets its wait ended, not a frame.
     void waitEnded()
     {
-        QFETCH(bool, waiting);
-        QFETCH(bool, release);
+        const bool waiting = OrvexTest::field("waiting") == "1";
+        const bool release = OrvexTest::field("release") == "1";
         BA::Streamer streamer;
         setUp(streamer, "Free", 2, BA::OverflowDropOldest);
         const auto call = [&] {

@@ -1,5 +1,6 @@
 #include "FileFixtures.h"
 
+#include "ElementFixtures.h"
 #include "TestSupport.h"
 #include "fileio/LumexParser.h"
 #include "fileio/LumexPrinter.h"
@@ -9,6 +10,8 @@
 #include <QFile>
 #include <QRegularExpression>
 #include <QTest>
+
+#include <utility>
 
 namespace OrvexTest {
 
@@ -52,25 +55,52 @@ void addFolderRows(const QString& a_relative)
         QTest::newRow(qPrintable(name)) << cases.filePath(name);
 }
 
+// The fields of a line "tag | value | ...", unescaped; none for a blank or "#" line.
+static QList<QByteArray> rowFields(const QByteArray& a_line)
+{
+    if (a_line.trimmed().isEmpty() || a_line.startsWith('#'))
+        return {};
+    QList<QByteArray> fields{QByteArray()};
+    for (int i = 0; i < a_line.size(); ++i) {
+        if (a_line[i] == '|')
+            fields << QByteArray();
+        else
+            fields.last() += a_line.mid(i, a_line[i] == '\\' ? 2 : 1);
+        i += a_line[i] == '\\' ? 1 : 0;
+    }
+    for (QByteArray& field : fields)
+        field = unescaped(field);
+    return fields;
+}
+
 void addTableRows(const QString& a_relative, const QStringList& a_columns)
 {
     static QList<QByteArray> s_names; // Qt keeps the column names by their address.
     for (const QString& column : a_columns)
         QTest::addColumn<QByteArray>((s_names << column.toUtf8()).last().constData());
     for (const QByteArray& line : fileBytes(sourcePath(a_relative)).split('\n')) {
-        if (line.trimmed().isEmpty() || line.startsWith('#'))
+        const QList<QByteArray> fields = rowFields(line);
+        if (fields.isEmpty())
             continue;
-        QList<QByteArray> fields{QByteArray()};
-        for (int i = 0; i < line.size(); ++i) {
-            if (line[i] == '|')
-                fields << QByteArray();
-            else
-                fields.last() += line.mid(i, line[i] == '\\' ? 2 : 1);
-            i += line[i] == '\\' ? 1 : 0;
-        }
-        QTestData& row = QTest::newRow(unescaped(fields.first()).constData());
+        QTestData& row = QTest::newRow(fields.first().constData());
         for (int column = 1; column <= a_columns.size(); ++column)
-            row << unescaped(fields.value(column));
+            row << fields.value(column);
+    }
+}
+
+void addTextRows(const QString& a_relative)
+{
+    static QList<QByteArray> s_names; // Qt keeps the column names by their address.
+    bool header = true;
+    for (const QByteArray& line : fileBytes(sourcePath(a_relative)).split('\n')) {
+        const QList<QByteArray> fields = rowFields(line);
+        for (int column = 1; header && column < fields.size(); ++column)
+            QTest::addColumn<QString>((s_names << fields[column]).last().constData());
+        if (fields.isEmpty() || std::exchange(header, false))
+            continue;
+        QTestData& row = QTest::newRow(fields.first().constData());
+        for (const QByteArray& field : fields.mid(1))
+            row << QString::fromUtf8(field);
     }
 }
 

@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -63,6 +64,14 @@ private slots:
         write("notxml.lumex", "camera file");
         write("gige.lumex", QString(file).replace(">CoaXPress<", ">GigE<"));
         write("refused.lumex", QString(file).replace(">100<", ">a&lt;b<"));
+        write("other.lumex",
+              QString(file)
+                  .replace(">100<", ">120<")
+                  .replace("<Note>second&#9;note</Note>", "")
+                  .replace("\"Fast\"", "\"Slow\"")
+                  .replace(">0x10<", ">0x11<")
+                  .replace("40000000", "20000000")
+                  .replace("<reg><address>0x14</address><data>2</data><unknown>x</unknown></reg>", ""));
     }
 
     void commands_data()
@@ -137,6 +146,45 @@ private slots:
         const Run dumped = run({"dump", "-CXPXSD", schema, input});
         QCOMPARE(dumped.exitCode, 0);
         QCOMPARE(dumped.out, contents(cases.filePath("expected-dump.txt")).split('\n', Qt::SkipEmptyParts));
+    }
+
+    // The README's git set-up, taken word for word, makes git diff show changed values as dump lines.
+    void gitTextconv()
+    {
+        const QString git = QStandardPaths::findExecutable("git");
+        if (git.isEmpty())
+            QSKIP("git is not installed");
+        const QString readme = contents(OrvexTest::sourcePath("README.md"));
+        const QRegularExpression attribute("^ {4}(\\*\\.lumex diff=lumex)$",
+                                           QRegularExpression::MultilineOption);
+        const QRegularExpression textconv("^ {4}git (config diff\\.lumex\\.textconv) \"orvex-tool (.*)\"$",
+                                          QRegularExpression::MultilineOption);
+        const QRegularExpressionMatch line = attribute.match(readme);
+        const QRegularExpressionMatch setting = textconv.match(readme);
+        QVERIFY(line.hasMatch() && setting.hasMatch());
+
+        const QDir repository(m_dir.filePath("repository"));
+        const auto runGit = [&](const QStringList& a_arguments) {
+            QProcess process;
+            process.setWorkingDirectory(repository.path());
+            process.start(git, QStringList{"-c", "user.name=t", "-c", "user.email=t@t"} + a_arguments);
+            process.waitForFinished(60000);
+            return QString::fromUtf8(process.readAllStandardOutput());
+        };
+        write("repository/.gitattributes", line.captured(1) + '\n');
+        write("repository/camera.lumex", contents(m_dir.filePath("ok.lumex")));
+        runGit({"init", "-q"});
+        runGit(setting.captured(1).split(' ') << QString("'%1' -CXPXSD '%2' %3")
+                                                     .arg(qEnvironmentVariable("ORVEX_TOOL"),
+                                                          m_dir.filePath("schema.xsd"), setting.captured(2)));
+        runGit({"add", "."});
+        runGit({"commit", "-q", "-m", "first"});
+        write("repository/camera.lumex", contents(m_dir.filePath("other.lumex")));
+        const QStringList changed =
+            runGit({"diff", "-U0"}).split('\n').filter(QRegularExpression("^[-+][^-+]"));
+        QCOMPARE(
+            changed,
+            contents(OrvexTest::sourcePath("tests/tools/data/git-diff.txt")).split('\n', Qt::SkipEmptyParts));
     }
 };
 

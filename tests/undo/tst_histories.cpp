@@ -335,8 +335,8 @@ private slots:
         Document document;
         ActionStack stack;
         run(stack, document, QStringLiteral("p p p i1"));
-        actionAt(stack, 1)->setDescription(QString(64, 'x'));
-        actionAt(stack, 2)->setDescription(QStringLiteral("\"<&>\" ") + QString(59, 'x'));
+        actionAt(stack, 1)->setDescription(QString(100, 'x'));
+        actionAt(stack, 2)->setDescription(QStringLiteral("\"<&>\" ") + QString(100, 'x'));
         QMenu menu;
         stack.fillHistoryMenu(&menu);
         menu.clear();
@@ -356,11 +356,11 @@ private slots:
             return "<dl><dt><b>" + a_prefix + ": </b></dt><dd>" + a_text + "</dd></dl>";
         };
         QCOMPARE(entries,
-                 (QStringList{"Redo: \"<&>\" " + QString(55, 'x') + "... > 3 " +
-                                  tip("Redo", "&quot;&lt;&amp;&gt;&quot; " + QString(59, 'x')) + " 0001",
-                              "Redo: " + QString(64, 'x') + " > 2 " + tip("Redo", QString(64, 'x')) + " 0001",
-                              "Current State >  Current State 1111",
-                              "Undo: a0 > 0 " + tip("Undo", "a0") + " 0001"}));
+                 (QStringList{
+                     "Redo: \"<&>\" " + QString(30, 'x') + "..." + QString(61, 'x') + " > 3 " +
+                         tip("Redo", "&quot;&lt;&amp;&gt;&quot; " + QString(100, 'x')) + " 0001",
+                     "Redo: " + QString(100, 'x') + " > 2 " + tip("Redo", QString(100, 'x')) + " 0001",
+                     "Current State >  Current State 1111", "Undo: a0 > 0 " + tip("Undo", "a0") + " 0001"}));
 
         menu.actions().at(0)->trigger();
         QCOMPARE(document.applied, (QStringList{"a0", "a1", "a2"}));

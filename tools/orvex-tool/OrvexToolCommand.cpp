@@ -4,6 +4,7 @@
 #include "app/CommandLine.h"
 #include "app/Startup.h"
 #include "elements/CameraElement.h"
+#include "elements/FeatureComparison.h"
 #include "elements/WindowElement.h"
 #include "fileio/CameraFileSession.h"
 #include "fileio/CameraValidator.h"
@@ -141,6 +142,10 @@ int OrvexToolCommand::run()
                    ? usageError(QStringLiteral("\"roundtrip\" needs an input and an output file."))
                    : roundtrip(files.at(0), files.at(1));
     }
+    if (command == QLatin1String("diff")) {
+        return files.size() != 2 ? usageError(QStringLiteral("\"diff\" needs two files."))
+                                 : diff(files.at(0), files.at(1));
+    }
     return usageError(QStringLiteral("Unknown command, \"%1\".").arg(command));
 }
 
@@ -167,6 +172,11 @@ QString OrvexToolCommand::usageText()
         "                        the value as it would be written.\n"
         "  roundtrip <IN> <OUT>  Load IN and save it to OUT as the editor's Save does, extra\n"
         "                        data included.\n"
+        "  diff <A> <B>          Print one line per value that differs: the scope and path as\n"
+        "                        dump names them, A's value, B's value, separated by tabs;\n"
+        "                        \"(absent)\" for a value, category or mode a file lacks.\n"
+        "                        Exit status 0 when equal, 1 when different, 2 when a file\n"
+        "                        could not be loaded or the standards differ.\n"
         "\n"
         "Options, anywhere on the line (\"/\" may stand for \"-\" before an option name):\n"
         "  -CFGDIR <PATH>        The configuration folder, as for the editor.\n"
@@ -312,6 +322,28 @@ int OrvexToolCommand::roundtrip(const QString& a_input, const QString& a_output)
         return Success;
     writeLine(stderr, a_output + QStringLiteral(": ") + failure);
     return Failure;
+}
+
+int OrvexToolCommand::diff(const QString& a_left, const QString& a_right)
+{
+    CameraFileSession left;
+    CameraFileSession right;
+    if (!load(left, a_left, stderr) || !load(right, a_right, stderr))
+        return UsageError;
+    if (left.camera()->standard() != right.camera()->standard()) {
+        writeLine(stderr, a_right + QStringLiteral(": not of the standard of ") + a_left);
+        return UsageError;
+    }
+    const QVector<FeatureComparison::Row> rows =
+        FeatureComparison::compareCameras(left.camera(), right.camera(), false);
+    for (const FeatureComparison::Row& row : rows) {
+        writeLine(stdout, QStringList{row.scope, row.path, CameraFileDump::escapedValue(row.left),
+                                      CameraFileDump::escapedValue(row.right)}
+                              .join(QLatin1Char('\t')));
+    }
+    discard(left);
+    discard(right);
+    return rows.isEmpty() ? Success : Failure;
 }
 
 bool OrvexToolCommand::load(CameraFileSession& a_session, const QString& a_file, std::FILE* a_failures,

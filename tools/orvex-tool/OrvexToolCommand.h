@@ -9,7 +9,7 @@ namespace Orvex {
 
 class CameraFileSession;
 
-// The command line of orvex-tool and its three commands, which load camera files exactly as the editor
+// The command line of orvex-tool and its commands, which load camera files exactly as the editor
 // does (standard, schema, file) and save them as its Save does. The editor's folder and schema options
 // may stand anywhere on the line and have the editor's defaults.
 //
@@ -42,6 +42,8 @@ private:
     int check(const QStringList& a_files);
     int dump(const QString& a_file);
     int roundtrip(const QString& a_input, const QString& a_output);
+    // Exits as diff(1) does: 0 equal, 1 different, 2 when the files cannot be compared.
+    int diff(const QString& a_left, const QString& a_right);
 
     // On failure writes "FILE: " and the reason to a_failures and returns false. The messages that the
     // editor would show after a successful load go to standard error.

@@ -1,0 +1,125 @@
+#include "elements/FeatureIndex.h"
+
+#include "elements/CameraElement.h"
+#include "elements/CameraGlobalCategory.h"
+#include "elements/FeatureListFeatureBase.h"
+#include "elements/GenericModeCategory.h"
+#include "elements/ModeElement.h"
+#include "elements/ValueFeatureElementBase.h"
+
+namespace Orvex {
+
+namespace {
+
+QString indexed(const QString& a_name, bool a_repeated, size_t a_index)
+{
+    return a_repeated ? a_name + QLatin1Char('[') + QString::number(a_index) + QLatin1Char(']') : a_name;
+}
+
+class Walker
+{
+public:
+    Walker(bool a_withAbsent, const FeatureIndex::Visitor& a_visitor)
+        : m_withAbsent(a_withAbsent), m_visitor(a_visitor)
+    {
+    }
+
+    void feature(const FeatureElementBase* a_feature, const QStringList& a_holderPath,
+                 const QStringList& a_segments)
+    {
+        const QStringList path = a_feature->elementPath();
+        const QStringList segments = a_segments + path.mid(qMin(a_holderPath.size(), path.size()));
+        const QString name = a_feature->name();
+        const bool repeated = a_feature->maxOccurs() != 1;
+
+        if (auto* list = qobject_cast<const FeatureListFeatureBase*>(a_feature)) {
+            const QStringList instancePath = name.isEmpty() ? path : path + QStringList(name);
+            for (size_t instance = 0; instance < list->instanceCount(); ++instance) {
+                const QStringList instanceSegments =
+                    name.isEmpty() ? segments : segments + QStringList(indexed(name, repeated, instance));
+                for (const FeatureElementBase* member : list->instanceMembers(instance))
+                    feature(member, instancePath, instanceSegments);
+            }
+            return;
+        }
+        auto* value = qobject_cast<const ValueFeatureElementBase*>(a_feature);
+        if (!value)
+            return;
+        m_entry.feature = value;
+        m_entry.name = name.isEmpty() ? segments.value(segments.size() - 1) : name;
+        const size_t count = value->instanceCount();
+        if (count == 0) {
+            if (!m_withAbsent)
+                return;
+            m_entry.instance = FeatureIndex::NoInstance;
+            m_entry.value.clear();
+            m_entry.path = entryPath(value, segments, name, repeated, 0);
+            m_visitor(m_entry);
+            return;
+        }
+        for (size_t instance = 0; instance < count; ++instance) {
+            // A repeated text without a name of its own cannot be told apart in the file; the printer
+            // writes only a single one.
+            if (name.isEmpty() && count != 1)
+                continue;
+            m_entry.instance = instance;
+            m_entry.value = value->valueText(instance);
+            m_entry.path = entryPath(value, segments, name, repeated, instance);
+            m_visitor(m_entry);
+        }
+    }
+
+    void category(const CategoryElementBase* a_category, const QStringList& a_scopePath)
+    {
+        const QVector<FeatureElementBase*> features = a_category->features();
+        for (int position = 0; position < features.size(); ++position) {
+            m_entry.topFeature = position;
+            feature(features.at(position), a_scopePath, QStringList());
+        }
+    }
+
+private:
+    static QString entryPath(const ValueFeatureElementBase* a_value, const QStringList& a_segments,
+                             const QString& a_name, bool a_repeated, size_t a_instance)
+    {
+        QString path = a_segments.join(QLatin1Char('/'));
+        if (a_name.isEmpty())
+            return path;
+        if (!path.isEmpty())
+            path += QLatin1Char('/');
+        if (a_value->isAttribute())
+            path += QLatin1Char('@');
+        return path + indexed(a_name, a_repeated, a_instance);
+    }
+
+    bool m_withAbsent;
+    const FeatureIndex::Visitor& m_visitor;
+    FeatureIndex::Entry m_entry;
+};
+
+} // namespace
+
+QStringList FeatureIndex::scopePath(const CameraElement* a_camera)
+{
+    return a_camera->globalCategory()->elementPath();
+}
+
+QStringList FeatureIndex::scopePath(const ModeElement* a_mode)
+{
+    return a_mode->elementPath() << QStringLiteral("mode");
+}
+
+void FeatureIndex::visit(const CategoryElementBase* a_category, const QStringList& a_scopePath,
+                         bool a_withAbsent, const Visitor& a_visitor)
+{
+    Walker walker(a_withAbsent, a_visitor);
+    walker.category(a_category, a_scopePath);
+}
+
+bool FeatureIndex::isPresent(const CategoryElementBase* a_category)
+{
+    auto* generic = qobject_cast<const GenericModeCategory*>(a_category);
+    return !generic || generic->categoryFeature()->isEnabled();
+}
+
+} // namespace Orvex
