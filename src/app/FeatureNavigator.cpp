@@ -83,11 +83,11 @@ ElementBase* FeatureNavigator::find(const CameraElement* a_camera, const QString
             auto* list = qobject_cast<FeatureListFeatureBase*>(current);
             if (match.hasMatch() || list) {
                 // A list stands for its first instance unless the step names one.
-                const size_t instance = match.hasMatch() ? match.captured(2).toULongLong() : 1;
-                if (!list || instance == 0 || instance > list->instanceCount() || step + 1 >= a_path.size())
+                const size_t instance = match.hasMatch() ? match.captured(2).toULongLong() : 0;
+                if (!list || instance >= list->instanceCount() || step + 1 >= a_path.size())
                     return list && !match.hasMatch() ? list : nullptr;
                 ++step;
-                current = namedChild(list->instanceMembers(instance - 1), a_path.at(step));
+                current = namedChild(list->instanceMembers(instance), a_path.at(step));
             }
         } else {
             return nullptr;

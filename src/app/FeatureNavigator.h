@@ -39,7 +39,8 @@ public:
     bool goTo(const QString& a_modeName, const QStringList& a_featurePath, size_t a_instance = AllInstances);
     // The element a_path names below the mode called a_modeName (below the global category for an
     // empty name): a category's name, then a feature's, then for a feature list an instance as
-    // "name[N]", counted from 1, and a member's name. Null when nothing is called so.
+    // "name[N]", counted from 0 as orvex-tool and the problem list count, and a member's name. Null when
+    // nothing is called so.
     static ElementBase* find(const CameraElement* a_camera, const QString& a_modeName,
                              const QStringList& a_path);
 

@@ -240,8 +240,7 @@ int OrvexToolCommand::check(const QStringList& a_files)
         const QVector<ValidationProblem> problems = validator.checkAll();
         const int errors = CameraValidator::count(problems, ValidationProblem::Error);
         const int warnings = CameraValidator::count(problems, ValidationProblem::Warning);
-        if (errors > 0 || (m_warningsAsErrors && warnings > 0))
-            status = Failure;
+        status = errors > 0 || (m_warningsAsErrors && warnings > 0) ? Failure : status;
         QJsonArray listed;
         for (const ValidationProblem& problem : problems) {
             const QString scope =
