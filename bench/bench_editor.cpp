@@ -1,4 +1,5 @@
 #include "BenchCameraFiles.h"
+#include "BenchFind.h"
 #include "app/Window.h"
 #include "elements/CameraElement.h"
 #include "elements/CategoryElementBase.h"
@@ -25,8 +26,9 @@
 
 // The editor as a user meets it, on camera files of 100 and 1,000 fully populated modes: opening a file
 // until the window shows its first page laid out, the first visit of every category page, one value
-// edit with its undo and redo, and saving, beside xmllint validating the same file; besides, the problem
-// check after open against the open itself, and its update after one edit.
+// edit with its undo and redo, and saving, beside xmllint validating the same file; the problem check
+// after open against the open itself, and its update after one edit; then finding across the file and
+// comparing it with a second copy of itself.
 //
 //   bench_editor [--schema XSD] [--repeat N] [--sizes 100,1000]
 //   bench_editor --measure FILE [--schema XSD]
@@ -328,6 +330,12 @@ int runAll(const QString& a_schema, const QList<int>& a_sizes, int a_repeat)
                     check.cpuMs, check.wallMs, check.cpuMs / open.cpuMs, CheckShareOfOpen,
                     verdict(check.cpuMs <= CheckShareOfOpen * open.cpuMs));
         printLatencyRow("problem update", update, UpdateLimitMs);
+        QByteArray found;
+        if (!runChild({QStringLiteral("--find"), file, QStringLiteral("--schema"), a_schema}, &found)) {
+            std::fprintf(stderr, "could not find in %d modes\n", modes);
+            return 1;
+        }
+        missed += Orvex::Bench::printFindRows(found);
         missed += (open.cpuMs / xmllint > (large ? OpenRatioLarge : OpenRatioSmall)) +
                   (large && peakKiB > PeakLimitKiB) + (visit.cpuMs > VisitLimitMs) +
                   (edit.cpuMs > EditLimitMs) + (undo.cpuMs > EditLimitMs) + (redo.cpuMs > EditLimitMs) +
@@ -362,6 +370,8 @@ int main(int argc, char* argv[])
     if (arguments.contains(QLatin1String("--generate")))
         return Orvex::Bench::generateCameraFile(schema, option("--generate").toInt(),
                                                 option("--generate", 2));
+    if (arguments.contains(QLatin1String("--find")))
+        return Orvex::Bench::measureFind(schema, option("--find"));
     if (arguments.contains(QLatin1String("--measure")))
         return measure(schema, option("--measure"));
 

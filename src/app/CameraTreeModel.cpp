@@ -143,6 +143,7 @@ bool CameraTreeModel::renameMode(ModeElement* a_mode, const QString& a_name)
         DialogSeam::warning(m_dialogParent, QStringLiteral("Mode Name Error"),
                             QStringLiteral("Modes names may not contain the following characters: <b>@</b> "
                                            "<b>&lt;</b> <b>&gt;</b> <b>&amp;</b> <b>'</b> <b>&quot;</b>"));
+        emit renameRefused(modeIndex(m_camera->indexOfMode(a_mode)), a_name);
         return false;
     }
     QString name = a_name;
@@ -157,6 +158,7 @@ bool CameraTreeModel::renameMode(ModeElement* a_mode, const QString& a_name)
             QStringLiteral("<html>A different mode already has the name \"%1\". Duplicate mode "
                            "names are not allowed.")
                 .arg(name));
+        emit renameRefused(modeIndex(m_camera->indexOfMode(a_mode)), a_name);
         return false;
     }
     name = m_camera->uniqueModeName(name, a_mode);
@@ -166,6 +168,14 @@ bool CameraTreeModel::renameMode(ModeElement* a_mode, const QString& a_name)
     a_mode->setProperty("name", name);
     push(QSharedPointer<UndoRedoPropertySet>::create(m_window, a_mode, QByteArrayLiteral("name"), old, name));
     refreshLabels();
+    if (name != a_name) {
+        // A name the user did not type is no surprise once it has been told.
+        DialogSeam::information(
+            m_dialogParent, QStringLiteral("Mode Renamed"),
+            QStringLiteral("<html>The mode is named \"%1\", not \"%2\": mode names hold no white space and "
+                           "are unique.")
+                .arg(name.toHtmlEscaped(), a_name.toHtmlEscaped()));
+    }
     return true;
 }
 

@@ -57,7 +57,9 @@ public:
     bool isChangingRows() const { return m_changingRows; }
 
     // Renames a mode through the undo/redo stack. Refuses names with markup characters and names
-    // another mode holds, telling the user; white space is dropped. False when nothing changed.
+    // another mode holds, telling the user and asking for the typed name back in the editor (see
+    // renameRefused); white space is dropped, and a name that ends up other than typed is told too.
+    // False when nothing changed.
     bool renameMode(ModeElement* a_mode, const QString& a_name);
 
     QModelIndex index(int a_row, int a_column, const QModelIndex& a_parent = QModelIndex()) const override;
@@ -84,6 +86,8 @@ signals:
     void labelsChanged();
     // Asks the view to start editing the name in place.
     void editRequested(const QModelIndex& a_index);
+    // A rename was refused: the view opens the editor again with what the user typed, to correct it.
+    void renameRefused(const QModelIndex& a_index, const QString& a_typed);
 
 public slots:
     void cloneMode();

@@ -22,10 +22,6 @@ namespace Orvex {
 
 namespace {
 
-// Enough modes per turn of the event loop to fill a screen of matches, few enough to keep typing
-// smooth in files of thousands of modes.
-constexpr int ScopesPerTurn = 16;
-
 QAction* makeAction(QMainWindow* a_window, const QString& a_text, const QList<QKeySequence>& a_keys)
 {
     auto* action = new QAction(a_text, a_window);
@@ -146,10 +142,16 @@ void FindDock::restart()
 
 void FindDock::searchSome()
 {
+    const bool shownBefore = m_results->rowCount() > 0;
     if (!m_search || !m_search->searchNext(ScopesPerTurn))
         m_chunks->stop();
     if (m_search)
         m_results->follow(m_search->matches());
+    // Sized once on the first matches: resizing on every turn would measure every row each time.
+    if (!shownBefore && m_results->rowCount() > 0) {
+        for (int column = 0; column < 3; ++column)
+            m_view->resizeColumnToContents(column);
+    }
     if (m_keptRow >= 0 && m_keptRow < m_results->rowCount()) {
         m_view->setCurrentIndex(m_results->index(m_keptRow, 0));
         m_keptRow = -1;

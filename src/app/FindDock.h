@@ -30,6 +30,10 @@ class FindDock : public QDockWidget
     Q_OBJECT
 
 public:
+    // Enough modes per turn of the event loop to fill a screen of matches, few enough to keep typing
+    // smooth in files of thousands of modes.
+    static constexpr int ScopesPerTurn = 16;
+
     // Adds its actions (Find, Find Next, Find Previous) to a_window, where their keys work everywhere.
     explicit FindDock(QMainWindow* a_window);
     ~FindDock() override;

@@ -12,6 +12,7 @@
 #include "app/WindowActions.h"
 #include "app/WindowDocumentsPage.h"
 #include "app/WindowFind.h"
+#include "app/WindowFocusOrder.h"
 #include "board/QNBrdAttachedFilesSource.h"
 #include "board/QNBrdDataSource.h"
 #include "elements/CameraElement.h"
@@ -32,6 +33,7 @@
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMouseEvent>
@@ -41,7 +43,9 @@
 #include <QShortcut>
 #include <QStackedWidget>
 #include <QStatusBar>
+#include <QTabBar>
 #include <QTabWidget>
+#include <QTimer>
 #include <QTreeView>
 #include <QVBoxLayout>
 
@@ -112,6 +116,7 @@ Window::~Window()
     m_treeModel->setWindowElement(nullptr);
     m_find->setWindowElement(nullptr);
     parkTabPages();
+    m_session->disconnect(this);
     m_session->close();
 }
 
@@ -220,8 +225,14 @@ void Window::createActions()
     connect(m_actions.m_aboutQtAction, &QAction::triggered, this, [this] { QMessageBox::aboutQt(this); });
     connect(m_actions.m_lgplAction, &QAction::triggered, m_lgplDialog.data(), &QDialog::exec);
     connect(m_actions.m_aboutAction, &QAction::triggered, m_aboutDialog.data(), &QDialog::exec);
-    connect(m_actions.m_undoAction, &QAction::triggered, m_host, &DocumentHost::undo);
-    connect(m_actions.m_redoAction, &QAction::triggered, m_host, &DocumentHost::redo);
+    connect(m_actions.m_undoAction, &QAction::triggered, m_host, [this] {
+        WindowActions::finishFieldEdit(this);
+        m_host->undo();
+    });
+    connect(m_actions.m_redoAction, &QAction::triggered, m_host, [this] {
+        WindowActions::finishFieldEdit(this);
+        m_host->redo();
+    });
     connect(m_actions.m_backAction, &QAction::triggered, m_host, &DocumentHost::back);
     connect(m_actions.m_forwardAction, &QAction::triggered, m_host, &DocumentHost::forward);
     connect(m_actions.m_previewAction, &QAction::triggered, this, &Window::openPreview);
@@ -273,6 +284,8 @@ void Window::createDock()
     m_treeView->setDragDropMode(QAbstractItemView::DragDrop);
     m_treeView->setDefaultDropAction(Qt::CopyAction);
     m_treeView->setUniformRowHeights(true);
+    // Tab leaves the tree for the page instead of walking its rows.
+    m_treeView->setTabKeyNavigation(false);
     layout->addWidget(m_treeView);
 
     auto* buttons = new QGridLayout;
@@ -307,6 +320,20 @@ void Window::createDock()
     connect(m_treeModel, &CameraTreeModel::labelsChanged, this, &Window::updateModeTabLabel);
     connect(m_treeModel, &CameraTreeModel::editRequested, m_treeView.data(),
             [this](const QModelIndex& a_index) { m_treeView->edit(a_index); });
+    // Once the refused editor has closed: the user corrects what they typed instead of typing it again.
+    connect(m_treeModel, &CameraTreeModel::renameRefused, m_treeView.data(),
+            [this](const QModelIndex& a_index, const QString& a_typed) {
+                const QPersistentModelIndex index(a_index);
+                QTimer::singleShot(0, m_treeView.data(), [this, index, a_typed] {
+                    if (!index.isValid())
+                        return;
+                    m_treeView->edit(index);
+                    for (QLineEdit* editor : m_treeView->viewport()->findChildren<QLineEdit*>()) {
+                        editor->setText(a_typed);
+                        editor->selectAll();
+                    }
+                });
+            });
     connect(m_treeModel->selectionModel(), &QItemSelectionModel::currentChanged, this,
             &Window::onModeChanged);
 }
@@ -383,6 +410,7 @@ void Window::connectSources()
     connect(m_host, &DocumentHost::categoryPageRequested, this, &Window::setModeCategory);
     m_session->setBoardDataSource(m_dataSource);
     // Only boards of the file's standard can run its camera.
+    connect(m_session, &CameraFileSession::documentClosing, this, &Window::releaseDocument);
     connect(m_session, &CameraFileSession::standardDetermined, m_dataSource.data(), [this](int a_standard) {
         m_dataSource->setFilter(a_standard == CameraElement::StandardCoaXPress
                                     ? BoardTypes(BoardType::CoaXPress)
@@ -407,6 +435,8 @@ void Window::closeEvent(QCloseEvent* a_event)
 
 bool Window::eventFilter(QObject* a_watched, QEvent* a_event)
 {
+    if (m_actions.passesUndoKey(this, a_watched, a_event))
+        return true;
     if (a_event->type() == QEvent::MouseButtonPress && a_watched->isWidgetType() &&
         static_cast<QWidget*>(a_watched)->window() == this) {
         const auto* mouse = static_cast<QMouseEvent*>(a_event);
@@ -420,6 +450,20 @@ bool Window::eventFilter(QObject* a_watched, QEvent* a_event)
         }
     }
     return QMainWindow::eventFilter(a_watched, a_event);
+}
+
+bool Window::focusNextPrevChild(bool a_next)
+{
+    QList<QWidget*> buttons;
+    for (QPushButton* button : m_modeButtons)
+        buttons << button;
+    const WindowFocusOrder order(m_treeView, m_tabs ? m_tabs->tabBar() : nullptr,
+                                 m_tabs ? m_tabs->currentWidget() : nullptr, buttons);
+    if (QWidget* target = order.next(QApplication::focusWidget(), a_next)) {
+        target->setFocus(a_next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+        return true;
+    }
+    return QMainWindow::focusNextPrevChild(a_next);
 }
 
 void Window::storeGeometry()

@@ -113,6 +113,8 @@ protected:
     void dragMoveEvent(QDragMoveEvent* a_event) override;
     void dropEvent(QDropEvent* a_event) override;
     bool eventFilter(QObject* a_watched, QEvent* a_event) override;
+    // Tab follows WindowFocusOrder wherever it knows the focus.
+    bool focusNextPrevChild(bool a_next) override;
 
 private:
     void createActions();
@@ -153,7 +155,11 @@ private:
     // The question before saving a document the schema would reject; true when the caller may save.
     bool settleProblems();
     // The save-state question; true when the caller may go on, the document then being closed.
-    bool settleDocumentState();
+    // Asks about unsaved changes (saving them when the user says so); then, when a_discard, closes the
+    // document. False when the user cancelled or the save failed.
+    bool settleDocumentState(bool a_discard = true);
+    // Takes the document off the window's pages and tree, before the session deletes it.
+    void releaseDocument();
     bool loadDocument(const QString& a_filePath);
     // Leaves the window as it is without a document after a load that failed.
     void abandonLoad();

@@ -4,9 +4,13 @@
 #include "elements/UndoRedoStack.h"
 #include "elements/WindowElement.h"
 
+#include <QAbstractSpinBox>
 #include <QAction>
+#include <QApplication>
 #include <QIcon>
+#include <QKeyEvent>
 #include <QKeySequence>
+#include <QLineEdit>
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
@@ -56,6 +60,42 @@ void WindowActions::fillHistoryMenu(WindowElement* a_element)
     if (a_element)
         a_element->navigationStack()->fillHistoryMenu(m_historyMenu);
     fillHistoryButton(m_historyButton, m_historyMenu, m_noHistoryAction);
+}
+
+bool WindowActions::passesUndoKey(const QWidget* a_window, QObject* a_watched, QEvent* a_event) const
+{
+    if (a_event->type() != QEvent::ShortcutOverride || !a_watched->isWidgetType())
+        return false;
+    auto* field = static_cast<QWidget*>(a_watched);
+    if (field->window() != a_window ||
+        (!qobject_cast<QLineEdit*>(field) && !qobject_cast<QAbstractSpinBox*>(field)))
+        return false;
+    const auto* key = static_cast<const QKeyEvent*>(a_event);
+    const QKeySequence pressed(int(key->modifiers()) | key->key());
+    for (const QAction* action : {m_undoAction, m_redoAction}) {
+        if (action && action->isEnabled() && action->shortcuts().contains(pressed)) {
+            // Left unaccepted, the key goes on to the window's shortcuts.
+            a_event->ignore();
+            return true;
+        }
+    }
+    return false;
+}
+
+void WindowActions::finishFieldEdit(const QWidget* a_window)
+{
+    QWidget* focus = QApplication::focusWidget();
+    if (!focus || focus->window() != a_window)
+        return;
+    if (auto* spinBox = qobject_cast<QAbstractSpinBox*>(focus)) {
+        if (spinBox->hasAcceptableInput()) {
+            spinBox->interpretText();
+            emit spinBox->editingFinished();
+        }
+    } else if (auto* edit = qobject_cast<QLineEdit*>(focus); edit && !edit->isReadOnly()) {
+        if (edit->hasAcceptableInput())
+            emit edit->editingFinished();
+    }
 }
 
 WindowActions WindowActions::create(QMainWindow* a_window, QMenu* a_boardMenu, QMenu* a_recentMenu)
@@ -163,16 +203,22 @@ WindowActions WindowActions::create(QMainWindow* a_window, QMenu* a_boardMenu, Q
     fileMenu->addSeparator();
     fileMenu->addAction(actions.m_closeAction);
 
-    QMenu* actionsMenu = bar->addMenu(QStringLiteral("&Actions"));
-    actionsMenu->setToolTipsVisible(true);
+    // Where users look for undo first; the history of changes stands beside it.
+    QMenu* editMenu = bar->addMenu(QStringLiteral("&Edit"));
+    editMenu->setToolTipsVisible(true);
+    actions.m_editMenu = editMenu;
     actions.m_changesMenu = new QMenu(QStringLiteral("Recent Changes"), a_window);
     actions.m_changesMenu->setIcon(QIcon(QStringLiteral(":/icons/Undo.png")));
+    editMenu->addAction(actions.m_undoAction);
+    editMenu->addAction(actions.m_redoAction);
+    editMenu->addMenu(actions.m_changesMenu);
+    // FIND: the find action goes here, after its separator, once the editor can search.
+    editMenu->addSeparator();
+
+    QMenu* actionsMenu = bar->addMenu(QStringLiteral("&Actions"));
+    actionsMenu->setToolTipsVisible(true);
     actions.m_historyMenu = new QMenu(QStringLiteral("Recent &History"), a_window);
     actions.m_historyMenu->setIcon(a_window->style()->standardIcon(QStyle::SP_ArrowBack));
-    actionsMenu->addAction(actions.m_undoAction);
-    actionsMenu->addAction(actions.m_redoAction);
-    actionsMenu->addMenu(actions.m_changesMenu);
-    actionsMenu->addSeparator();
     actionsMenu->addAction(actions.m_backAction);
     actionsMenu->addAction(actions.m_forwardAction);
     actionsMenu->addMenu(actions.m_historyMenu);

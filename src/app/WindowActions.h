@@ -3,7 +3,10 @@
 #include <QPointer>
 
 class QAction;
+class QEvent;
 class QMainWindow;
+class QObject;
+class QWidget;
 class QMenu;
 class QToolBar;
 class QToolButton;
@@ -24,6 +27,15 @@ struct WindowActions
     // window element's stacks; without one they only hold their placeholders.
     void fillChangesMenu(WindowElement* a_element);
     void fillHistoryMenu(WindowElement* a_element);
+
+    // For the window's application-wide event filter: true for the undo and redo keys asked of a text
+    // or number field in a_window, which would otherwise keep them for their own typing history, so
+    // that the window's actions get them.
+    bool passesUndoKey(const QWidget* a_window, QObject* a_watched, QEvent* a_event) const;
+    // Finishes the edit of the text or number field that has the focus in a_window, as leaving the field
+    // would, so that an undo that follows undoes a step the user can see; text the field does not take
+    // stays as it is.
+    static void finishFieldEdit(const QWidget* a_window);
 
     QAction* m_openAction = nullptr;
     QAction* m_saveAction = nullptr;
@@ -49,6 +61,7 @@ struct WindowActions
     QAction* m_noHistoryAction = nullptr;
     QAction* m_noChangesAction = nullptr;
 
+    QPointer<QMenu> m_editMenu;
     QPointer<QMenu> m_changesMenu;
     QPointer<QMenu> m_historyMenu;
     QPointer<QToolBar> m_toolBar;

@@ -101,7 +101,7 @@ bool Window::closeDocument()
     return true;
 }
 
-bool Window::settleDocumentState()
+bool Window::settleDocumentState(bool a_discard)
 {
     if (!windowElement())
         return true;
@@ -119,20 +119,25 @@ bool Window::settleDocumentState()
             return false;
         }
     }
-    discardDocument();
+    if (a_discard)
+        discardDocument();
     return true;
 }
 
-void Window::discardDocument()
+void Window::releaseDocument()
 {
     closePreviews();
     m_problemsDock->detach();
     m_treeModel->setWindowElement(nullptr);
     m_find->setWindowElement(nullptr);
     updateModeCategories();
+    m_boardNumber = -1;
+}
+
+void Window::discardDocument()
+{
     m_session->close();
     m_documentPath.clear();
-    m_boardNumber = -1;
     m_watcher->watch(QString());
     m_extraDataDialog->fill(nullptr);
     setUndoRedoEnabled(false, false);
@@ -157,7 +162,9 @@ QProgressDialog* Window::createProgressDialog(const QString& a_label)
 
 bool Window::openFile(const QString& a_filePath, const QString& a_fileMode, int a_boardNum)
 {
-    if (!settleDocumentState())
+    // The current document stays open until the new one has loaded, so that a file that fails to load
+    // costs the user nothing.
+    if (!settleDocumentState(false))
         return false;
     if (!loadDocument(a_filePath))
         return false;
@@ -252,6 +259,13 @@ bool Window::loadDocument(const QString& a_filePath)
 
 void Window::abandonLoad()
 {
+    if (const CameraElement* kept = windowElement() ? windowElement()->camera() : nullptr) {
+        // The failed file's standard was offered to the board list while it loaded.
+        m_dataSource->setFilter(kept->standard() == CameraElement::StandardCoaXPress
+                                    ? BoardTypes(BoardType::CoaXPress)
+                                    : BoardTypes(BoardType::CameraLink));
+        return;
+    }
     m_dataSource->setFilter(BoardType::AnyBoardType);
     showDocumentsPage();
     updateDocumentState();

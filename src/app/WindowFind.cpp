@@ -4,6 +4,7 @@
 #include "app/FindDock.h"
 #include "app/Window.h"
 #include "elements/CameraElement.h"
+#include "elements/CategoryElementBase.h"
 #include "elements/FeatureElementBase.h"
 #include "elements/WindowElement.h"
 #include "fileio/CameraFileSession.h"
@@ -12,7 +13,9 @@
 
 #include <QAction>
 #include <QFileInfo>
+#include <QLineEdit>
 #include <QMenu>
+#include <QTabWidget>
 
 namespace Orvex {
 
@@ -28,6 +31,8 @@ WindowFind::WindowFind(Window* a_window) : QObject(a_window), m_window(a_window)
         a_window->addAction(action);
         return action;
     };
+    m_filterPage = make(QStringLiteral("Filter &Page"), QStringLiteral("Ctrl+Shift+F"));
+    connect(m_filterPage, &QAction::triggered, this, &WindowFind::focusPageFilter);
     m_compareModes = make(QStringLiteral("Compare &Modes..."), QStringLiteral("Ctrl+Shift+M"));
     m_compareFile = make(QStringLiteral("Compare &With File..."), QStringLiteral("Ctrl+Shift+O"));
     connect(m_compareModes, &QAction::triggered, this, &WindowFind::compareModes);
@@ -42,6 +47,7 @@ void WindowFind::addActionsTo(QMenu* a_menu) const
     a_menu->addAction(m_dock->findAction());
     a_menu->addAction(m_dock->findNextAction());
     a_menu->addAction(m_dock->findPreviousAction());
+    a_menu->addAction(m_filterPage);
     a_menu->addSeparator();
     a_menu->addAction(m_compareModes);
     a_menu->addAction(m_compareFile);
@@ -59,7 +65,7 @@ void WindowFind::setWindowElement(WindowElement* a_element)
     m_element = a_element;
     m_dock->setWindowElement(a_element);
     for (QAction* action : {m_dock->findAction(), m_dock->findNextAction(), m_dock->findPreviousAction(),
-                            m_compareModes, m_compareFile})
+                            m_filterPage, m_compareModes, m_compareFile})
         action->setEnabled(a_element != nullptr);
 }
 
@@ -100,6 +106,16 @@ void WindowFind::compareWithFile()
     auto* comparison = new ComparisonWindow(m_element, std::move(other), m_window);
     m_comparisons << comparison;
     comparison->show();
+}
+
+void WindowFind::focusPageFilter()
+{
+    CategoryElementBase* category = m_window->tabCategory(m_window->categoryTabs()->currentIndex());
+    QWidget* page = category ? category->widget() : nullptr;
+    if (auto* field = page ? page->findChild<QLineEdit*>(QStringLiteral("CategoryFilter")) : nullptr) {
+        field->setFocus(Qt::ShortcutFocusReason);
+        field->selectAll();
+    }
 }
 
 void WindowFind::goToFeature(ElementBase* a_feature, size_t a_instance)

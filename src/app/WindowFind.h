@@ -36,6 +36,8 @@ public:
 public slots:
     void compareModes();
     void compareWithFile();
+    // Puts the focus into the filter field of the page shown.
+    void focusPageFilter();
     // Shows instance a_instance of a_feature, as the Problems list and undo do.
     void goToFeature(Orvex::ElementBase* a_feature, size_t a_instance);
 
@@ -43,6 +45,7 @@ private:
     Window* m_window;
     QPointer<WindowElement> m_element;
     FindDock* m_dock = nullptr;
+    QAction* m_filterPage = nullptr;
     QAction* m_compareModes = nullptr;
     QAction* m_compareFile = nullptr;
     QList<QPointer<QWidget>> m_comparisons;

@@ -8,6 +8,7 @@
 
 #include <QFormLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QScrollArea>
 #include <QVBoxLayout>
 #include <QtDebug>
@@ -76,6 +77,12 @@ QWidget* CategoryElementBase::createWidget()
     auto* content = new QWidget;
     content->setObjectName(QStringLiteral("TransparentWidget"));
     auto* layout = new QVBoxLayout(content);
+    auto* filter = new QLineEdit(content);
+    filter->setObjectName(QStringLiteral("CategoryFilter"));
+    filter->setPlaceholderText(QStringLiteral("Filter features by name"));
+    filter->setClearButtonEnabled(true);
+    connect(filter, &QLineEdit::textChanged, this, &CategoryElementBase::filterFeatures);
+    layout->addWidget(filter);
     m_formWidget = new QWidget(content);
     m_formWidget->setObjectName(QStringLiteral("TransparentWidget"));
     m_form = new QFormLayout(m_formWidget);
@@ -88,6 +95,22 @@ QWidget* CategoryElementBase::createWidget()
     for (FeatureElementBase* feature : features())
         addFeatureRow(feature);
     return page;
+}
+
+void CategoryElementBase::filterFeatures(const QString& a_text)
+{
+    if (!m_form)
+        return;
+    // Rows stand in the order the features were added, one each.
+    const QVector<FeatureElementBase*> features = this->features();
+    for (int row = 0; row < m_form->rowCount() && row < features.size(); ++row) {
+        const bool shown = features.at(row)->name().contains(a_text, Qt::CaseInsensitive);
+        for (const QFormLayout::ItemRole role :
+             {QFormLayout::LabelRole, QFormLayout::FieldRole, QFormLayout::SpanningRole}) {
+            if (QLayoutItem* item = m_form->itemAt(row, role); item && item->widget())
+                item->widget()->setVisible(shown);
+        }
+    }
 }
 
 void CategoryElementBase::highlight(size_t)

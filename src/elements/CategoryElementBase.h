@@ -42,6 +42,11 @@ public:
     // Tints the whole form, whatever the index: a category has no instances of its own.
     void highlight(size_t a_index) override;
 
+public slots:
+    // Hides the rows of the features whose name does not hold a_text, whatever its case; an empty text
+    // shows every row. The page's filter field calls it as the user types.
+    void filterFeatures(const QString& a_text);
+
 protected:
     // The page's content below the scroll area's viewport: a vertical layout that holds the form and
     // whatever a subclass puts above it.

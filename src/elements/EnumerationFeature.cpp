@@ -1,5 +1,7 @@
 #include "elements/EnumerationFeature.h"
 
+#include "widgets/FieldGuard.h"
+
 #include <QComboBox>
 #include <QSignalBlocker>
 
@@ -74,6 +76,7 @@ QWidget* EnumerationFeature::createInstanceValueWidget(size_t a_index)
     if (!comboBox) {
         comboBox = new QComboBox(widget());
         comboBox->setInsertPolicy(QComboBox::NoInsert);
+        FieldGuard::install(comboBox);
         connect(comboBox, &QComboBox::currentTextChanged, this, &EnumerationFeature::userValueUpdate);
     }
     refillComboBox(comboBox, value(a_index));

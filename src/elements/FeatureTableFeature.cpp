@@ -5,6 +5,7 @@
 #include "elements/ValueFeatureElementBase.h"
 
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QTreeView>
 
 #include <algorithm>
@@ -74,6 +75,7 @@ QWidget* FeatureTableFeature::createWidget()
     // The delegate turns dragging on where a press lands on a row handle.
     tree->setDragEnabled(false);
     tree->header()->setStretchLastSection(true);
+    tree->installEventFilter(this);
     setWidget(tree);
 
     FeatureTableFeatureModel* tableModel = model();
@@ -131,6 +133,51 @@ bool FeatureTableFeature::userReinsertRows(const QVector<size_t>& a_rows, size_t
     }
     if (!moves.isEmpty())
         requestInstanceChanges(moves);
+    return true;
+}
+
+bool FeatureTableFeature::eventFilter(QObject* a_watched, QEvent* a_event)
+{
+    if (a_watched == widget() && a_event->type() == QEvent::KeyPress) {
+        const auto* key = static_cast<const QKeyEvent*>(a_event);
+        if (key->modifiers() == Qt::AltModifier && (key->key() == Qt::Key_Up || key->key() == Qt::Key_Down)) {
+            moveSelectedRows(key->key() == Qt::Key_Up);
+            return true;
+        }
+    }
+    return FeatureListFeatureBase::eventFilter(a_watched, a_event);
+}
+
+bool FeatureTableFeature::moveSelectedRows(bool a_up)
+{
+    QTreeView* tree = view();
+    if (!tree || !tree->selectionModel())
+        return false;
+    const size_t count = instanceCount();
+    QVector<size_t> rows;
+    for (const QModelIndex& index : tree->selectionModel()->selectedRows()) {
+        if (size_t(index.row()) < count)
+            rows << size_t(index.row());
+    }
+    if (rows.isEmpty() && tree->currentIndex().isValid() && size_t(tree->currentIndex().row()) < count)
+        rows << size_t(tree->currentIndex().row());
+    if (rows.isEmpty())
+        return false;
+    std::sort(rows.begin(), rows.end());
+    // The block lands a row above its first row, or below its last one.
+    if (a_up ? rows.front() == 0 : rows.back() + 1 >= count)
+        return false;
+    const size_t first = a_up ? rows.front() - 1 : rows.front() + 1;
+    if (!userReinsertRows(rows, a_up ? rows.front() - 1 : rows.back() + 2))
+        return false;
+    QItemSelection moved;
+    const QAbstractItemModel* tableModel = tree->model();
+    const int lastColumn = tableModel->columnCount() - 1;
+    for (size_t row = first; row < first + size_t(rows.size()); ++row)
+        moved.select(tableModel->index(int(row), 0), tableModel->index(int(row), lastColumn));
+    tree->selectionModel()->setCurrentIndex(tableModel->index(int(first), tree->currentIndex().column()),
+                                            QItemSelectionModel::NoUpdate);
+    tree->selectionModel()->select(moved, QItemSelectionModel::ClearAndSelect);
     return true;
 }
 

@@ -14,8 +14,8 @@ namespace Orvex {
 class FeatureTableFeatureModel;
 
 // A group feature shown as a table: one row per instance, one column per member, with insert and
-// remove buttons per row and rows reordered by dragging their handle. The table is a view over
-// FeatureTableFeatureModel, which reads the members' values directly; a member gets a widget only
+// remove buttons per row and rows reordered by dragging their handle or from the keyboard. The table is a
+// view over FeatureTableFeatureModel, which reads the members' values directly; a member gets a widget only
 // while its cell is being edited, where the member's own editor is used.
 class FeatureTableFeature : public FeatureListFeatureBase
 {
@@ -50,6 +50,9 @@ public:
     // The table: its members have no editors of their own until a cell is edited.
     QWidget* editorWidget(size_t a_index) const override;
 
+    // Alt+Up and Alt+Down in the view move the selected rows, as a drag of their handles would.
+    bool eventFilter(QObject* a_watched, QEvent* a_event) override;
+
 public slots:
     bool addMember(Orvex::FeatureElementBase* a_member) override;
 
@@ -71,6 +74,9 @@ private:
     // The column of the member that sent the current signal, after its row in a_instance; -1 when the
     // sender is no member of an instance.
     int senderColumn(size_t* a_instance) const;
+    // Moves the selected rows (else the current one) a row up or down and keeps them selected; false
+    // when there is nothing to move or no room.
+    bool moveSelectedRows(bool a_up);
 
     QPointer<FeatureTableFeatureModel> m_model;
 };

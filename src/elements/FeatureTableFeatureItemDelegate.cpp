@@ -8,6 +8,7 @@
 #include <QAbstractSpinBox>
 #include <QApplication>
 #include <QDoubleSpinBox>
+#include <QKeyEvent>
 #include <QLayout>
 #include <QLineEdit>
 #include <QMouseEvent>
@@ -235,8 +236,16 @@ bool FeatureTableFeatureItemDelegate::eventFilter(QObject* a_object, QEvent* a_e
 {
     if (m_viewport && a_object == m_viewport)
         return viewportMouseEvent(a_event);
-    if (QWidget* editor = openEditorHolding(a_object))
+    if (QWidget* editor = openEditorHolding(a_object)) {
+        if (a_event->type() == QEvent::KeyPress &&
+            static_cast<QKeyEvent*>(a_event)->key() == Qt::Key_Escape) {
+            // The editor's value widget finishes its edit when it loses the focus as the editor closes,
+            // and that would store what Escape is meant to throw away.
+            if (auto* member = qobject_cast<ValueFeatureElementBase*>(editorMember(editor)))
+                member->discardWidgetEdits();
+        }
         return QStyledItemDelegate::eventFilter(editor, a_event);
+    }
     return QStyledItemDelegate::eventFilter(a_object, a_event);
 }
 

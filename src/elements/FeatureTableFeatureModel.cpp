@@ -120,13 +120,15 @@ QVariant FeatureTableFeatureModel::data(const QModelIndex& a_index, int a_role) 
                 return QStringLiteral("+");
             if (a_index.column() == RemoveColumn)
                 return QStringLiteral("-");
-            return row + 1;
+            // The grip says the row can be taken and moved.
+            return a_role == Qt::DisplayRole ? QVariant(QStringLiteral("\u2261 %1").arg(row + 1))
+                                             : QVariant(row + 1);
         case Qt::ToolTipRole:
             if (a_index.column() == InsertColumn)
                 return QStringLiteral("Insert");
             if (a_index.column() == RemoveColumn)
                 return QStringLiteral("Remove");
-            return QStringLiteral("Drag and drop to reorder");
+            return QStringLiteral("Drag to reorder, or Alt+Up and Alt+Down");
         case Qt::TextAlignmentRole:
             return int(Qt::AlignCenter);
         default:

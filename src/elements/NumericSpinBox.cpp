@@ -13,7 +13,7 @@ constexpr int FixedDecimalsUpTo = 3;
 
 QString NumericSpinBox::textFromValue(double a_value) const
 {
-    QString text = QDoubleSpinBox::textFromValue(a_value);
+    QString text = CheckedSpinBox::textFromValue(a_value);
     const QChar point = locale().decimalPoint();
     if (decimals() <= FixedDecimalsUpTo || !text.contains(point))
         return text;

@@ -1,18 +1,19 @@
 #pragma once
 
-#include <QDoubleSpinBox>
+#include "widgets/CheckedSpinBox.h"
 
 namespace Orvex {
 
 // The editor of a number. A type that allows many decimals (a float or a double without a schema
 // limit) shows only the ones its value needs: "5000", not "5000.00000000"; a schema that names its
-// decimals gets them all. Entry keeps the type's full precision either way.
-class NumericSpinBox : public QDoubleSpinBox
+// decimals gets them all. Entry keeps the type's full precision either way, and a number outside the
+// range is marked rather than changed (see CheckedSpinBox).
+class NumericSpinBox : public CheckedSpinBox
 {
     Q_OBJECT
 
 public:
-    using QDoubleSpinBox::QDoubleSpinBox;
+    using CheckedSpinBox::CheckedSpinBox;
 
     QString textFromValue(double a_value) const override;
 

@@ -3,6 +3,8 @@
 #include "elements/StringFeatureCompleterHelper.h"
 #include "elements/StringFeatureCompleterItemModel.h"
 
+#include "widgets/FieldGuard.h"
+
 #include <QFontMetrics>
 #include <QLineEdit>
 #include <QRegExpValidator>
@@ -114,6 +116,10 @@ QWidget* StringFeature::createInstanceValueWidget(size_t a_index)
     if (!edit) {
         edit = new QLineEdit(widget());
         connect(edit, &QLineEdit::editingFinished, this, &StringFeature::userValueUpdate);
+        // The line edit takes no text its pattern refuses: what stays on screen is marked as not taken
+        // (and stays so when the focus leaves) until it matches.
+        FieldGuard::install(edit);
+        connect(edit, &QLineEdit::textEdited, this, [this, edit] { markUntaken(edit); });
     }
     edit->setReadOnly(fixedValue().isValid());
     applyValidator(edit);
@@ -139,6 +145,21 @@ void StringFeature::writeWidgetValue(QWidget* a_widget, const QVariant& a_value)
     // Rewriting the same text would throw away the cursor position and the line edit's own undo steps.
     if (edit->text() != text)
         edit->setText(text);
+    if (FieldGuard* guard = FieldGuard::of(edit))
+        guard->setMark(QString());
+}
+
+void StringFeature::markUntaken(QLineEdit* a_lineEdit) const
+{
+    FieldGuard* guard = FieldGuard::of(a_lineEdit);
+    if (!guard)
+        return;
+    const int instance = instanceIndex(a_lineEdit);
+    const QString stored = instance >= 0 ? value(size_t(instance)).toString() : QString();
+    guard->setMark(a_lineEdit->hasAcceptableInput()
+                       ? QString()
+                       : QStringLiteral("Not taken: the text must match %1; the value stays \"%2\".")
+                             .arg(m_stringPattern.pattern(), stored));
 }
 
 void StringFeature::fixedValueChanged()
@@ -161,6 +182,7 @@ void StringFeature::applyValidator(QLineEdit* a_lineEdit) const
     const bool checked = !m_stringPattern.isEmpty() && m_stringPattern.isValid();
     a_lineEdit->setValidator(checked ? new QRegExpValidator(m_stringPattern, a_lineEdit) : nullptr);
     delete old;
+    updateRefusalHint(a_lineEdit);
 }
 
 void StringFeature::applyLengthLimit(QLineEdit* a_lineEdit, const QString& a_shownText) const
@@ -169,6 +191,18 @@ void StringFeature::applyLengthLimit(QLineEdit* a_lineEdit, const QString& a_sho
     // Setting the limit resets the text and with it the cursor, even when the limit stays the same.
     if (a_lineEdit->maxLength() != limit)
         a_lineEdit->setMaxLength(limit);
+    updateRefusalHint(a_lineEdit);
+}
+
+void StringFeature::updateRefusalHint(QLineEdit* a_lineEdit) const
+{
+    FieldGuard* guard = FieldGuard::of(a_lineEdit);
+    if (!guard)
+        return;
+    QString hint = QStringLiteral("At most %1 characters.").arg(a_lineEdit->maxLength());
+    if (a_lineEdit->validator())
+        hint = QStringLiteral("The text must match %1. ").arg(m_stringPattern.pattern()) + hint;
+    guard->setRefusalHint(hint);
 }
 
 void StringFeature::applyCompleter(QLineEdit* a_lineEdit)

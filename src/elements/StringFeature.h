@@ -70,6 +70,9 @@ protected:
 private:
     QLineEdit* lineEdit(size_t a_index) const;
     void applyValidator(QLineEdit* a_lineEdit) const;
+    void updateRefusalHint(QLineEdit* a_lineEdit) const;
+    // Marks text the pattern does not accept yet as not taken, or takes the mark away.
+    void markUntaken(QLineEdit* a_lineEdit) const;
     void applyLengthLimit(QLineEdit* a_lineEdit, const QString& a_shownText) const;
     void applyCompleter(QLineEdit* a_lineEdit);
 

@@ -217,6 +217,12 @@ QWidget* ValueFeatureElementBase::editorWidget(size_t a_index) const
     return editor ? editor : widget();
 }
 
+void ValueFeatureElementBase::discardWidgetEdits()
+{
+    for (size_t index = 0; index < m_values.size(); ++index)
+        showValue(index, m_values[index]);
+}
+
 void ValueFeatureElementBase::userSetValue(const QVariant& a_value)
 {
     userSetValue(0, a_value);

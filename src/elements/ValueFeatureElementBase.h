@@ -104,6 +104,10 @@ public:
     void highlight(size_t a_index) override;
     QWidget* editorWidget(size_t a_index) const override;
 
+    // Puts the stored values back into the value widgets, throwing away what the user typed but did not
+    // finish, so that a widget that is closed now reports no edit.
+    void discardWidgetEdits();
+
 signals:
     void valueChanged(size_t a_index);
     // A problem found in the schema's description of this feature, for the window to show.

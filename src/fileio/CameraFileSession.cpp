@@ -51,7 +51,6 @@ CameraFileSession::LoadResult CameraFileSession::load(const QString& a_path,
                                                       const QString& a_cameraLinkXsdPath,
                                                       ProgressStepper* a_progress)
 {
-    close();
     const QString filePath = QFileInfo(a_path).absoluteFilePath();
     // Both are deleted on every way out but success, exceptions included.
     std::unique_ptr<LumexTree> tree(new LumexTree(filePath, m_host));
@@ -77,6 +76,7 @@ CameraFileSession::LoadResult CameraFileSession::load(const QString& a_path,
     beginStage(a_progress, QStringLiteral("Populating editor from file data"), 60, 99);
     parser.parse(element->camera());
 
+    close();
     m_tree = tree.release();
     m_windowElement = element.release();
     m_filePath = filePath;
@@ -102,6 +102,8 @@ bool CameraFileSession::save(const QString& a_path, ProgressStepper* a_progress,
 
 void CameraFileSession::close()
 {
+    if (m_windowElement || m_tree)
+        emit documentClosing();
     // The window element goes first: its elements are linked to nodes of the tree.
     delete m_windowElement;
     delete m_tree;

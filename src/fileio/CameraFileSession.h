@@ -51,10 +51,10 @@ public:
     // before load.
     void setBoardDataSource(QNBrdDataSource* a_dataSource);
 
-    // Closes the current document, then reads a_path: the file, its standard, that standard's schema
-    // into a new camera, and the file into the camera and a new document tree. The schema paths are kept
-    // for save. Failures throw the kinds of the parsers (ExceptionBase) or OperationCanceledException and
-    // leave the session without a document.
+    // Reads a_path: the file, its standard, that standard's schema into a new camera, and the file into
+    // the camera and a new document tree; only then closes the current document and takes the new one.
+    // The schema paths are kept for save. Failures throw the kinds of the parsers (ExceptionBase) or
+    // OperationCanceledException and leave the current document as it was.
     LoadResult load(const QString& a_path, const QString& a_coaXPressXsdPath,
                     const QString& a_cameraLinkXsdPath, ProgressStepper* a_progress);
 
@@ -63,6 +63,7 @@ public:
     // OperationCanceledException; false when the file could not be written, which leaves it as it was.
     bool save(const QString& a_path, ProgressStepper* a_progress, bool a_preserveExtraData);
 
+    // Emits documentClosing first when there is a document.
     void close();
 
     bool isLoaded() const;
@@ -75,6 +76,8 @@ public:
     QString cameraLinkXsdPath() const { return m_cameraLinkXsdPath; }
 
 signals:
+    // The document's window element and tree are about to be deleted, while they still exist.
+    void documentClosing();
     // Once the file's standard is known and before its schema is read; a CameraElement::Standard.
     void standardDetermined(int a_standard);
 

@@ -1,3 +1,4 @@
+#include "BoardFixtures.h"
 #include "FileFixtures.h"
 #include "app/RecentlyOpenedFilesSource.h"
 #include "widgets/DragMenu.h"
@@ -96,22 +97,12 @@ private slots:
         QCOMPARE(spy.count(), changed.toInt());
     }
 
-    void menuAndPage_data()
-    {
-        QTest::addColumn<QStringList>("files");
-        QTest::addColumn<QStringList>("texts");
-        QTest::newRow("empty") << QStringList() << QStringList();
-        QTest::newRow("two files") << QStringList{"R&D.lumex", "b.lumex"}
-                                   << QStringList{"R&&D.lumex", "b.lumex"};
-        QTest::newRow("same names, as many folders as needed")
-            << QStringList{"x/A/b.lumex", "B/b.lumex", "y/A/b.lumex", "a.lumex"}
-            << QStringList{"x/A/b.lumex", "B/b.lumex", "y/A/b.lumex", "a.lumex"};
-    }
+    void menuAndPage_data() { OrvexTest::addTableRows("tests/app/data/recent-menu.txt", {"files", "texts"}); }
 
     void menuAndPage()
     {
-        QFETCH(QStringList, files);
-        QFETCH(QStringList, texts);
+        const QStringList files = QString(OrvexTest::field("files")).split(';', Qt::SkipEmptyParts);
+        const QStringList texts = QString(OrvexTest::field("texts")).split(';', Qt::SkipEmptyParts);
 
         const QStringList paths = canonical(files);
         store(paths);
@@ -180,22 +171,16 @@ private slots:
 
     void dragMenu_data()
     {
-        const int distance = QApplication::startDragDistance();
-        QTest::addColumn<bool>("draggable");
-        QTest::addColumn<QPoint>("offset");
-        QTest::addColumn<bool>("drags");
-        QTest::newRow("click") << true << QPoint() << false;
-        QTest::newRow("short move") << true << QPoint(distance - 1, 0) << false;
-        QTest::newRow("drag") << true << QPoint(distance, 0) << true;
-        QTest::newRow("drag diagonally") << true << QPoint(distance / 2, distance - distance / 2) << true;
-        QTest::newRow("entry without URL") << false << QPoint(2 * distance, 0) << false;
+        OrvexTest::addTableRows("tests/app/data/drag-menu.txt", {"draggable", "offset", "drags"});
     }
 
     void dragMenu()
     {
-        QFETCH(bool, draggable);
-        QFETCH(QPoint, offset);
-        QFETCH(bool, drags);
+        const bool draggable = OrvexTest::field("draggable") == "1";
+        const QPoint offset(OrvexTest::field("offset").split(' ')[0].toInt(),
+                            OrvexTest::field("offset").split(' ')[1].toInt());
+        const bool drags = OrvexTest::field("drags") == "1";
+        QApplication::setStartDragDistance(10);
         // Elsewhere a drag runs a real nested event loop that would wait for a drop.
         if (drags && QGuiApplication::platformName() != QLatin1String("offscreen"))
             QSKIP("Starting a drag needs the offscreen platform");

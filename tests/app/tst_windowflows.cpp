@@ -344,15 +344,12 @@ private slots:
     // Previews go, their acquisition stopped first, with the document and the window that opened them.
     void previewsCloseWithTheirWindow_data()
     {
-        QTest::addColumn<QString>("action");
-        QTest::newRow("quit") << "&Quit";
-        QTest::newRow("close") << "&Close";
-        QTest::newRow("window deleted") << "";
+        OrvexTest::addTableRows(QStringLiteral("tests/app/data/preview-close.txt"), {"action"});
     }
 
     void previewsCloseWithTheirWindow()
     {
-        QFETCH(QString, action);
+        const QString action = OrvexTest::field("action");
         QVERIFY(openShown());
         QString seen;
         QPointer<Viewport::WindowQt> preview = openPreview(seen);

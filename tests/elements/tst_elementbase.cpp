@@ -24,32 +24,9 @@
 
 using namespace Orvex;
 using OrvexTest::HolderElement;
+using HookElement = OrvexTest::RecordingElement;
 
 namespace {
-
-// Counts its hooks and, unlike widget elements, does not pass a raise on to its parent.
-class HookElement : public ElementBase
-{
-public:
-    using ElementBase::ElementBase;
-
-    const WindowElement* windowElement() const override { return nullptr; }
-    // Any recognisable address will do; nothing dereferences it.
-    WindowElement* windowElement() override { return reinterpret_cast<WindowElement*>(this); }
-
-    int raises = 0;
-    int lowers = 0;
-    std::function<void()> whenRaised;
-
-protected:
-    void onRaise() override
-    {
-        ++raises;
-        if (whenRaised)
-            whenRaised();
-    }
-    void onLower() override { ++lowers; }
-};
 
 QStringList s_messages;
 

@@ -531,13 +531,24 @@ private slots:
                 lineEdit->setText(words[3]);
             else if (auto* comboBox = qobject_cast<QComboBox*>(field))
                 comboBox->setCurrentIndex(comboBox->findData(words[3]));
-            tree->itemDelegate()->setModelData(editor, model, index);
-            // Closing commits once more, which must change nothing now.
-            requests << "committed";
-            QTest::keyClick(field, Qt::Key_Tab);
+            const bool escaped = words.value(4) == "Escape";
+            if (!escaped) {
+                tree->itemDelegate()->setModelData(editor, model, index);
+                // Closing commits once more, which must change nothing now.
+                requests << "committed";
+            }
+            QTest::keyClick(field, escaped ? Qt::Key_Escape : Qt::Key_Tab);
             requests << index.data().toString();
             QVERIFY(member->widget() != editor);
             QTRY_VERIFY(!editor);
+        } else if (words[0] == "key") {
+            // Rows selected, then a key pressed in the view.
+            for (const QString& row : words[1].split(',', Qt::SkipEmptyParts))
+                tree->selectionModel()->select(model->index(row.toInt(), 0),
+                                               QItemSelectionModel::Select | QItemSelectionModel::Rows);
+            QTest::keySequence(tree, QKeySequence(words[2]));
+            for (const QModelIndex& selected : tree->selectionModel()->selectedRows())
+                requests << "selected " + QString::number(selected.row());
         } else if (words[0] == "drag") {
             QModelIndexList indexes;
             for (const QString& row : words[1].split(',')) {
@@ -557,7 +568,7 @@ private slots:
         if (tree->dragEnabled())
             requests << "drag";
         QCOMPARE((requests << labels(model)).join(" / "), OrvexTest::rowText("log"));
-        QCOMPARE(model->index(0, 2).data().toInt(), 1);
+        QCOMPARE(model->index(0, 2).data(Qt::EditRole).toInt(), 1);
     }
 
     void directInstanceChanges_data()
@@ -605,8 +616,9 @@ private slots:
                     if (index.data(Qt::BackgroundRole).isValid() || index.data(Qt::ForegroundRole).isValid())
                         shown.last() += '*';
                 }
-                if (model->index(row, 2).data().toInt() != row + 1)
-                    shown.last() += QStringLiteral("(handle %1)").arg(model->index(row, 2).data().toInt());
+                if (model->index(row, 2).data(Qt::EditRole).toInt() != row + 1)
+                    shown.last() +=
+                        QStringLiteral("(handle %1)").arg(model->index(row, 2).data(Qt::EditRole).toInt());
             }
             return shown.join(' ');
         };

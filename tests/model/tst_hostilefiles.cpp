@@ -1,3 +1,4 @@
+#include "BoardFixtures.h"
 #include "FileFixtures.h"
 #include "TestSupport.h"
 #include "elements/CameraElement.h"
@@ -9,6 +10,7 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -43,13 +45,6 @@ QByteArray clExample(const QByteArray& a_from, const QByteArray& a_to)
                   a_to);
 }
 
-// The example with a document type ahead of its root and a_author as the text of its "Author".
-QByteArray withDocumentType(const QByteArray& a_doctype, const QByteArray& a_author)
-{
-    return edited(clExample("<quarnel_config", a_doctype + "\n<quarnel_config"),
-                  "<Author>Vision lab, line 2</Author>", "<Author>" + a_author + "</Author>");
-}
-
 // The example's modes replaced by copies of its "Default" mode under the given names.
 QByteArray withModes(const QList<QByteArray>& a_names)
 {
@@ -61,6 +56,34 @@ QByteArray withModes(const QList<QByteArray>& a_names)
     for (const QByteArray& name : a_names)
         modes += QByteArray(mode).replace("\"Default\"", '"' + name + '"');
     return start < 0 ? QByteArray() : QByteArray(text).replace(start, end - start, modes);
+}
+
+// The file a row of tests/model/data/hostile-loads.txt describes, or its kept text, "{text*N}" expanded.
+QByteArray built(const QByteArray& a_spec, bool a_file = true)
+{
+    // Latin-1 keeps every byte as it is.
+    QString spec = QString::fromLatin1(a_spec.constData(), a_spec.size());
+    static const QRegularExpression repeat(QStringLiteral("\\{([^*{}]+)\\*(\\d+)\\}"));
+    for (QRegularExpressionMatch match; (match = repeat.match(spec)).hasMatch();)
+        spec.replace(match.capturedStart(), match.capturedLength(),
+                     match.captured(1).repeated(match.captured(2).toInt()));
+    const QString kind = spec.section(' ', 0, 0);
+    const QString rest = spec.section(' ', 1);
+    if (!a_file || kind == "bytes") {
+        const QByteArray bytes = (a_file ? rest : spec).toLatin1();
+        return bytes.isNull() ? QByteArray("") : bytes;
+    }
+    if (kind == "file")
+        return fileBytes(OrvexTest::sourcePath(rest));
+    QList<QByteArray> names;
+    for (const QString& name : rest.split(", "))
+        names << name.toLatin1();
+    if (kind == "modes")
+        return withModes(names);
+    QByteArray text = clExample("", "");
+    for (const QString& edit : rest.split(" && "))
+        text = edited(text, edit.section(" => ", 0, 0).toLatin1(), edit.section(" => ", 1).toLatin1());
+    return text;
 }
 
 // One open document, held as the editor holds it.
@@ -162,102 +185,40 @@ void TestHostileFiles::initTestCase()
 
 void TestHostileFiles::loadsOrRefuses_data()
 {
-    QTest::addColumn<QByteArray>("file");
-    // Empty: the shipped schema of the file's standard.
-    QTest::addColumn<QString>("schema");
-    // Refused: the exception's kind and a fragment of its message. Loaded: the number of modes, then
-    // names they must hold, all of them kept again after saving and reading back.
-    QTest::addColumn<QStringList>("expected");
-    // Null when refused; else text that saving the loaded file must write again.
-    QTest::addColumn<QByteArray>("kept");
-
-    const auto row = [](const char* a_row, const QByteArray& a_file, const QStringList& a_expected,
-                        const QByteArray& a_kept = QByteArray(), const QString& a_schema = QString()) {
-        QTest::newRow(a_row) << a_file << a_schema << a_expected << a_kept;
-    };
-    const QStringList example{"4", "Default", "Fast", "Precision", "Calibration"};
-    const QString load = QStringLiteral("LumexLoadException");
-    const QString hostile = OrvexTest::sourcePath(QStringLiteral("tests/model/data/hostileschema/"));
-
-    row("empty file", "", {load, "Document is empty"});
-    row("not XML", QByteArray("PK\x03\x04\x14\x00 this is a zip archive, not a camera file", 48),
-        {load, "Start tag expected"});
-    QByteArray utf16("\xFF\xFE");
+    OrvexTest::addTableRows(QStringLiteral("tests/model/data/hostile-loads.txt"),
+                            {"file", "expected", "kept", "schema"});
+    QByteArray utf16("bytes \xFF\xFE");
     for (const QChar character : QString::fromUtf8(clExample(R"(encoding="UTF-8")", R"(encoding="UTF-16")")))
         utf16.append(char(character.unicode() & 0xFF)).append(char(character.unicode() >> 8));
-    row("UTF-16 with a byte-order mark", utf16, example, "<Author>Vision lab, line 2</Author>");
-    row("invalid UTF-8", clExample("Quarnel Imaging", "Quarnel \xC3\x28 Imaging \xFF"),
-        {load, "Input is not proper UTF-8"});
-    row("NUL byte", clExample("Quarnel Imaging", QByteArray("Quarnel\0Imaging", 15)),
-        {load, "Char 0x0 out of allowed range"});
-    row("nesting 100,000 deep",
-        clExample("<Notes>",
-                  QByteArray("<n>").repeated(100000) + QByteArray("</n>").repeated(100000) + "<Notes>"),
-        {load, "Excessive depth in document"});
-    // Just over the markup library's bound for one text.
-    row("11 MB of text in one element", clExample("<Notes>", "<Notes>" + QByteArray(11000000, 'x')),
-        {load, "huge text node"});
-    const QByteArray longValue = "<Notes>" + QByteArray(1024 * 1024, 'x');
-    row("1 MB value beyond its feature's length", clExample("<Notes>", longValue), example, longValue);
-    const QByteArray attribute = "note=\"" + QByteArray(1024 * 1024, 'a') + '"';
-    row("1 MB attribute", clExample("<camera ", "<camera " + attribute + ' '), example, attribute);
-    row("attribute name that is no qualified name", clExample("<camera ", "<camera types:1xsi=\"x\" "),
-        {load, "Failed to parse QName"});
-    row("namespace name holding markup", clExample("<camera ", "<camera xmlns:note=\"urn:a &amp; b\" "),
-        {load, "A namespace name holds"});
+    QTest::newRow("UTF-16 with a byte-order mark")
+        << utf16 << QByteArray("4;Default;Fast;Precision;Calibration")
+        << QByteArray("<Author>Vision lab, line 2</Author>") << QByteArray();
     // Modes of no content: the walk over the modes is what grows with their number, not the work within one.
     QByteArray modes = "<modes><mode name=\"Default\"/>";
     for (int index = 1; index < s_manyModes; ++index)
         modes += "<mode name=\"Mode" + QByteArray::number(index) + "\"/>";
-    const QString shared = OrvexTest::sourcePath(QStringLiteral("tests/model/data/schema/camera"));
-    const QByteArray sharedFile = fileBytes(shared + QStringLiteral(".lumex"));
-    row("2,000 modes",
-        sharedFile.left(sharedFile.indexOf("<modes>")) + modes + "</modes></camera></quarnel_config>",
-        {QString::number(s_manyModes), "Default", "Mode1", "Mode1999"}, "<mode name=\"Mode1999\"/>",
-        shared + QStringLiteral(".xsd"));
-    row("two modes of one 1 MB name", withModes({QByteArray(1024 * 1024, 'm'), QByteArray(1024 * 1024, 'm')}),
-        {"BadModeException", "is used by more than one mode."});
-    row("markup characters in mode names",
-        withModes(
-            {"Default", "&lt;b&gt;bold&lt;/b&gt; &amp; &quot;q&quot; 'a' @1", "]]&gt; &lt;!-- x --&gt;"}),
-        {"3", "Default", R"(<b>bold</b> & "q" 'a' @1)", "]]> <!-- x -->"},
-        R"(<mode name="]]&gt; &lt;!-- x --&gt;">)");
-    row("external document type",
-        withDocumentType("<!DOCTYPE quarnel_config SYSTEM \"secret.dtd\">", "&leak;"), example, "<Author/>");
-    row("external parameter entity",
-        withDocumentType(
-            "<!DOCTYPE quarnel_config [<!ENTITY % definitions SYSTEM \"secret.dtd\"> %definitions;]>",
-            "&leak;"),
-        {load, "Entity 'leak' not defined"});
-    row("external entity",
-        withDocumentType("<!DOCTYPE quarnel_config [<!ENTITY leak SYSTEM \"secret.txt\">]>", "&leak;"),
-        example, "<Author/>");
-    QByteArray laughs = "<!DOCTYPE quarnel_config [<!ENTITY lol0 \"lol\">";
-    for (int level = 1; level < 10; ++level) {
-        laughs += "<!ENTITY lol" + QByteArray::number(level) + " \"" +
-                  QByteArray("&lol" + QByteArray::number(level - 1) + ";").repeated(10) + "\">";
-    }
-    row("billion laughs", withDocumentType(laughs + "]>", "&lol9;"), {load, "entit"});
-    // The category's named type holds a feature of that same type.
-    row("schema referring to itself through its types", fileBytes(hostile + "self-referent/camera.lumex"),
-        {"UnknownFeatureTypeException", R"(Unknown feature type "LoopType" on the "Inner" feature.)"},
-        QByteArray(), hostile + "self-referent/schema.xsd");
-    row("category of no features", fileBytes(hostile + "category-of-no-features/camera.lumex"),
-        {"1", "Default"}, "<Nothing/>", hostile + "category-of-no-features/schema.xsd");
+    const QByteArray shared =
+        fileBytes(OrvexTest::sourcePath(QStringLiteral("tests/model/data/schema/camera.lumex")));
+    QTest::newRow("2,000 modes") << "bytes " + shared.left(shared.indexOf("<modes>")) + modes +
+                                        "</modes></camera></quarnel_config>"
+                                 << QByteArray::number(s_manyModes) + ";Default;Mode1;Mode1999"
+                                 << QByteArray("<mode name=\"Mode1999\"/>")
+                                 << QByteArray("tests/model/data/schema/camera.xsd");
 }
 
 void TestHostileFiles::loadsOrRefuses()
 {
-    QFETCH(QByteArray, file);
-    QFETCH(QString, schema);
-    QFETCH(QStringList, expected);
-    QFETCH(QByteArray, kept);
+    const QByteArray file = built(OrvexTest::field("file"));
+    const QStringList expected = QString::fromUtf8(OrvexTest::field("expected")).split(';');
+    const QByteArray kept = built(OrvexTest::field("kept"), false);
+    const QString schema =
+        OrvexTest::field("schema").isEmpty() ? QString() : OrvexTest::sourcePath(OrvexTest::field("schema"));
 
     QVERIFY2(!file.isNull(), "the example no longer holds the text this row edits");
     auto document = std::make_unique<Document>();
     const QString refusal =
         document->openOrRefuse(writtenFile(m_dir->filePath("hostile.lumex"), file), schema);
-    if (kept.isNull()) {
+    if (kept.isEmpty()) {
         QVERIFY2(refusal.startsWith(expected[0] + QLatin1String(" thrown from ")),
                  qPrintable(refusal.left(2000)));
         QVERIFY2(refusal.contains(expected[1]), qPrintable(refusal.left(2000)));

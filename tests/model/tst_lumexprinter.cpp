@@ -1,3 +1,4 @@
+#include "BoardFixtures.h"
 #include "FileFixtures.h"
 #include "TestSupport.h"
 #include "elements/CameraElement.h"
@@ -18,7 +19,9 @@
 #include <unistd.h>
 
 using namespace Orvex;
+using OrvexTest::addTableRows;
 using OrvexTest::CameraDocument;
+using OrvexTest::field;
 using OrvexTest::fileBytes;
 using OrvexTest::writtenFile;
 
@@ -87,23 +90,13 @@ private slots:
     // Content the schema does not know stays with its table row when rows are removed or moved.
     void keptContentFollowsItsRow_data()
     {
-        QTest::addColumn<int>("from");
-        QTest::addColumn<int>("to"); // -1: the row at "from" is removed
-        QTest::addColumn<QByteArray>("rows");
-
-        QTest::newRow("first row removed")
-            << 0 << -1 << QByteArray("<reg><address>0x14</address><data>2</data><!-- second --></reg>");
-        QTest::newRow("second row moved first")
-            << 1 << 0
-            << QByteArray("<reg><address>0x14</address><data>2</data><!-- second --></reg>"
-                          "<reg><address>0x10</address><data>1</data></reg>");
+        addTableRows(QStringLiteral("tests/model/data/printer/kept-rows.txt"), {"from", "to", "rows"});
     }
 
     void keptContentFollowsItsRow()
     {
-        QFETCH(int, from);
-        QFETCH(int, to);
-        QFETCH(QByteArray, rows);
+        const int from = field("from").toInt();
+        const int to = field("to").toInt();
 
         QTemporaryDir dir;
         const QString input = writtenFile(
@@ -128,7 +121,8 @@ private slots:
         QVERIFY2(OrvexTest::runXmllint(written, s_schema, &output) == 0, qPrintable(output));
         const QByteArray text = fileBytes(written);
         const int start = text.indexOf("<regs>") + 6;
-        QCOMPARE(text.mid(start, text.indexOf("</regs>") - start).simplified().replace("> <", "><"), rows);
+        QCOMPARE(text.mid(start, text.indexOf("</regs>") - start).simplified().replace("> <", "><"),
+                 field("rows"));
     }
 
     void keepsValueTexts_data()
@@ -211,28 +205,21 @@ private slots:
 
     void failedSaveKeepsFile_data()
     {
-        QTest::addColumn<QString>("target");
-        QTest::addColumn<bool>("readOnlyFolder");
-        QTest::addColumn<QString>("error");
-
-        QTest::newRow("missing folder")
-            << "missing/camera.lumex" << false << "The file could not be opened for writing.";
-        QTest::newRow("read-only folder")
-            << "camera.lumex" << true << "The folder does not allow a temporary file.";
+        addTableRows(QStringLiteral("tests/model/data/printer/failed-saves.txt"),
+                     {"target", "readOnlyFolder", "error"});
     }
 
     void failedSaveKeepsFile()
     {
-        QFETCH(QString, target);
-        QFETCH(bool, readOnlyFolder);
-        QFETCH(QString, error);
+        const bool readOnlyFolder = field("readOnlyFolder") == "1";
+        const QString error = field("error");
 
         if (readOnlyFolder && geteuid() == 0)
             QSKIP("Folder permissions do not bind the superuser.");
         QTemporaryDir dir;
         CameraDocument document;
         document.load(OrvexTest::sourcePath(QStringLiteral("examples/Example_CXP.lumex")));
-        const QString path = dir.filePath(target);
+        const QString path = dir.filePath(field("target"));
         const QByteArray previous = fileBytes(writtenFile(path, "previous"));
         if (readOnlyFolder)
             QVERIFY(QFile::setPermissions(dir.path(), QFile::ReadOwner | QFile::ExeOwner));

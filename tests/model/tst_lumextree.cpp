@@ -1,3 +1,4 @@
+#include "BoardFixtures.h"
 #include "FileFixtures.h"
 #include "TestSupport.h"
 #include "model/LumexTree.h"
@@ -227,14 +228,12 @@ private slots:
 
     void modeNodeGoesAway_data()
     {
-        QTest::addColumn<bool>("destroyObject");
-        QTest::newRow("mode object destroyed") << true;
-        QTest::newRow("removeMode called") << false;
+        OrvexTest::addTableRows(QStringLiteral("tests/model/data/tree/mode-gone.txt"), {"destroyObject"});
     }
 
     void modeNodeGoesAway()
     {
-        QFETCH(bool, destroyObject);
+        const bool destroyObject = OrvexTest::field("destroyObject") == "1";
 
         LumexTree tree(QString{});
         LumexTreeElement* modes = addModeTemplate(tree)->parentElement();

@@ -1,3 +1,5 @@
+#include "BoardFixtures.h"
+#include "ElementFixtures.h"
 #include "FileFixtures.h"
 #include "TestSupport.h"
 #include "board/QNBrdDataSource.h"
@@ -180,38 +182,21 @@ void TestSchemaParser::rejectsSchema()
 
 void TestSchemaParser::buildsFeatures_data()
 {
-    QTest::addColumn<QString>("schema");
-    QTest::addColumn<bool>("board");
-    QTest::addColumn<QString>("expected");
-
-    // Every kind of feature a schema can declare: a duplicate enumeration entry warns, and attributes
-    // of no "use" are required.
-    QTest::newRow("declared") << "tests/model/data/schema/features/schema.xsd" << false << "declared.txt";
-    QTest::newRow("Camera Link") << "config/Vrm/LUMEX-CL.xsd" << true << "cameralink.txt";
-    QTest::newRow("CoaXPress") << "config/Pld/LUMEX-CXP.xsd" << true << "coaxpress.txt";
-    // Without a board the register features get no completion from it.
-    QTest::newRow("CoaXPress without board") << "config/Pld/LUMEX-CXP.xsd" << false << "coaxpress-alone.txt";
+    OrvexTest::addTableRows(QStringLiteral("tests/model/data/schema/features/rows.txt"),
+                            {"schema", "board", "expected"});
 }
 
 // The camera a schema gives, compared as one listing with the golden file of its row.
 void TestSchemaParser::buildsFeatures()
 {
-    QFETCH(QString, schema);
-    QFETCH(bool, board);
-    QFETCH(QString, expected);
-
     Document document;
     QNBrdDataSource source;
-    SchemaParser parser(nullptr, &document.tree, nullptr, OrvexTest::sourcePath(schema));
-    if (board)
+    SchemaParser parser(nullptr, &document.tree, nullptr, OrvexTest::sourcePath(OrvexTest::field("schema")));
+    if (OrvexTest::field("board") == "1")
         parser.setBoardDataSource(&source);
     parser.loadCamera(document.camera());
-    const QString golden =
-        OrvexTest::sourcePath(QStringLiteral("tests/model/data/schema/features/") + expected);
-    const QStringList lines = QString::fromUtf8(OrvexTest::fileBytes(golden)).split('\n', Qt::SkipEmptyParts);
-    const QStringList actual = dump(document);
-    for (int line = 0; line < qMax(actual.size(), lines.size()); ++line)
-        QCOMPARE(actual.value(line), lines.value(line));
+    QCOMPARE(dump(document),
+             OrvexTest::goldenLines("tests/model/data/schema/features/" + OrvexTest::field("expected")));
     QVERIFY(parser.names().isEmpty());
 
     // Helpers are made once per parser and outlive it with the camera.
@@ -222,7 +207,7 @@ void TestSchemaParser::buildsFeatures()
             helpers << QString::fromLatin1(child->metaObject()->className());
     }
     QCOMPARE(QSet<QString>(helpers.cbegin(), helpers.cend()).size(), helpers.size());
-    if (schema.startsWith(QLatin1String("config/"))) {
+    if (OrvexTest::field("schema").startsWith("config/")) {
         QCOMPARE(parser.pathHints().flagsAt(s_modePath + QStringList{"quarnel_regs", "reg", "data"}), 4u);
         QVERIFY(existingNode(document.tree, s_modePath + QStringList{"name"})->isAttribute());
         QVERIFY(

@@ -7,6 +7,7 @@
 #include <QVariant>
 
 #include <cstddef>
+#include <functional>
 
 namespace OrvexTest {
 
@@ -37,6 +38,45 @@ public:
     // Puts the feature's widget on a shown page, so that clicks and key presses reach the value
     // widgets as a user's do. Returns false when the window never got exposed (or activated).
     bool show(Orvex::FeatureElementBase& a_feature, bool a_activate = false);
+};
+
+// An element that counts its raise and lower hooks, adds "raise <name>" and "lower <name>" to a_log when
+// given one (several elements may share it, so that a test sees the order across them) and, unlike widget
+// elements, does not pass a raise on to its parent. Its window element is any recognisable address.
+class RecordingElement : public Orvex::ElementBase
+{
+public:
+    explicit RecordingElement(const QString& a_name = QString(), QStringList* a_log = nullptr,
+                              QObject* a_parent = nullptr)
+        : ElementBase(a_parent), m_log(a_log)
+    {
+        setName(a_name);
+    }
+    const Orvex::WindowElement* windowElement() const override { return nullptr; }
+    Orvex::WindowElement* windowElement() override { return reinterpret_cast<Orvex::WindowElement*>(this); }
+
+    int raises = 0;
+    int lowers = 0;
+    std::function<void()> whenRaised;
+
+protected:
+    void onRaise() override
+    {
+        note(raises, "raise ");
+        if (whenRaised)
+            whenRaised();
+    }
+    void onLower() override { note(lowers, "lower "); }
+
+private:
+    void note(int& a_count, const QString& a_hook)
+    {
+        ++a_count;
+        if (m_log)
+            m_log->append(a_hook + name());
+    }
+
+    QStringList* m_log;
 };
 
 // A value feature that records each change it hands over for undo as "index: old -> new" instead of

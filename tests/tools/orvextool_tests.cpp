@@ -64,14 +64,8 @@ private slots:
         write("notxml.lumex", "camera file");
         write("gige.lumex", QString(file).replace(">CoaXPress<", ">GigE<"));
         write("refused.lumex", QString(file).replace(">100<", ">a&lt;b<"));
-        write("other.lumex",
-              QString(file)
-                  .replace(">100<", ">120<")
-                  .replace("<Note>second&#9;note</Note>", "")
-                  .replace("\"Fast\"", "\"Slow\"")
-                  .replace(">0x10<", ">0x11<")
-                  .replace("40000000", "20000000")
-                  .replace("<reg><address>0x14</address><data>2</data><unknown>x</unknown></reg>", ""));
+        // Values, a list instance and a global value changed or dropped, a mode renamed.
+        write("other.lumex", contents(OrvexTest::sourcePath("tests/tools/data/other.lumex")));
     }
 
     void commands_data()

@@ -1,3 +1,4 @@
+#include "ElementFixtures.h"
 #include "FileFixtures.h"
 #include "elements/ElementBaseDelayQueue.h"
 #include "elements/NavigationStack.h"
@@ -21,30 +22,9 @@ using Orvex::ActionBase;
 using Orvex::ActionStack;
 using Orvex::HistoryMenu;
 using Orvex::NavigationStack;
+using TestElement = OrvexTest::RecordingElement;
 
 namespace {
-
-// An element that only records what the raise/lower protocol does to it, into a log that may be shared
-// between several elements so that tests can check the order across them.
-class TestElement : public Orvex::ElementBase
-{
-public:
-    TestElement(const QString& a_name, QStringList* a_log, QObject* a_parent = nullptr)
-        : Orvex::ElementBase(a_parent), m_log(a_log)
-    {
-        setName(a_name);
-    }
-
-    const Orvex::WindowElement* windowElement() const override { return nullptr; }
-    Orvex::WindowElement* windowElement() override { return nullptr; }
-
-protected:
-    void onRaise() override { m_log->append(QStringLiteral("raise ") + name()); }
-    void onLower() override { m_log->append(QStringLiteral("lower ") + name()); }
-
-private:
-    QStringList* m_log;
-};
 
 // What the test actions edit: the names of the applied actions in the order they were applied. Each
 // action remembers the document as it was before its change and counts a fault whenever it is redone or
