@@ -10,6 +10,7 @@ packages=(
     clang-format
     xvfb xauth xdotool imagemagick
     rsync git
+    libaravis-dev libusb-1.0-0-dev aravis-tools
 )
 
 missing=()

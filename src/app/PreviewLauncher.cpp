@@ -36,9 +36,11 @@ QWidget* PreviewLauncher::launch(QWidget* a_parent, CameraElement* a_camera, con
     for (const ModeElement* mode : a_camera->modes())
         modes << mode->name();
     QNBrdModeOpenDialog chooser(a_parent);
-    chooser.setBoardTypeFilter(a_camera->standard() == CameraElement::StandardCoaXPress
-                                   ? BoardTypes(BoardType::CoaXPress)
-                                   : BoardTypes(BoardType::CameraLink));
+    // A camera reached directly runs any camera file's mode: it takes the features it has.
+    chooser.setBoardTypeFilter((a_camera->standard() == CameraElement::StandardCoaXPress
+                                    ? BoardTypes(BoardType::CoaXPress)
+                                    : BoardTypes(BoardType::CameraLink)) |
+                               BoardType::Camera);
     chooser.setModes(modes);
     int boardNumber = chooser.boardNumbers().value(0, -1);
     QString modeName = modes.value(0);

@@ -1,6 +1,7 @@
 #include "app/Window.h"
 
 #include "app/AboutOrvexDialog.h"
+#include "app/CameraModeActions.h"
 #include "app/CameraTreeModel.h"
 #include "app/FeatureNavigator.h"
 #include "app/LumexExtraDataDialog.h"
@@ -18,6 +19,7 @@
 #include "elements/CameraElement.h"
 #include "elements/CategoryElementBase.h"
 #include "elements/DocumentHost.h"
+#include "elements/ModeElement.h"
 #include "elements/UndoRedoStack.h"
 #include "elements/WindowElement.h"
 #include "fileio/CameraFileSession.h"
@@ -258,6 +260,10 @@ void Window::createActions()
     cornerLayout->addWidget(boardLabel);
     cornerLayout->addWidget(m_dataSource);
     bar->setCornerWidget(corner, Qt::TopRightCorner);
+    new CameraModeActions(this, m_actions.m_previewAction, m_dataSource, [this]() -> ModeElement* {
+        WindowElement* element = windowElement();
+        return element && element->camera() ? element->camera()->currentMode() : nullptr;
+    });
 }
 
 void Window::createDock()
@@ -412,9 +418,10 @@ void Window::connectSources()
     // Only boards of the file's standard can run its camera.
     connect(m_session, &CameraFileSession::documentClosing, this, &Window::releaseDocument);
     connect(m_session, &CameraFileSession::standardDetermined, m_dataSource.data(), [this](int a_standard) {
-        m_dataSource->setFilter(a_standard == CameraElement::StandardCoaXPress
-                                    ? BoardTypes(BoardType::CoaXPress)
-                                    : BoardTypes(BoardType::CameraLink));
+        m_dataSource->setFilter((a_standard == CameraElement::StandardCoaXPress
+                                     ? BoardTypes(BoardType::CoaXPress)
+                                     : BoardTypes(BoardType::CameraLink)) |
+                                BoardType::Camera);
     });
 }
 

@@ -18,7 +18,9 @@ public:
         NoBoardType = 0,
         CameraLink = 1,
         CoaXPress = 2,
-        AnyBoardType = CameraLink | CoaXPress
+        // A camera reached over its own link (GigE Vision, USB3 Vision), no frame grabber between.
+        Camera = 4,
+        AnyBoardType = CameraLink | CoaXPress | Camera
     };
     Q_DECLARE_FLAGS(Kinds, Kind)
     Q_FLAG(Kinds)

@@ -440,6 +440,11 @@ void PreviewAcqIf::handOver(int a_result, const BA::BufferRecord& a_record)
 {
     const ScopedFrameLock lock(frameLock());
     if (a_result != BA::ResultOk) {
+        // A camera unplugged mid-run ends here: the run stops, and the log says why.
+        logFailure(ORVEX_FUNCTION_SIGNATURE, __LINE__, "AcquisitionFailed",
+                   "ERROR: the board or camera stopped delivering frames (result " +
+                       std::to_string(a_result) + ")",
+                   {"the acquisition failed", a_result, true});
         // The board would go on filling buffers, and the worker handing them over, behind a preview
         // that shows itself stopped.
         m_streamer->control(BA::CommandAbort, BA::WaitForCompletion);

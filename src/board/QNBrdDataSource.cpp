@@ -44,9 +44,13 @@ void QNBrdDataSource::setFilter(BoardTypes a_filter)
 
 QString QNBrdDataSource::recentBoardsKey(BoardTypes a_filter)
 {
+    // Cameras join every list of frame grabbers, so the grabber kinds alone name the key and the keys
+    // stay those of the lists before cameras came.
     static const char* const names[] = {"null", "cl", "cxp", "any"};
-    return QStringLiteral("data_source/recent_boards_") +
-           QLatin1String(names[static_cast<int>(a_filter & BoardType::AnyBoardType)]);
+    const int grabbers = static_cast<int>(a_filter & (BoardType::CameraLink | BoardType::CoaXPress));
+    if (grabbers == 0 && (a_filter & BoardType::Camera))
+        return QStringLiteral("data_source/recent_boards_cam");
+    return QStringLiteral("data_source/recent_boards_") + QLatin1String(names[grabbers]);
 }
 
 QStringList QNBrdDataSource::recentBoards() const
@@ -108,7 +112,7 @@ bool QNBrdDataSource::switchTo(int a_boardNumber)
     const int index = findData(a_boardNumber);
     // A reload of the driver's boards leaves the handle dead while its number stays; the board may be
     // gone, so it is looked up again.
-    const bool alive = QNIsCL(m_handle) || QNIsCXP(m_handle);
+    const bool alive = QNIsCL(m_handle) || QNIsCXP(m_handle) || QNIsCamera(m_handle);
     if (isBoardOpen() && alive && a_boardNumber == m_boardNumber) {
         setCurrentIndex(index);
         return true;

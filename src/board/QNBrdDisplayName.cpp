@@ -4,7 +4,8 @@ namespace Orvex {
 
 QString QNBrdDisplayName::of(int a_boardNumber, HwBrdHandle a_handle)
 {
-    QString name = QStringLiteral("Bd (%1)").arg(a_boardNumber);
+    const bool camera = QNIsCamera(a_handle);
+    QString name = (camera ? QStringLiteral("Cam (%1)") : QStringLiteral("Bd (%1)")).arg(a_boardNumber);
     char model[QNStringBufferSize] = {};
     char variant[QNStringBufferSize] = {};
     std::uint32_t serialNumber = 0;
@@ -13,6 +14,15 @@ QString QNBrdDisplayName::of(int a_boardNumber, HwBrdHandle a_handle)
     // The driver promises terminated texts; a board that breaks the promise must not run us past them.
     model[QNStringBufferSize - 1] = '\0';
     variant[QNStringBufferSize - 1] = '\0';
+    if (camera) {
+        const QString modelText = QString::fromUtf8(model).trimmed();
+        const QString serialText = QString::fromUtf8(variant).trimmed();
+        if (!modelText.isEmpty())
+            name += QStringLiteral(" - ") + modelText;
+        if (!serialText.isEmpty())
+            name += QStringLiteral(" (%1)").arg(serialText);
+        return name;
+    }
 
     for (const char* text : {model, variant}) {
         const QString part = QString::fromUtf8(text).trimmed();
@@ -31,6 +41,8 @@ BoardTypes QNBrdDisplayName::typesOf(HwBrdHandle a_handle)
         types |= BoardType::CameraLink;
     if (QNIsCXP(a_handle))
         types |= BoardType::CoaXPress;
+    if (QNIsCamera(a_handle))
+        types |= BoardType::Camera;
     return types;
 }
 

@@ -23,7 +23,8 @@ public:
     };
 
     // "Bd (n)", then " - " and the model text, " - " and the variant text, and " (SN " serial ")", each
-    // part only when the board reports it (non-empty texts, a serial number other than 0).
+    // part only when the board reports it (non-empty texts, a serial number other than 0). A camera is
+    // "Cam (n) - vendor model (serial)", likewise without the parts it does not report.
     static QString of(int a_boardNumber, HwBrdHandle a_handle);
 
     // The kinds of the open board a_handle, as the driver reports them.

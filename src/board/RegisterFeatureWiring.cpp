@@ -5,6 +5,7 @@
 #include "board/QNBrdRegsAddressItemModel.h"
 #include "board/QNBrdRegsDataItemModel.h"
 #include "board/QNBrdRegsValueObserver.h"
+#include "board/QNCamRegsAddressItemModel.h"
 #include "board/QNCxpRegsDataItemModel.h"
 #include "board/QNCxpRegsValueObserver.h"
 #include "elements/StringFeature.h"
@@ -55,6 +56,9 @@ void RegisterFeatureWiring::attach(StringFeature* a_feature, Role a_role)
             if (!m_cameraValueObserver)
                 m_cameraValueObserver = new QNCxpRegsValueObserver(m_dataSource, m_owner);
             a_feature->addObserver(m_cameraValueObserver);
+            if (!m_cameraAddressModel)
+                m_cameraAddressModel = new QNCamRegsAddressItemModel(m_dataSource, m_owner);
+            a_feature->setCompleterModel(m_cameraAddressModel);
         }
         break;
     case CameraRegisterData:

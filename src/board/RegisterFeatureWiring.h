@@ -10,6 +10,7 @@ class QNBrdRegsAddressItemModel;
 class QNBrdRegsDataItemModel;
 class QNCxpRegsDataItemModel;
 class QNBrdRegsValueObserver;
+class QNCamRegsAddressItemModel;
 class QNCxpRegsValueObserver;
 class StringFeature;
 
@@ -54,6 +55,7 @@ private:
     QPointer<QNBrdRegsAddressItemModel> m_addressModel;
     QPointer<QNBrdRegsDataItemModel> m_boardDataModel;
     QPointer<QNCxpRegsDataItemModel> m_cameraDataModel;
+    QPointer<QNCamRegsAddressItemModel> m_cameraAddressModel;
     QPointer<QNBrdRegsValueObserver> m_boardValueObserver;
     QPointer<QNCxpRegsValueObserver> m_cameraValueObserver;
     QPointer<Dec2HexValueObserver> m_dec2HexObserver;

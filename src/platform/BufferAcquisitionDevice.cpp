@@ -1,6 +1,7 @@
 #include "platform/BufferAcquisitionDevice.h"
 
 #include "platform/BufferAcquisitionStreamer.h"
+#include "platform/QNDriver.h"
 #include "platform/QNExceptionBase.h"
 
 namespace BufferAcquisition {
@@ -32,6 +33,14 @@ std::string Device::enumerationValue(const std::string& a_name) const
 
 std::optional<std::string> Device::findNode(const std::string& a_name) const
 {
+    // A camera reached directly answers for itself: what it took of the mode is what it delivers.
+    const HwBrdHandle handle = m_streamer.handle();
+    if (QNIsCamera(handle)) {
+        char value[QNStringBufferSize];
+        if (QNCamGetFeature(handle, a_name.c_str(), value) != QNStatusOk)
+            return std::nullopt;
+        return std::string(value);
+    }
     return m_streamer.modeFeature(a_name);
 }
 

@@ -1,8 +1,14 @@
 #include "platform/BufferAcquisitionStreamer.h"
 
+#include "platform/CameraSettings.h"
+#include "platform/FrameSource.h"
 #include "platform/Lumex.h"
 #include "platform/QNExceptionBase.h"
 #include "platform/SimFrameGenerator.h"
+
+#if ORVEX_WITH_ARAVIS
+#include "platform/CameraFrameSource.h"
+#endif
 
 #include <algorithm>
 #include <cerrno>
@@ -141,8 +147,8 @@ void Streamer::open(unsigned a_boardNumber, const std::string& a_cameraFile)
 {
     CameraFile cameraFile = a_cameraFile.empty() ? CameraFile() : readCameraFile(a_cameraFile);
     std::unique_lock<std::mutex> lock(m_mutex);
-    const bool reuse =
-        m_handle != HwNoBoard && m_boardNumber == a_boardNumber && (QNIsCL(m_handle) || QNIsCXP(m_handle));
+    const bool reuse = m_handle != HwNoBoard && m_boardNumber == a_boardNumber &&
+                       (QNIsCL(m_handle) || QNIsCXP(m_handle) || QNIsCamera(m_handle));
     if (!reuse) {
         lock.unlock();
         close();
@@ -239,9 +245,9 @@ std::uint64_t Streamer::boardInfo(unsigned a_code) const
     case InfoBufferSize:
         return generator->bufferSize();
     case InfoImageWidth:
-        return generator->settings().m_width;
+        return generator->width();
     case InfoImageHeight:
-        return generator->settings().m_height;
+        return generator->height();
     default:
         break;
     }
@@ -257,11 +263,14 @@ bool Streamer::testBoardProperty(unsigned a_property) const
     const SimFrameGenerator::Encoding encoding =
         SimFrameGenerator::encodingOf(featureLocked("PixelFormat").value_or(std::string()),
                                       featureLocked("PixelColorFilter").value_or(std::string()));
+    // Once set up, the frames are what the board (or the camera) made of the mode.
+    const unsigned channels = m_generator ? m_generator->channels() : encoding.m_channels;
+    const unsigned bytesPerSample = m_generator ? m_generator->bytesPerSample() : encoding.m_bytesPerSample;
     switch (a_property) {
     case PropertyColor:
-        return encoding.m_channels == 3;
+        return channels == 3;
     case PropertyWideSamples:
-        return encoding.m_bytesPerSample == 2;
+        return bytesPerSample == 2;
     default:
         return false;
     }
@@ -276,6 +285,11 @@ void Streamer::setupBuffers(unsigned a_count, unsigned a_overflow, unsigned a_li
     if (a_overflow != OverflowDropNewest && a_overflow != OverflowDropOldest)
         fail("Streamer::setupBuffers", "unknown overflow option " + std::to_string(a_overflow),
              QNStatusBadArgument);
+    if (QNIsCamera(m_handle)) {
+        m_generator = cameraSourceLocked(a_count, a_lineAlignment);
+        record("setup " + std::to_string(a_count));
+        return;
+    }
     const Mode* mode = currentModeLocked();
     const SimFrameGenerator::Settings settings =
         settingsOf(mode ? mode->m_features : std::map<std::string, std::string>());
@@ -328,8 +342,8 @@ int Streamer::waitForFrame(BufferRecord* a_record, int a_timeoutMs)
     a_record->m_memory = frame.m_memory;
     a_record->m_address = frame.m_memory->data();
     a_record->m_index = frame.m_index;
-    a_record->m_width = generator->settings().m_width;
-    a_record->m_height = generator->settings().m_height;
+    a_record->m_width = generator->width();
+    a_record->m_height = generator->height();
     a_record->m_stride = generator->stride();
     a_record->m_size = generator->bufferSize();
     return ResultOk;
@@ -370,7 +384,7 @@ std::uint64_t Streamer::missedFrames() const
 
 void Streamer::releaseBuffers()
 {
-    std::shared_ptr<SimFrameGenerator> generator;
+    std::shared_ptr<FrameSource> generator;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         generator.swap(m_generator);
@@ -416,18 +430,40 @@ Streamer::CameraFile Streamer::readCameraFile(const std::string& a_path)
     return result;
 }
 
-std::shared_ptr<SimFrameGenerator> Streamer::generator() const
+std::shared_ptr<FrameSource> Streamer::generator() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_generator;
 }
 
-std::shared_ptr<SimFrameGenerator> Streamer::requireGenerator(const char* a_call) const
+std::shared_ptr<FrameSource> Streamer::requireGenerator(const char* a_call) const
 {
     auto generator = this->generator();
     if (!generator)
         fail(a_call, "the circular buffers are not set up", QNStatusNotSupported);
     return generator;
+}
+
+std::shared_ptr<FrameSource> Streamer::cameraSourceLocked(unsigned a_count, unsigned a_lineAlignment)
+{
+#if ORVEX_WITH_ARAVIS
+    CameraSettings::Features features;
+    if (const Mode* mode = currentModeLocked())
+        features.assign(mode->m_features.begin(), mode->m_features.end());
+    // A feature the camera refuses leaves the camera as it was there; the preview shows what it makes.
+    for (const FeatureOutcome& outcome : CameraSettings::apply(m_handle, features)) {
+        if (outcome.m_kind == FeatureOutcome::Kind::Refused ||
+            outcome.m_kind == FeatureOutcome::Kind::Clamped)
+            QNDebugString(
+                ("Streamer: " + outcome.m_feature + " = " + outcome.m_requested + ": " + outcome.m_detail)
+                    .c_str());
+    }
+    return std::make_shared<QNCam::CameraFrameSource>(m_handle, a_count, a_lineAlignment);
+#else
+    (void)a_count;
+    (void)a_lineAlignment;
+    fail("Streamer::setupBuffers", "this build reaches no cameras", QNStatusNotSupported);
+#endif
 }
 
 void Streamer::requireOpenLocked(const char* a_call) const

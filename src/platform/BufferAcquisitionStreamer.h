@@ -12,11 +12,9 @@
 #include <string>
 #include <vector>
 
-namespace QNSim {
-class SimFrameGenerator;
-}
-
 namespace BufferAcquisition {
+
+class FrameSource;
 
 // Control commands and their wait flags.
 constexpr unsigned CommandStart = 0;
@@ -75,7 +73,8 @@ struct ModeDescription
 
 // One frame grabber opened for acquisition with a camera file: the mode the board is set for, and
 // the circular buffers the board fills. The camera file's modes decide the frames: their size, pixel
-// format, frame rate and triggering.
+// format, frame rate and triggering. On a camera reached directly, setting up the buffers first writes
+// the mode's features to the camera (see CameraSettings); the camera then decides the frames.
 //
 // Failures throw QNExceptionBase. Every member may be called from any thread; waitForFrame() blocks
 // without holding the streamer, so control commands and releaseBuffers() reach a waiting consumer.
@@ -138,8 +137,9 @@ private:
     };
 
     static CameraFile readCameraFile(const std::string& a_path);
-    std::shared_ptr<QNSim::SimFrameGenerator> generator() const;
-    std::shared_ptr<QNSim::SimFrameGenerator> requireGenerator(const char* a_call) const;
+    std::shared_ptr<FrameSource> generator() const;
+    std::shared_ptr<FrameSource> requireGenerator(const char* a_call) const;
+    std::shared_ptr<FrameSource> cameraSourceLocked(unsigned a_count, unsigned a_lineAlignment);
     void requireOpenLocked(const char* a_call) const;
     const Mode* currentModeLocked() const;
     std::optional<std::string> featureLocked(const std::string& a_name) const;
@@ -151,7 +151,7 @@ private:
     std::string m_cameraFilePath;
     CameraFile m_cameraFile;
     std::string m_mode;
-    std::shared_ptr<QNSim::SimFrameGenerator> m_generator;
+    std::shared_ptr<FrameSource> m_generator;
 };
 
 } // namespace BufferAcquisition

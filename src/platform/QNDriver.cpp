@@ -1,13 +1,18 @@
 #include "platform/QNDriver.h"
 
+#include "platform/CameraDriver.h"
+#include "platform/CameraSettings.h"
+#include "platform/QNExceptionBase.h"
 #include "platform/SimBoardMachine.h"
 
 #include <QDebug>
 #include <QFile>
 
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 
+using QNCam::CameraDriver;
 using QNSim::SimBoard;
 using QNSim::SimBoardMachine;
 
@@ -27,6 +32,20 @@ void copyText(const QByteArray& a_text, char* a_buffer)
     a_buffer[a_text.size()] = '\0';
 }
 
+void copyString(const std::string& a_text, char* a_buffer)
+{
+    if (!a_buffer)
+        return;
+    const std::size_t length = std::min(a_text.size(), QNStringBufferSize - 1);
+    std::memcpy(a_buffer, a_text.data(), length);
+    a_buffer[length] = '\0';
+}
+
+bool isCamera(HwBrdHandle a_handle)
+{
+    return CameraDriver::isCameraHandle(a_handle);
+}
+
 std::int64_t nowUs()
 {
     const auto now = std::chrono::steady_clock::now().time_since_epoch();
@@ -41,28 +60,40 @@ int HwSysBrdFind(unsigned a_selector, unsigned a_index, HwBrdEntry* a_entry)
         return QNStatusBadArgument;
     if (a_selector != HwSelectorFrameGrabber)
         return QNStatusNoSuchBoard;
-    return machine().find(a_index, a_entry);
+    const int status = machine().find(a_index, a_entry);
+    if (status != QNStatusNoSuchBoard)
+        return status;
+    const unsigned boards = machine().count();
+    return a_index < boards ? status : CameraDriver::find(a_index - boards, a_index, a_entry);
 }
 
 int HwBrdOpen(const HwBrdEntry* a_entry, HwBrdHandle* a_handle, unsigned)
 {
     if (!a_entry || !a_handle)
         return QNStatusBadArgument;
+    if (CameraDriver::isCameraEntry(*a_entry))
+        return CameraDriver::open(*a_entry, machine().count(), a_handle);
     return machine().open(*a_entry, a_handle);
 }
 
 int HwBrdClose(HwBrdHandle a_handle)
 {
+    if (isCamera(a_handle))
+        return CameraDriver::close(a_handle);
     return machine().close(a_handle);
 }
 
 int QNIsMk2(HwBrdHandle a_handle)
 {
+    if (isCamera(a_handle))
+        return 0;
     return machine().withBoard(a_handle, 0, [](const SimBoard& a_board) { return a_board.isMk2() ? 1 : 0; });
 }
 
 int QNIsCL(HwBrdHandle a_handle)
 {
+    if (isCamera(a_handle))
+        return 0;
     return machine().withBoard(a_handle, 0, [](const SimBoard& a_board) {
         return a_board.kind() == SimBoard::Kind::CameraLink ? 1 : 0;
     });
@@ -70,9 +101,16 @@ int QNIsCL(HwBrdHandle a_handle)
 
 int QNIsCXP(HwBrdHandle a_handle)
 {
+    if (isCamera(a_handle))
+        return 0;
     return machine().withBoard(a_handle, 0, [](const SimBoard& a_board) {
         return a_board.kind() == SimBoard::Kind::CoaXPress ? 1 : 0;
     });
+}
+
+int QNIsCamera(HwBrdHandle a_handle)
+{
+    return isCamera(a_handle) && CameraDriver::isOpen(a_handle) ? 1 : 0;
 }
 
 int QNRegistryBoardGetMultiString(HwBrdHandle a_handle, const char* a_valueName, char* a_buffer,
@@ -81,6 +119,9 @@ int QNRegistryBoardGetMultiString(HwBrdHandle a_handle, const char* a_valueName,
     if (!a_valueName || !a_buffer || a_bufferSize == 0)
         return QNStatusBadArgument;
     a_buffer[0] = '\0';
+    // A camera has no camera files attached to it.
+    if (isCamera(a_handle))
+        return CameraDriver::isOpen(a_handle) ? int(QNStatusNotFound) : int(QNStatusBadHandle);
     return machine().withBoard(a_handle, int(QNStatusBadHandle), [&](const SimBoard& a_board) -> int {
         const QList<QByteArray>* list = a_board.registryValue(QString::fromUtf8(a_valueName));
         if (!list)
@@ -103,6 +144,20 @@ int QNRegistryBoardGetMultiString(HwBrdHandle a_handle, const char* a_valueName,
 int QNGetBoardStrings(HwBrdHandle a_handle, char* a_model, char* a_variant, std::uint32_t* a_serialNumber,
                       std::uint32_t* a_firmwareRevision)
 {
+    if (isCamera(a_handle)) {
+        std::string model;
+        std::string serial;
+        const int status = CameraDriver::strings(a_handle, &model, &serial);
+        if (status != QNStatusOk)
+            return status;
+        copyString(model, a_model);
+        copyString(serial, a_variant);
+        if (a_serialNumber)
+            *a_serialNumber = 0;
+        if (a_firmwareRevision)
+            *a_firmwareRevision = 0;
+        return QNStatusOk;
+    }
     return machine().withBoard(a_handle, int(QNStatusBadHandle), [&](const SimBoard& a_board) -> int {
         copyText(a_board.model(), a_model);
         copyText(a_board.variant(), a_variant);
@@ -152,6 +207,8 @@ int QNCXPReadReg(HwBrdHandle a_handle, std::uint32_t a_address, std::uint32_t* a
 {
     if (!a_value)
         return QNStatusBadArgument;
+    if (isCamera(a_handle))
+        return CameraDriver::readRegister(a_handle, a_address, a_value);
     return machine().withBoard(a_handle, int(QNStatusBadHandle), [&](const SimBoard& a_board) -> int {
         if (a_board.kind() != SimBoard::Kind::CoaXPress)
             return QNStatusNotSupported;
@@ -161,6 +218,8 @@ int QNCXPReadReg(HwBrdHandle a_handle, std::uint32_t a_address, std::uint32_t* a
 
 int QNCXPWriteReg(HwBrdHandle a_handle, std::uint32_t a_address, std::uint32_t a_value)
 {
+    if (isCamera(a_handle))
+        return CameraDriver::writeRegister(a_handle, a_address, a_value);
     return machine().withBoard(a_handle, int(QNStatusBadHandle), [&](SimBoard& a_board) -> int {
         if (a_board.kind() != SimBoard::Kind::CoaXPress)
             return QNStatusNotSupported;
@@ -172,6 +231,8 @@ int QNInterruptGetCounters(HwBrdHandle a_handle, QNInterruptCounters* a_counters
 {
     if (!a_counters)
         return QNStatusBadArgument;
+    if (isCamera(a_handle))
+        return CameraDriver::counters(a_handle, a_counters, false);
     return machine().withBoard(a_handle, int(QNStatusBadHandle), [&](SimBoard& a_board) -> int {
         *a_counters = a_board.counters();
         return QNStatusOk;
@@ -180,10 +241,59 @@ int QNInterruptGetCounters(HwBrdHandle a_handle, QNInterruptCounters* a_counters
 
 int QNInterruptClearCounters(HwBrdHandle a_handle)
 {
+    if (isCamera(a_handle))
+        return CameraDriver::counters(a_handle, nullptr, true);
     return machine().withBoard(a_handle, int(QNStatusBadHandle), [](SimBoard& a_board) -> int {
         a_board.counters() = QNInterruptCounters();
         return QNStatusOk;
     });
+}
+
+int QNCamGetFeature(HwBrdHandle a_handle, const char* a_name, char* a_value)
+{
+    if (!a_name || !a_value)
+        return QNStatusBadArgument;
+    if (!isCamera(a_handle))
+        return machine().withBoard(a_handle, int(QNStatusBadHandle),
+                                   [](const SimBoard&) -> int { return QNStatusNotSupported; });
+    std::string value;
+    const int status = CameraDriver::getFeature(a_handle, a_name, &value);
+    if (status == QNStatusOk)
+        copyString(value, a_value);
+    return status;
+}
+
+int QNCamSetFeature(HwBrdHandle a_handle, const char* a_name, const char* a_value, char* a_result)
+{
+    if (!a_name || !a_value)
+        return QNStatusBadArgument;
+    if (!isCamera(a_handle))
+        return machine().withBoard(a_handle, int(QNStatusBadHandle),
+                                   [](const SimBoard&) -> int { return QNStatusNotSupported; });
+    std::string result;
+    const int status = CameraDriver::setFeature(a_handle, a_name, a_value, &result);
+    copyString(result, a_result);
+    return status;
+}
+
+int QNCamRegisterInfo(HwBrdHandle a_handle, unsigned a_index, char* a_name, std::uint64_t* a_address,
+                      std::uint32_t* a_length)
+{
+    if (!a_name || !a_address || !a_length)
+        return QNStatusBadArgument;
+    if (!isCamera(a_handle))
+        return machine().withBoard(a_handle, int(QNStatusBadHandle),
+                                   [](const SimBoard&) -> int { return QNStatusNotSupported; });
+    std::string name;
+    const int status = CameraDriver::registerInfo(a_handle, a_index, &name, a_address, a_length);
+    if (status == QNStatusOk)
+        copyString(name, a_name);
+    return status;
+}
+
+void QNCamSetInterfaces(const char* a_interfaces)
+{
+    CameraDriver::setInterfaces(a_interfaces);
 }
 
 const char* QNDriverVersion()
@@ -208,6 +318,12 @@ const char* QNStatusText(int a_status)
         return "the buffer is too small";
     case QNStatusNotFound:
         return "not found";
+    case QNStatusClamped:
+        return "the value was moved to the nearest one the camera takes";
+    case QNStatusRefused:
+        return "the camera refused the value";
+    case QNStatusCameraLost:
+        return "the camera stopped answering";
     default:
         return "unknown error";
     }
@@ -224,6 +340,13 @@ void QNDebugString(const char* a_text)
 void QNSimSetConfigDir(const char* a_configDir)
 {
     machine().setConfigDir(a_configDir ? QFile::decodeName(a_configDir) : QString());
+    try {
+        BufferAcquisition::CameraSettings::setConfigDir(a_configDir ? a_configDir : "");
+    } catch (const QNExceptionBase& a_error) {
+        // As with a broken machine description: the fault goes to the debug output and the cameras
+        // are reached by their features' own names.
+        QNDebugString(a_error.what());
+    }
 }
 
 void QNSimReload()

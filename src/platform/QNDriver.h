@@ -40,7 +40,13 @@ enum QNStatus : int
     QNStatusBadArgument = 0x20003,
     QNStatusNotSupported = 0x20004,
     QNStatusBufferTooSmall = 0x20005,
-    QNStatusNotFound = 0x20006
+    QNStatusNotFound = 0x20006,
+    // A camera feature took another value than the one asked for (the nearest it accepts).
+    QNStatusClamped = 0x20007,
+    // The camera refused a value; the reason comes back in the caller's text buffer.
+    QNStatusRefused = 0x20008,
+    // The camera stopped answering: unplugged, powered off or its link broken.
+    QNStatusCameraLost = 0x20009
 };
 
 // Interrupt counters of one board, shared by every handle open on it. Times are microseconds of a
@@ -73,6 +79,8 @@ int HwBrdClose(HwBrdHandle a_handle);
 int QNIsMk2(HwBrdHandle a_handle);
 int QNIsCL(HwBrdHandle a_handle);
 int QNIsCXP(HwBrdHandle a_handle);
+// Non-zero for a camera reached over its own link (GigE Vision, USB3 Vision), with no frame grabber.
+int QNIsCamera(HwBrdHandle a_handle);
 
 // Copies the registry multi-string a_valueName (UTF-8 strings, each ended by a zero byte, the list
 // ended by an empty string) into a_buffer. A list that does not fit leaves a_buffer holding an empty
@@ -81,7 +89,8 @@ int QNRegistryBoardGetMultiString(HwBrdHandle a_handle, const char* a_valueName,
                                   std::size_t a_bufferSize);
 
 // The model text and the variant text (buffers of QNStringBufferSize bytes, filled with zero-terminated
-// texts that always fit), the serial number and the firmware revision. Any output may be null.
+// texts that always fit), the serial number and the firmware revision. Any output may be null. A camera
+// has no numeric serial: its model text is vendor and model, its variant text the serial.
 int QNGetBoardStrings(HwBrdHandle a_handle, char* a_model, char* a_variant, std::uint32_t* a_serialNumber,
                       std::uint32_t* a_firmwareRevision);
 
@@ -92,12 +101,31 @@ int QNRegName(HwBrdHandle a_handle, unsigned a_id, char* a_name);
 std::uint32_t QNRegPeek(HwBrdHandle a_handle, unsigned a_id);
 int QNRegPoke(HwBrdHandle a_handle, unsigned a_id, std::uint32_t a_value);
 
-// Camera registers over the CoaXPress link; fail on other boards and at addresses the camera lacks.
+// Camera registers over the CoaXPress link, or of a camera reached directly; fail on other boards and at
+// addresses the camera lacks.
 int QNCXPReadReg(HwBrdHandle a_handle, std::uint32_t a_address, std::uint32_t* a_value);
 int QNCXPWriteReg(HwBrdHandle a_handle, std::uint32_t a_address, std::uint32_t a_value);
 
 int QNInterruptGetCounters(HwBrdHandle a_handle, QNInterruptCounters* a_counters);
 int QNInterruptClearCounters(HwBrdHandle a_handle);
+
+// The features of a camera, by the names of its GenICam description. Value texts are at most
+// QNStringBufferSize bytes with the terminating zero. Reading: QNStatusNotFound for a name the
+// description lacks. Writing: QNStatusOk, or QNStatusClamped when a number was moved into the
+// feature's range or onto its increment (a_result then holds the value taken), QNStatusRefused when the
+// camera would not take it (a_result holds why), QNStatusNotFound. a_result may be null.
+int QNCamGetFeature(HwBrdHandle a_handle, const char* a_name, char* a_value);
+int QNCamSetFeature(HwBrdHandle a_handle, const char* a_name, const char* a_value, char* a_result);
+
+// The registers the camera's GenICam description names, in its order: a_index from 0 until the call
+// returns QNStatusNotFound. a_name holds QNStringBufferSize bytes.
+int QNCamRegisterInfo(HwBrdHandle a_handle, unsigned a_index, char* a_name, std::uint64_t* a_address,
+                      std::uint32_t* a_length);
+
+// Which camera links are searched, as a comma-separated list of "GigEVision", "USB3Vision" and "Fake"
+// (the in-process test camera), or "none". Without a call the environment variable ORVEX_CAMERAS
+// decides, and without that the two real links are searched. A change lists the cameras anew.
+void QNCamSetInterfaces(const char* a_interfaces);
 
 const char* QNDriverVersion();
 const char* QNStatusText(int a_status);

@@ -50,6 +50,14 @@ int SimBoardMachine::find(unsigned a_index, HwBrdEntry* a_entry)
     return QNStatusOk;
 }
 
+unsigned SimBoardMachine::count()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_loaded)
+        loadLocked();
+    return static_cast<unsigned>(m_boards.size());
+}
+
 int SimBoardMachine::open(const HwBrdEntry& a_entry, HwBrdHandle* a_handle)
 {
     std::lock_guard<std::mutex> lock(m_mutex);

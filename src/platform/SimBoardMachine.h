@@ -30,6 +30,8 @@ public:
     void reset();
 
     int find(unsigned a_index, HwBrdEntry* a_entry);
+    // How many boards the description holds (read first when it was not).
+    unsigned count();
     int open(const HwBrdEntry& a_entry, HwBrdHandle* a_handle);
     int close(HwBrdHandle a_handle);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/FrameSource.h"
 #include "platform/QNDriver.h"
 
 #include <condition_variable>
@@ -20,7 +21,7 @@ namespace QNSim {
 // and trigger is raised as an interrupt on the board, so the driver's counters move as on hardware.
 //
 // All members may be called from any thread; waitForFrame() is meant for one consumer thread.
-class SimFrameGenerator
+class SimFrameGenerator : public BufferAcquisition::FrameSource
 {
 public:
     enum class Bayer
@@ -64,11 +65,7 @@ public:
         DropOldest
     };
 
-    struct Frame
-    {
-        std::shared_ptr<const std::vector<std::uint8_t>> m_memory;
-        unsigned m_index = 0;
-    };
+    using Frame = BufferAcquisition::FrameSource::Frame;
 
     // What waitForFrame() returns besides a frame; any other code comes from injectWaitResult().
     static constexpr int WaitOk = 0;
@@ -81,9 +78,7 @@ public:
     // Throws QNExceptionBase when the buffers would be unreasonably large or a_bufferCount is 0.
     SimFrameGenerator(HwBrdHandle a_board, unsigned a_boardNumber, const Settings& a_settings,
                       unsigned a_bufferCount, Overflow a_overflow, unsigned a_lineAlignment);
-    SimFrameGenerator(const SimFrameGenerator&) = delete;
-    SimFrameGenerator& operator=(const SimFrameGenerator&) = delete;
-    ~SimFrameGenerator();
+    ~SimFrameGenerator() override;
 
     static Encoding encodingOf(const std::string& a_pixelFormat, const std::string& a_colorFilter);
     // a_settings with every unusable value replaced by its default.
@@ -91,30 +86,34 @@ public:
 
     const Settings& settings() const { return m_settings; }
     const Encoding& encoding() const { return m_encoding; }
-    unsigned stride() const { return m_stride; }
-    std::size_t bufferSize() const { return m_bufferSize; }
+    unsigned width() const override { return m_settings.m_width; }
+    unsigned height() const override { return m_settings.m_height; }
+    unsigned stride() const override { return m_stride; }
+    std::size_t bufferSize() const override { return m_bufferSize; }
+    unsigned channels() const override { return m_encoding.m_channels; }
+    unsigned bytesPerSample() const override { return m_encoding.m_bytesPerSample; }
     unsigned bufferCount() const { return static_cast<unsigned>(m_buffers.size()); }
 
     // a_frameCount 0 runs until stopped. Frames still queued from an earlier run are discarded.
-    void start(std::uint64_t a_frameCount);
+    void start(std::uint64_t a_frameCount) override;
     // a_waitForFrame: return only once a frame being rendered has been queued or discarded.
-    void pause(bool a_waitForFrame);
-    void stop(bool a_waitForFrame);
+    void pause(bool a_waitForFrame) override;
+    void stop(bool a_waitForFrame) override;
     // Stops, discards the queued frames and ends a wait in progress (or else the next one) with
     // WaitAborted.
-    void abort(bool a_waitForFrame);
-    void trigger();
+    void abort(bool a_waitForFrame) override;
+    void trigger() override;
     // Ends every wait for good; the buffers stay readable through the frames handed out.
-    void shutdown();
+    void shutdown() override;
 
     // a_timeoutMs < 0 waits without limit.
-    int waitForFrame(Frame* a_frame, int a_timeoutMs);
+    int waitForFrame(Frame* a_frame, int a_timeoutMs) override;
     // False when a_frame is not a taken buffer of this generator.
-    bool freeBuffer(const Frame& a_frame);
-    bool owns(const Frame& a_frame) const;
+    bool freeBuffer(const Frame& a_frame) override;
+    bool owns(const Frame& a_frame) const override;
 
-    unsigned queued() const;
-    std::uint64_t missed() const;
+    unsigned queued() const override;
+    std::uint64_t missed() const override;
 
     // Test hooks, per board number: the next waits of the live generators of that board return
     // a_code first (false when none lives), and the log of what the board was asked to do.

@@ -1,0 +1,7 @@
+#include "platform/FrameSource.h"
+
+namespace BufferAcquisition {
+
+FrameSource::~FrameSource() = default;
+
+} // namespace BufferAcquisition

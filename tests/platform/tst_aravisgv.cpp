@@ -1,0 +1,91 @@
+#include "BoardFixtures.h"
+#include "board/PreviewAcqIf.h"
+#include "platform/QNDriver.h"
+
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+
+using namespace Orvex;
+using State = Viewport::ImperativeAcquisitionInterface::State;
+
+// A GigE Vision camera on this machine: Aravis's simulated camera, run as a process of its own on the
+// loopback address, found and reached over the network as any GigE Vision camera is.
+class TestAravisGigE : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    QProcess m_camera;
+    unsigned m_board = 0;
+    HwBrdHandle m_handle = HwNoBoard;
+
+private slots:
+    void initTestCase()
+    {
+        const QString program = QStandardPaths::findExecutable(QStringLiteral("arv-fake-gv-camera-0.8"));
+        if (program.isEmpty())
+            QSKIP("arv-fake-gv-camera-0.8 is not installed (Debian package aravis-tools)");
+        QVERIFY(OrvexTest::loadSimBoards(m_dir.filePath("boards.json"), R"({"boards": []})"));
+        m_camera.start(program, {QStringLiteral("-i"), QStringLiteral("127.0.0.1")});
+        QVERIFY(m_camera.waitForStarted(5000));
+        // The camera answers searches once its sockets are bound; each search of the link takes a second.
+        HwBrdEntry entry;
+        for (int attempt = 0; attempt < 5 && m_handle == HwNoBoard; ++attempt) {
+            QNCamSetInterfaces("none");
+            QNCamSetInterfaces("GigEVision");
+            if (HwSysBrdFind(HwSelectorFrameGrabber, 0, &entry) == QNStatusOk)
+                QCOMPARE(HwBrdOpen(&entry, &m_handle, HwOpenDataSource), int(QNStatusOk));
+        }
+        QVERIFY(m_handle != HwNoBoard);
+        QVERIFY(QNIsCamera(m_handle));
+    }
+
+    void cleanupTestCase()
+    {
+        HwBrdClose(m_handle);
+        if (m_camera.state() != QProcess::NotRunning) {
+            ::kill(static_cast<pid_t>(m_camera.processId()), SIGTERM);
+            if (!m_camera.waitForFinished(3000))
+                m_camera.kill();
+            m_camera.waitForFinished(3000);
+        }
+    }
+
+    void registers()
+    {
+        char model[QNStringBufferSize];
+        char serial[QNStringBufferSize];
+        QCOMPARE(QNGetBoardStrings(m_handle, model, serial, nullptr, nullptr), int(QNStatusOk));
+        QCOMPARE(QString("%1 (%2)").arg(model, serial), QStringLiteral("Aravis Fake (GV01)"));
+        std::uint32_t value = 0;
+        QCOMPARE(QNCXPWriteReg(m_handle, 0x1F0, 0xA5A5F00Du), int(QNStatusOk));
+        QCOMPARE(QNCXPReadReg(m_handle, 0x1F0, &value), int(QNStatusOk));
+        QCOMPARE(value, 0xA5A5F00Du);
+        QCOMPARE(QNCXPReadReg(m_handle, 0x104, &value), int(QNStatusOk));
+        QCOMPARE(value, 512u);
+    }
+
+    void preview()
+    {
+        QVERIFY(OrvexTest::writeFile(m_dir.filePath("gv.lumex"), R"(<quarnel_config><camera><modes>
+  <mode name="Full"><Sensor><Width>512</Width><Height>512</Height><PixelFormat>Mono8</PixelFormat></Sensor>
+    <Timing><FrameRate>100</FrameRate></Timing></mode></modes></camera></quarnel_config>)"));
+        PreviewAcqIf acquisition(m_board, m_dir.filePath("gv.lumex"), QStringLiteral("Full"));
+        QVERIFY(acquisition.setupMode(QStringLiteral("Full")));
+        QVERIFY(acquisition.startFixed(10));
+        QTRY_COMPARE_WITH_TIMEOUT(acquisition.acquisitionState(), State::Stopped, 20000);
+        QCOMPARE(acquisition.framesDelivered(), quint64(10));
+
+        QVERIFY(acquisition.start());
+        QTRY_VERIFY_WITH_TIMEOUT(acquisition.framesDelivered() > 0, 10000);
+        QVERIFY(acquisition.pause());
+        QCOMPARE(acquisition.acquisitionState(), State::Paused);
+    }
+};
+
+QTEST_MAIN(TestAravisGigE)
+#include "tst_aravisgv.moc"
