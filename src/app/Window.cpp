@@ -89,7 +89,7 @@ Window::Window(QWidget* a_parent) : QMainWindow(a_parent)
     createCentralPages();
     createDock();
     m_find = new WindowFind(this);
-    m_find->addActionsTo(menuBar()->addMenu(QStringLiteral("&Edit")));
+    m_find->addActionsTo(m_actions.m_editMenu);
     createShortcuts();
     connectSources();
     qApp->installEventFilter(this);

@@ -212,7 +212,7 @@ WindowActions WindowActions::create(QMainWindow* a_window, QMenu* a_boardMenu, Q
     editMenu->addAction(actions.m_undoAction);
     editMenu->addAction(actions.m_redoAction);
     editMenu->addMenu(actions.m_changesMenu);
-    // FIND: the find action goes here, after its separator, once the editor can search.
+    // The find and compare actions follow the separator (see WindowFind).
     editMenu->addSeparator();
 
     QMenu* actionsMenu = bar->addMenu(QStringLiteral("&Actions"));
