@@ -212,7 +212,7 @@ WindowActions WindowActions::create(QMainWindow* a_window, QMenu* a_boardMenu, Q
     editMenu->addAction(actions.m_undoAction);
     editMenu->addAction(actions.m_redoAction);
     editMenu->addMenu(actions.m_changesMenu);
-    // The window adds the find actions after this separator.
+    // The find and compare actions follow the separator (see WindowFind).
     editMenu->addSeparator();
 
     QMenu* actionsMenu = bar->addMenu(QStringLiteral("&Actions"));

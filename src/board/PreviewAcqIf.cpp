@@ -263,8 +263,9 @@ double PreviewAcqIf::frameRate()
 {
     return guarded(ORVEX_FUNCTION_SIGNATURE, __LINE__, 0.0, [&] {
         {
+            // Stopped or paused, no frame is coming: the last interval is history, not a rate.
             std::lock_guard<std::mutex> lock(m_mutex);
-            if (m_paused)
+            if (m_paused || !m_running)
                 return 0.0;
         }
         const HwBrdHandle handle = m_streamer->handle();

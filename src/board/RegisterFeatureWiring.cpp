@@ -12,6 +12,21 @@
 
 namespace Orvex {
 
+namespace {
+
+// A field whose decimal entry is rewritten in hexadecimal must let the user type one: the schema's
+// pattern allows only the hexadecimal form and would refuse the first digit.
+void acceptDecimalEntry(StringFeature* a_feature)
+{
+    const QRegExp pattern = a_feature->stringPattern();
+    if (pattern.isEmpty() || !pattern.isValid())
+        return;
+    a_feature->setStringPattern(QRegExp(QStringLiteral("(%1)|[0-9]{1,10}").arg(pattern.pattern()),
+                                        pattern.caseSensitivity(), pattern.patternSyntax()));
+}
+
+} // namespace
+
 RegisterFeatureWiring::RegisterFeatureWiring() = default;
 
 RegisterFeatureWiring::~RegisterFeatureWiring() = default;
@@ -48,10 +63,10 @@ void RegisterFeatureWiring::attach(StringFeature* a_feature, Role a_role)
                 m_boardDataModel = new QNBrdRegsDataItemModel(model, m_owner);
             a_feature->setCompleterModel(m_boardDataModel);
         }
-        a_feature->addObserver(dec2Hex());
+        a_feature->addObserver(dec2Hex(a_feature));
         break;
     case CameraRegisterAddress:
-        a_feature->addObserver(dec2Hex());
+        a_feature->addObserver(dec2Hex(a_feature));
         if (m_dataSource) {
             if (!m_cameraValueObserver)
                 m_cameraValueObserver = new QNCxpRegsValueObserver(m_dataSource, m_owner);
@@ -67,13 +82,14 @@ void RegisterFeatureWiring::attach(StringFeature* a_feature, Role a_role)
                 m_cameraDataModel = new QNCxpRegsDataItemModel(m_dataSource, m_owner);
             a_feature->setCompleterModel(m_cameraDataModel);
         }
-        a_feature->addObserver(dec2Hex());
+        a_feature->addObserver(dec2Hex(a_feature));
         break;
     }
 }
 
-Dec2HexValueObserver* RegisterFeatureWiring::dec2Hex()
+Dec2HexValueObserver* RegisterFeatureWiring::dec2Hex(StringFeature* a_feature)
 {
+    acceptDecimalEntry(a_feature);
     if (!m_dec2HexObserver)
         m_dec2HexObserver = new Dec2HexValueObserver(m_owner);
     return m_dec2HexObserver;

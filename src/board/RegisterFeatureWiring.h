@@ -47,7 +47,8 @@ public:
     void attach(StringFeature* a_feature, Role a_role);
 
 private:
-    Dec2HexValueObserver* dec2Hex();
+    // The shared decimal-to-hexadecimal observer, for a_feature, which is made to accept decimal entry.
+    Dec2HexValueObserver* dec2Hex(StringFeature* a_feature);
     QNBrdRegsAddressItemModel* addressModel();
 
     QPointer<QNBrdDataSource> m_dataSource;

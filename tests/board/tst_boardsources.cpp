@@ -10,6 +10,7 @@
 #include "board/QNBrdRegsValueObserver.h"
 #include "board/QNCxpRegsDataItemModel.h"
 #include "board/QNCxpRegsValueObserver.h"
+#include "board/RegisterFeatureWiring.h"
 #include "elements/FeatureListFeature.h"
 #include "elements/StringFeature.h"
 #include "platform/QNDriver.h"
@@ -20,6 +21,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
 #include <QSettings>
@@ -476,6 +478,35 @@ private slots:
 
         model->clearSource();
         QCOMPARE(model->data(current).toString(), currentRow.left(5) + "0x00000000");
+    }
+
+    void registerEntry_data()
+    {
+        OrvexTest::addTableRows("tests/board/data/register-entry.txt", {"role", "typed", "state"});
+    }
+
+    // What a register field lets the user type, with the schema's hexadecimal pattern.
+    void registerEntry()
+    {
+        QFETCH(QByteArray, role);
+        QFETCH(QByteArray, typed);
+        QFETCH(QByteArray, state);
+        HolderElement holder;
+        StringFeature feature(&holder);
+        feature.setStringPattern(
+            QRegExp("0[xX][0-9A-Fa-f]{1,8}", Qt::CaseSensitive, QRegExp::W3CXmlSchema11));
+        RegisterFeatureWiring wiring;
+        wiring.attach(&feature, role == "board data"       ? RegisterFeatureWiring::BoardRegisterData
+                                : role == "camera address" ? RegisterFeatureWiring::CameraRegisterAddress
+                                : role == "camera data"    ? RegisterFeatureWiring::CameraRegisterData
+                                                           : RegisterFeatureWiring::BoardRegisterAddress);
+        QVERIFY(holder.show(feature));
+        QString text(typed);
+        int position = text.size();
+        const QValidator::State expected = state == "taken"   ? QValidator::Acceptable
+                                           : state == "begun" ? QValidator::Intermediate
+                                                              : QValidator::Invalid;
+        QCOMPARE(feature.widget()->findChild<QLineEdit*>()->validator()->validate(text, position), expected);
     }
 
     void observers_data()

@@ -178,7 +178,7 @@ private slots:
             QTRY_COMPARE(changes.count(), actions.size());
             if (state == "Running")
                 QTRY_VERIFY(acquisition->frameRate() > 0.0);
-            if (state == "Paused")
+            else
                 QCOMPARE(acquisition->frameRate(), 0.0);
             return;
         }
