@@ -89,7 +89,6 @@ Window::Window(QWidget* a_parent) : QMainWindow(a_parent)
     createCentralPages();
     createDock();
     m_find = new WindowFind(this);
-    // Into the Edit menu's place for finding, after undo, redo and the changes.
     m_find->addActionsTo(m_actions.m_editMenu);
     createShortcuts();
     connectSources();
