@@ -8,6 +8,7 @@
 #include "elements/NumericFeature.h"
 #include "elements/UndoRedoStack.h"
 #include "elements/WindowElement.h"
+#include "fileio/ProblemList.h"
 #include "widgets/DialogSeam.h"
 
 #include <QAbstractEventDispatcher>
@@ -25,8 +26,9 @@
 
 // The editor as a user meets it, on camera files of 100 and 1,000 fully populated modes: opening a file
 // until the window shows its first page laid out, the first visit of every category page, one value
-// edit with its undo and redo, and saving, beside xmllint validating the same file; then finding across
-// the file and comparing it with a second copy of itself.
+// edit with its undo and redo, and saving, beside xmllint validating the same file; the problem check
+// after open against the open itself, and its update after one edit; then finding across the file and
+// comparing it with a second copy of itself.
 //
 //   bench_editor [--schema XSD] [--repeat N] [--sizes 100,1000]
 //   bench_editor --measure FILE [--schema XSD]
@@ -47,6 +49,9 @@ constexpr long PeakLimitKiB = 1024L * 1024L;
 constexpr double VisitLimitMs = 50.0;
 constexpr double EditLimitMs = 5.0;
 constexpr double SaveRatio = 5.0;
+// The problem check after open, against the open itself; the update after one edit.
+constexpr double CheckShareOfOpen = 0.25;
+constexpr double UpdateLimitMs = 1.0;
 
 struct Lap
 {
@@ -167,6 +172,12 @@ int measure(const QString& a_schema, const QString& a_file)
         return 1;
     }
 
+    // The check the window runs after every open, again on its own, and its update after one edit below.
+    Orvex::ProblemList problems;
+    const Lap check = timed([&] {
+        problems.attach(camera, window.documentTree(), Orvex::CameraValidator::readSchema(a_schema));
+    });
+
     Orvex::NumericFeature* number = nullptr;
     QVariant edited;
     for (int tab = 0; !number && tab < tabs->count(); ++tab) {
@@ -191,6 +202,13 @@ int measure(const QString& a_schema, const QString& a_file)
         return 1;
     }
 
+    number->userSetValue(0, original);
+    settle();
+    number->userSetValue(0, edited);
+    settle();
+    const Lap update = timed([&] { problems.refresh(number->windowElement()->camera()->currentMode()); });
+    settle();
+
     QTemporaryDir folder;
     bool saved = false;
     const QString written = folder.filePath(QStringLiteral("saved.lumex"));
@@ -199,10 +217,11 @@ int measure(const QString& a_schema, const QString& a_file)
         std::fprintf(stderr, "saving failed\n");
         return 1;
     }
-    std::printf("RESULT %f %f %f %f %f %f %f %f %f %f %f %f %ld %d %s\n", open.cpuMs, open.wallMs,
+    std::printf("RESULT %f %f %f %f %f %f %f %f %f %f %f %f %ld %d %s %f %f %f %f\n", open.cpuMs, open.wallMs,
                 visit.cpuMs, visit.wallMs, edit.cpuMs, edit.wallMs, undo.cpuMs, undo.wallMs, redo.cpuMs,
                 redo.wallMs, save.cpuMs, save.wallMs, Orvex::Bench::peakResidentKiB(), visits,
-                qPrintable(QString(visitName).replace(QLatin1Char(' '), QLatin1Char('_'))));
+                qPrintable(QString(visitName).replace(QLatin1Char(' '), QLatin1Char('_'))), check.cpuMs,
+                check.wallMs, update.cpuMs, update.wallMs);
     return 0;
 }
 
@@ -252,7 +271,7 @@ int runAll(const QString& a_schema, const QList<int>& a_sizes, int a_repeat)
             std::fprintf(stderr, "could not generate %d modes\n", modes);
             return 1;
         }
-        Lap open, visit, edit, undo, redo, save;
+        Lap open, visit, edit, undo, redo, save, check, update;
         long peakKiB = 0;
         int visits = 0;
         QString visitName;
@@ -287,6 +306,8 @@ int runAll(const QString& a_schema, const QList<int>& a_sizes, int a_repeat)
             undo.keepBest(lap(7));
             redo.keepBest(lap(9));
             save.keepBest(lap(11));
+            check.keepBest(lap(16));
+            update.keepBest(lap(18));
             peakKiB = std::max(peakKiB, fields.value(13).toLong());
             visits = fields.value(14).toInt();
         }
@@ -305,6 +326,10 @@ int runAll(const QString& a_schema, const QList<int>& a_sizes, int a_repeat)
         printLatencyRow("undo", undo, EditLimitMs);
         printLatencyRow("redo", redo, EditLimitMs);
         printRatioRow("save", save, xmllint, SaveRatio);
+        std::printf("  %-22s %10.1f ms %10.1f ms wall   %6.2fx open (target <= %.2fx)  %s\n", "problem check",
+                    check.cpuMs, check.wallMs, check.cpuMs / open.cpuMs, CheckShareOfOpen,
+                    verdict(check.cpuMs <= CheckShareOfOpen * open.cpuMs));
+        printLatencyRow("problem update", update, UpdateLimitMs);
         QByteArray found;
         if (!runChild({QStringLiteral("--find"), file, QStringLiteral("--schema"), a_schema}, &found)) {
             std::fprintf(stderr, "could not find in %d modes\n", modes);
@@ -314,7 +339,8 @@ int runAll(const QString& a_schema, const QList<int>& a_sizes, int a_repeat)
         missed += (open.cpuMs / xmllint > (large ? OpenRatioLarge : OpenRatioSmall)) +
                   (large && peakKiB > PeakLimitKiB) + (visit.cpuMs > VisitLimitMs) +
                   (edit.cpuMs > EditLimitMs) + (undo.cpuMs > EditLimitMs) + (redo.cpuMs > EditLimitMs) +
-                  (save.cpuMs / xmllint > SaveRatio);
+                  (save.cpuMs / xmllint > SaveRatio) + (check.cpuMs > CheckShareOfOpen * open.cpuMs) +
+                  (update.cpuMs > UpdateLimitMs);
         std::fflush(stdout);
     }
     std::printf(

@@ -3,8 +3,10 @@
 #include "app/AboutOrvexDialog.h"
 #include "app/CameraModeActions.h"
 #include "app/CameraTreeModel.h"
+#include "app/FeatureNavigator.h"
 #include "app/LumexExtraDataDialog.h"
 #include "app/NewWindowLauncher.h"
+#include "app/ProblemsDock.h"
 #include "app/QNQtLgplDialog.h"
 #include "app/RecentlyOpenedFilesSource.h"
 #include "app/Startup.h"
@@ -42,6 +44,7 @@
 #include <QSettings>
 #include <QShortcut>
 #include <QStackedWidget>
+#include <QStatusBar>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTimer>
@@ -80,6 +83,7 @@ Window::Window(QWidget* a_parent) : QMainWindow(a_parent)
     m_treeModel = new CameraTreeModel(this, this);
     m_host = new DocumentHost(this);
     m_session = new CameraFileSession(m_host, this);
+    m_navigator = new FeatureNavigator(this);
 
     createActions();
     createCentralPages();
@@ -309,6 +313,14 @@ void Window::createDock()
 
     dock->setWidget(content);
     addDockWidget(Qt::LeftDockWidgetArea, dock);
+
+    m_problemsDock = new ProblemsDock(m_navigator, this);
+    m_problemsDock->setAllowedAreas(Qt::BottomDockWidgetArea | Qt::LeftDockWidgetArea |
+                                    Qt::RightDockWidgetArea);
+    m_problemsDock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable |
+                                QDockWidget::DockWidgetClosable);
+    addDockWidget(Qt::BottomDockWidgetArea, m_problemsDock);
+    statusBar()->addPermanentWidget(m_problemsDock->statusLabel());
 
     connect(m_treeModel, &CameraTreeModel::treeChanged, this, &Window::updateModeActions);
     connect(m_treeModel, &CameraTreeModel::labelsChanged, this, &Window::updateModeTabLabel);

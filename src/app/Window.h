@@ -27,6 +27,8 @@ class CategoryElementBase;
 class DocumentFileWatcher;
 class DocumentHost;
 class DragMenu;
+class FeatureNavigator;
+class ProblemsDock;
 class LumexExtraDataDialog;
 class LumexTree;
 class ModeElement;
@@ -85,6 +87,9 @@ public:
     bool isDocumentsPageShown() const;
     LumexExtraDataDialog* extraDataDialog() const;
     QNBrdDataSource* boardDataSource() const;
+    // Takes the user to a place in the document; shared by everything that points at one.
+    FeatureNavigator* featureNavigator() const { return m_navigator; }
+    ProblemsDock* problemsDock() const { return m_problemsDock; }
     // The category whose page the tab at a_index shows; null without one.
     CategoryElementBase* tabCategory(int a_index) const;
     WindowFind* find() const { return m_find; }
@@ -147,6 +152,8 @@ private:
     void showQueuedMessages();
 
     void setDocumentPath(const QString& a_docPath);
+    // The question before saving a document the schema would reject; true when the caller may save.
+    bool settleProblems();
     // The save-state question; true when the caller may go on, the document then being closed.
     // Asks about unsaved changes (saving them when the user says so); then, when a_discard, closes the
     // document. False when the user cancelled or the save failed.
@@ -203,6 +210,8 @@ private:
     bool m_following = false;
     bool m_showingMessages = false;
 
+    FeatureNavigator* m_navigator = nullptr;
+    ProblemsDock* m_problemsDock = nullptr;
     WindowFind* m_find = nullptr;
     QPointer<LumexExtraDataDialog> m_extraDataDialog;
     QPointer<AboutOrvexDialog> m_aboutDialog;

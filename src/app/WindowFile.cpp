@@ -5,6 +5,7 @@
 #include "app/LumexExtraDataDialog.h"
 #include "app/MessageButtonTexts.h"
 #include "app/PreviewLauncher.h"
+#include "app/ProblemsDock.h"
 #include "app/RecentlyOpenedFilesSource.h"
 #include "app/WindowFind.h"
 #include "board/QNBrdDataSource.h"
@@ -15,6 +16,7 @@
 #include "elements/UndoRedoStack.h"
 #include "elements/WindowElement.h"
 #include "fileio/CameraFileSession.h"
+#include "fileio/ProblemList.h"
 #include "model/ExceptionBase.h"
 #include "model/LumexTree.h"
 #include "model/OperationCanceledException.h"
@@ -125,6 +127,7 @@ bool Window::settleDocumentState(bool a_discard)
 void Window::releaseDocument()
 {
     closePreviews();
+    m_problemsDock->detach();
     m_treeModel->setWindowElement(nullptr);
     m_find->setWindowElement(nullptr);
     updateModeCategories();
@@ -236,6 +239,10 @@ bool Window::loadDocument(const QString& a_filePath)
     setDocumentPath(filePath);
     element->undoRedoStack()->setOffsetFromInitial(0);
     m_treeModel->setWindowElement(element);
+    m_problemsDock->attach(element, m_session->tree(),
+                           element->camera()->standard() == CameraElement::StandardCoaXPress
+                               ? m_session->coaXPressXsdPath()
+                               : m_session->cameraLinkXsdPath());
     m_find->setWindowElement(element);
     updateModesAndCategories();
     updateExtraDataDialog();
@@ -264,6 +271,25 @@ void Window::abandonLoad()
     updateDocumentState();
 }
 
+bool Window::settleProblems()
+{
+    const int rejected = m_problemsDock->problemList()->count(ValidationProblem::Error);
+    if (rejected == 0)
+        return true;
+    const QString title = QStringLiteral("Problems in the File");
+    // "Show Problems" stands on the Open button, which no other answer here needs.
+    const MessageButtonTexts texts(title, {{QMessageBox::Open, QStringLiteral("Show Problems")}});
+    const QMessageBox::StandardButton answer = DialogSeam::question(
+        this, title,
+        QStringLiteral("The file has %1 problem%2 that its schema rejects. Save anyway?")
+            .arg(rejected)
+            .arg(rejected == 1 ? QString() : QStringLiteral("s")),
+        QMessageBox::Save | QMessageBox::Open | QMessageBox::Cancel, QMessageBox::Cancel);
+    if (answer == QMessageBox::Open)
+        m_problemsDock->showProblems();
+    return answer == QMessageBox::Save;
+}
+
 bool Window::saveTo(const QString& a_savePath)
 {
     if (!windowElement() || a_savePath.isEmpty())
@@ -279,6 +305,8 @@ bool Window::saveTo(const QString& a_savePath)
         if (answer != QMessageBox::Save)
             return false;
     }
+    if (!settleProblems())
+        return false;
 
     const QString savePath = QFileInfo(a_savePath).absoluteFilePath();
     std::unique_ptr<QProgressDialog> dialog(

@@ -191,6 +191,11 @@ void FeatureTableFeature::highlight(size_t a_index)
     highlightContainers({tree->viewport()});
 }
 
+QWidget* FeatureTableFeature::editorWidget(size_t) const
+{
+    return view();
+}
+
 bool FeatureTableFeature::addMember(FeatureElementBase* a_member)
 {
     if (!FeatureListFeatureBase::addMember(a_member))

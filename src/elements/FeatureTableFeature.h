@@ -47,6 +47,8 @@ public:
 
     // Scrolls the instance into view and tints the table.
     void highlight(size_t a_index) override;
+    // The table: its members have no editors of their own until a cell is edited.
+    QWidget* editorWidget(size_t a_index) const override;
 
     // Alt+Up and Alt+Down in the view move the selected rows, as a drag of their handles would.
     bool eventFilter(QObject* a_watched, QEvent* a_event) override;

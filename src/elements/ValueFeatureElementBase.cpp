@@ -140,6 +140,17 @@ bool ValueFeatureElementBase::setValueFromText(size_t a_index, const QString& a_
     return true;
 }
 
+void ValueFeatureElementBase::keepFileText(size_t a_index, const QString& a_text, const QVariant& a_value)
+{
+    if (a_index >= m_values.size() || !a_value.isValid())
+        return;
+    setValue(a_index, a_value);
+    // In the form valueText compares with: a value may be held as the text it was given in.
+    bool ok = false;
+    const QVariant normalized = valueFromText(textFromValue(m_values[a_index]), &ok);
+    m_readTexts[a_index] = {a_text, ok ? normalized : m_values[a_index]};
+}
+
 QString ValueFeatureElementBase::valueText(size_t a_index) const
 {
     if (a_index >= m_values.size())
@@ -198,6 +209,12 @@ void ValueFeatureElementBase::highlight(size_t a_index)
         containers.append(row);
     }
     highlightContainers(containers);
+}
+
+QWidget* ValueFeatureElementBase::editorWidget(size_t a_index) const
+{
+    QWidget* editor = valueWidget(a_index < m_values.size() ? a_index : 0);
+    return editor ? editor : widget();
 }
 
 void ValueFeatureElementBase::discardWidgetEdits()

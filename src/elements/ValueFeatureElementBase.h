@@ -80,6 +80,10 @@ public:
     // text, so that a value nobody changed is written back exactly as it was read ("0x1F", "250.50").
     // False, changing nothing, for an instance that does not exist and for a text valueFromText refuses.
     bool setValueFromText(size_t a_index, const QString& a_text);
+    // Stores a_value in instance a_index without undo and remembers a_text as the file's own spelling of
+    // it, for a text the feature would not read but a file may hold (an empty element standing for its
+    // default, an entry the list lacks): the text is written back unchanged until the value is edited.
+    void keepFileText(size_t a_index, const QString& a_text, const QVariant& a_value);
     // The text of instance a_index for a camera file: the remembered text while the instance still
     // holds exactly the value read from it, otherwise textFromValue of what it holds. Empty for an
     // instance that does not exist.
@@ -98,6 +102,7 @@ public:
     void setDataSet(const QVariant& a_dataSet) override;
 
     void highlight(size_t a_index) override;
+    QWidget* editorWidget(size_t a_index) const override;
 
     // Puts the stored values back into the value widgets, throwing away what the user typed but did not
     // finish, so that a widget that is closed now reports no edit.

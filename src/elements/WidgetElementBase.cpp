@@ -73,6 +73,11 @@ void WidgetElementBase::onLower()
         m_widget->clearFocus();
 }
 
+QWidget* WidgetElementBase::editorWidget(size_t) const
+{
+    return m_widget;
+}
+
 void WidgetElementBase::widgetChanged(QWidget*)
 {
 }

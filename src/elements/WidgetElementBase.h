@@ -44,6 +44,9 @@ public:
     // Shows the highlight effect on the widget of one instance (all instances when a_index is not
     // below their number).
     virtual void highlight(size_t a_index) = 0;
+    // Where the keyboard focus goes when the user is taken to instance a_index: its editor when it has
+    // one, otherwise the element's widget; null while there is no widget.
+    virtual QWidget* editorWidget(size_t a_index) const;
 
 signals:
     void highlightTriggered(bool a_active);

@@ -1,10 +1,13 @@
 #include "fileio/LumexParser.h"
 
+#include "elements/BooleanFeature.h"
 #include "elements/CameraElement.h"
 #include "elements/CameraGlobalCategory.h"
+#include "elements/EnumerationFeature.h"
 #include "elements/FeatureListFeatureBase.h"
 #include "elements/GenericModeCategory.h"
 #include "elements/ModeElement.h"
+#include "elements/NumericFeature.h"
 #include "elements/StringFeature.h"
 #include "elements/ValueFeatureElementBase.h"
 #include "elements/WindowElement.h"
@@ -13,6 +16,7 @@
 #include "model/LumexTree.h"
 #include "model/LumexTreeElement.h"
 #include "model/LumexTreeMode.h"
+#include "model/NumericSpelling.h"
 #include "widgets/ProgressStepper.h"
 
 #include <QDebug>
@@ -422,6 +426,8 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
             const Lumex::ConstCamProperty node = repeated ? *instanceNode++ : holder;
             LumexTreeElement* treeNode = treeNodes.value(int(instance));
             link(treeNode, list);
+            if (treeNode)
+                treeNode->setLine(int(node.line()));
             const PathHint memberHint(node, path, treeNode ? treeNode : a_hint.treeElement);
             for (size_t member = 0; member < list->memberCount(); ++member) {
                 if (FeatureElementBase* memberFeature = list->member(instance, member))
@@ -467,6 +473,7 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
         LumexTreeElement* node = name.isEmpty() ? treeHolder : treeNodes.value(int(instance));
         if (node) {
             link(node, value);
+            node->setLine(int(valueNode.line()));
             node->setValue(text(read).trimmed().toLocal8Bit());
         }
     }
@@ -476,18 +483,42 @@ QString LumexParser::readValue(ValueFeatureElementBase* a_feature, size_t a_inde
 {
     const QString name = a_feature->name();
     const QString value = a_text.trimmed();
-    if (value.isEmpty() && !qobject_cast<StringFeature*>(a_feature))
-        return QStringLiteral("Empty values unsupported by the \"%1\" feature.").arg(name);
-    const QString family =
-        a_feature->isAttribute()
-            ? QStringLiteral("Unable to retrieve an attribute value for the \"%1\" feature")
-            : QStringLiteral("Unable to retrieve a value for the \"%1\" feature");
-    if (!a_feature->setValueFromText(a_index, value))
-        return (family + QStringLiteral(" from \"%2\".")).arg(name, quotedValue(value));
-    // A fixed feature holds its fixed value whatever is set, so any other value would be lost.
+    if (value.isEmpty() && !qobject_cast<StringFeature*>(a_feature)) {
+        // An empty element stands for the value its declaration gives, as a schema reads it.
+        const QVariant standIn =
+            a_feature->fixedValue().isValid() ? a_feature->fixedValue() : a_feature->defaultValue();
+        if (!standIn.isValid())
+            return QStringLiteral("Empty values unsupported by the \"%1\" feature.").arg(name);
+        a_feature->keepFileText(a_index, value, a_feature->valueFromText(a_feature->textFromValue(standIn)));
+        return QString();
+    }
+    if (!a_feature->setValueFromText(a_index, value)) {
+        // One value the schema rejects must not cost the whole file: an entry the list lacks and a boolean
+        // spelled otherwise are kept as read (and listed as problems), a number too small for its type
+        // as well, like one outside its range.
+        auto* numeric = qobject_cast<NumericFeature*>(a_feature);
+        if (qobject_cast<EnumerationFeature*>(a_feature)) {
+            a_feature->keepFileText(a_index, value, value);
+        } else if (qobject_cast<BooleanFeature*>(a_feature)) {
+            a_feature->keepFileText(a_index, value, a_feature->value(a_index));
+        } else if (numeric && NumericSpelling::isWellFormed(value, numeric->representationType()) &&
+                   NumericSpelling::underflows(value, numeric->representationType())) {
+            a_feature->keepFileText(a_index, value, a_feature->valueFromText(QStringLiteral("0")));
+            m_outOfRange.append({name, value});
+        } else {
+            const QString family =
+                a_feature->isAttribute()
+                    ? QStringLiteral("Unable to retrieve an attribute value for the \"%1\" feature")
+                    : QStringLiteral("Unable to retrieve a value for the \"%1\" feature");
+            return (family + QStringLiteral(" from \"%2\".")).arg(name, quotedValue(value));
+        }
+        return QString();
+    }
+    // A fixed feature holds its fixed value whatever is set; another value in the file is kept as its
+    // text, so that saving does not change it behind the user's back.
     if (a_feature->fixedValue().isValid() && a_feature->valueText(a_index) != value) {
-        return (family + QStringLiteral(" from \"%2\", which differs from its fixed value \"%3\"."))
-            .arg(name, quotedValue(value), escaped(a_feature->textFromValue(a_feature->fixedValue())));
+        a_feature->keepFileText(a_index, value, a_feature->fixedValue());
+        return QString();
     }
     if (!a_feature->isWithinRange(a_feature->value(a_index)))
         m_outOfRange.append({name, value});
@@ -509,6 +540,7 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
         a_node.get(attribute, value);
         LumexTreeElement* node = a_treeElement->addChild(name);
         node->setIsAttribute(true);
+        node->setLine(int(a_node.line()));
         node->setValue(QByteArray(value ? value : ""));
     }
 
@@ -535,6 +567,7 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
                 continue;
             LumexTreeElement* node = a_treeElement->addChild(QString());
             node->setIsText(true);
+            node->setLine(int(child->line()));
             node->setValue(QByteArray(content ? content : ""));
             continue;
         }
@@ -543,6 +576,7 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
             child->get(content);
             LumexTreeElement* node = a_treeElement->addChild(QString());
             node->setIsComment(true);
+            node->setLine(int(child->line()));
             node->setValue(QByteArray(content ? content : ""));
             continue;
         }
@@ -565,6 +599,8 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
             if (!next)
                 next = a_treeElement->addChild(name);
         }
+        if (next->line() == 0)
+            next->setLine(int(child->line()));
         populateNonSchemaCompliant(a_camera, *child, next);
     }
 }

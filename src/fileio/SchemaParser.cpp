@@ -358,7 +358,8 @@ SchemaParser::FeatureProperties SchemaParser::loadFeatureProperties()
     properties.isAttribute = kind == QLatin1String("xs:attribute");
     if (properties.isAttribute) {
         QString use;
-        properties.minOccurs = attribute("use", &use) && use == QLatin1String("optional") ? 0 : 1;
+        // As a schema reads it: an attribute is optional unless declared required.
+        properties.minOccurs = attribute("use", &use) && use == QLatin1String("required") ? 1 : 0;
         properties.maxOccurs = 1;
     } else if (kind == QLatin1String("xs:element")) {
         unsigned occurs = 0;

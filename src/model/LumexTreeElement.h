@@ -56,6 +56,10 @@ public:
     bool isComment() const { return m_isComment; }
     bool setIsComment(bool a_isComment);
     bool isSchemaCompliant() const { return m_isSchemaCompliant; }
+    // The line of the file the node was read from; 0 for a node the editor made, copies included, since
+    // a line would send the user to a place that does not hold it.
+    int line() const { return m_line; }
+    void setLine(int a_line) { m_line = a_line; }
     bool setIsSchemaCompliant(bool a_isSchemaCompliant);
     bool allSchemaCompliant() const;
 
@@ -108,6 +112,7 @@ private:
     bool m_isAttribute = false;
     bool m_isComment = false;
     bool m_isSchemaCompliant = false;
+    int m_line = 0;
     QList<LumexTreeElement*> m_children;
 };
 

@@ -4,6 +4,7 @@
 #include "platform/LumexDocumentData.h"
 
 #include <libxml/chvalid.h>
+#include <libxml/tree.h>
 #include <libxml/xmlstring.h>
 
 #include <algorithm>

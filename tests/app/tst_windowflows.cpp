@@ -3,6 +3,7 @@
 #include "TestSupport.h"
 #include "WindowFixtures.h"
 #include "app/CameraTreeModel.h"
+#include "app/FeatureNavigator.h"
 #include "app/PreviewLauncher.h"
 #include "app/Window.h"
 #include "app/WindowDocumentsPage.h"
@@ -12,6 +13,7 @@
 #include "elements/CameraElement.h"
 #include "elements/ElementBaseDelayQueue.h"
 #include "elements/ModeElement.h"
+#include "elements/WidgetElementBase.h"
 #include "elements/WindowElement.h"
 #include "model/OperationCanceledException.h"
 #include "widgets/DialogSeam.h"
@@ -244,6 +246,22 @@ private slots:
                         ORVEX_THROW(OperationCanceledException, "stopped");
                     throw 7;
                 });
+            } else if (step.startsWith("G:")) {
+                FeatureNavigator* navigator = m_window->featureNavigator();
+                seen += navigator->goTo(arg.section(',', 0, 0), arg.section(',', 1).split('>'), 0) ? " go"
+                                                                                                   : " stay";
+                auto* target = qobject_cast<WidgetElementBase*>(navigator->lastTarget());
+                // A member in a table cell is reached through its list's row.
+                auto* holder = target ? qobject_cast<WidgetElementBase*>(target->parentElement()) : nullptr;
+                QWidget* editor = !target                   ? nullptr
+                                  : target->editorWidget(0) ? target->editorWidget(0)
+                                  : holder                  ? holder->editorWidget(0)
+                                                            : nullptr;
+                seen += " tab:" + m_window->categoryTabs()->tabText(m_window->categoryTabs()->currentIndex());
+                if (editor && m_window->focusWidget() == editor && !editor->visibleRegion().isEmpty())
+                    seen += " focused";
+                if (target && (target->isHighlightActive() || (holder && holder->isHighlightActive())))
+                    seen += " lit";
             } else if (step == "P") {
                 openPreview(seen);
             } else

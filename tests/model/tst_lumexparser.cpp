@@ -5,10 +5,12 @@
 #include "elements/GenericModeCategory.h"
 #include "elements/ModeElement.h"
 #include "elements/ValueFeatureElementBase.h"
+#include "fileio/CameraValidator.h"
 #include "fileio/LumexParser.h"
 #include "model/LumexDiagnostics.h"
 
 #include <QDir>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -94,6 +96,34 @@ private slots:
                  expected);
         QCOMPARE(sentence,
                  QString::fromUtf8(OrvexTest::fileBytes(dir.filePath(QStringLiteral("user.txt")))).trimmed());
+    }
+
+    void keepsFile_data() { OrvexTest::addFolderRows(QStringLiteral("tests/model/data/parser/kept")); }
+
+    // A value the schema rejects costs the file nothing: it loads, the problem list names the value, and
+    // saving writes it back, so that the saved file lists the same problems.
+    void keepsFile()
+    {
+        QFETCH(QString, folder);
+        QTemporaryDir dir;
+        QStringList listed;
+        for (const QString& file : {QDir(folder).filePath("camera.lumex"), dir.filePath("saved.lumex")}) {
+            CameraDocument document;
+            document.load(file, s_schema);
+            QStringList problems;
+            for (const ValidationProblem& problem :
+                 CameraValidator(document.camera(), &document.tree).checkAll())
+                problems << QStringLiteral("%1: %2: %3 %4: %5")
+                                .arg(problem.line)
+                                .arg(ValidationProblem::severityName(problem.severity), problem.mode,
+                                     problem.path, problem.message);
+            listed << problems.join('\n');
+            QVERIFY(listed.size() > 1 || document.save(dir.filePath("saved.lumex")));
+        }
+        QCOMPARE(listed.first(),
+                 QString::fromUtf8(OrvexTest::fileBytes(QDir(folder).filePath("expected.txt"))).trimmed());
+        QCOMPARE(listed.last().remove(QRegularExpression("^\\d+: |\n\\d+: ")),
+                 listed.first().remove(QRegularExpression("^\\d+: |\n\\d+: ")));
     }
 
     void keepsOutOfRangeValues()

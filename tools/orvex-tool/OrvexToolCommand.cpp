@@ -7,6 +7,7 @@
 #include "elements/FeatureComparison.h"
 #include "elements/WindowElement.h"
 #include "fileio/CameraFileSession.h"
+#include "fileio/CameraValidator.h"
 #include "model/ExceptionBase.h"
 
 #include <QCoreApplication>
@@ -14,6 +15,9 @@
 #include <QEvent>
 #include <QFileInfo>
 #include <QHash>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRegularExpression>
 
 namespace Orvex {
@@ -102,6 +106,14 @@ int OrvexToolCommand::run()
             writeLine(stdout, usageText());
             return Success;
         }
+        if (argument == QLatin1String("--warnings-as-errors")) {
+            m_warningsAsErrors = true;
+            continue;
+        }
+        if (argument == QLatin1String("--format=json") || argument == QLatin1String("--format=text")) {
+            m_json = argument.endsWith(QLatin1String("json"));
+            continue;
+        }
         if (argument.size() > 1 && argument.startsWith(QLatin1Char('-')))
             return usageError(QStringLiteral("Unknown argument, \"%1\".").arg(argument));
         words << argument;
@@ -145,9 +157,16 @@ QString OrvexToolCommand::usageText()
         "Loads camera files (LUMEX) exactly as the Orvex editor does, without a display.\n"
         "\n"
         "Commands:\n"
-        "  check <FILE>...       Load each file; print \"FILE: ok (N modes)\" or \"FILE: \" and\n"
-        "                        why it could not be loaded. Exit status 0 when every file\n"
-        "                        loaded, 1 otherwise.\n"
+        "  check <FILE>...       Load and check each file; print every problem as\n"
+        "                        \"FILE:LINE: SEVERITY: mode=NAME PATH: MESSAGE\" (\"camera PATH\"\n"
+        "                        for the global features), then \"FILE: ok (N modes)\", \"FILE: E\n"
+        "                        errors, W warnings (N modes)\" or \"FILE: \" and why it could not\n"
+        "                        be loaded. Exit status 0 when every file loaded without errors,\n"
+        "                        1 otherwise.\n"
+        "    --warnings-as-errors  Warnings make the exit status 1 as well.\n"
+        "    --format=json       One JSON array instead: per file \"file\", \"loaded\", then\n"
+        "                        \"failure\" or \"modes\", \"errors\", \"warnings\" and \"problems\"\n"
+        "                        (\"line\", \"severity\", \"mode\", \"path\", \"message\").\n"
         "  dump <FILE>           Print one line per value in file order: the scope (\"camera\"\n"
         "                        or \"mode=NAME\"), a tab, the path below the scope, a tab,\n"
         "                        the value as it would be written.\n"
@@ -201,14 +220,68 @@ int OrvexToolCommand::check(const QStringList& a_files)
 {
     CameraFileSession session;
     int status = Success;
+    QJsonArray report;
     for (const QString& file : a_files) {
-        if (load(session, file, stdout))
-            writeLine(stdout,
-                      QStringLiteral("%1: ok (%2 modes)").arg(file).arg(session.camera()->modeCount()));
-        else
+        QJsonObject entry{{QStringLiteral("file"), file}};
+        QString failure;
+        if (!load(session, file, m_json ? nullptr : stdout, &failure)) {
             status = Failure;
+            entry.insert(QStringLiteral("loaded"), false);
+            entry.insert(QStringLiteral("failure"), failure);
+            report << entry;
+            discard(session);
+            continue;
+        }
+        CameraElement* camera = session.camera();
+        const QString schema = camera->standard() == CameraElement::StandardCoaXPress
+                                   ? session.coaXPressXsdPath()
+                                   : session.cameraLinkXsdPath();
+        CameraValidator validator(camera, session.tree(), CameraValidator::readSchema(schema));
+        const QVector<ValidationProblem> problems = validator.checkAll();
+        const int errors = CameraValidator::count(problems, ValidationProblem::Error);
+        const int warnings = CameraValidator::count(problems, ValidationProblem::Warning);
+        status = errors > 0 || (m_warningsAsErrors && warnings > 0) ? Failure : status;
+        QJsonArray listed;
+        for (const ValidationProblem& problem : problems) {
+            const QString scope =
+                (problem.mode.isEmpty() ? (problem.path.isEmpty() ? QString() : QStringLiteral("camera"))
+                                        : QStringLiteral("mode=") + problem.mode) +
+                (problem.path.isEmpty() ? QString() : QLatin1Char(' ') + problem.path);
+            listed << QJsonObject{
+                {QStringLiteral("line"), problem.line},
+                {QStringLiteral("severity"), ValidationProblem::severityName(problem.severity)},
+                {QStringLiteral("mode"), problem.mode},
+                {QStringLiteral("path"), problem.path},
+                {QStringLiteral("message"), problem.message}};
+            if (!m_json)
+                writeLine(
+                    stdout,
+                    QStringLiteral("%1%2: %3: %4%5")
+                        .arg(file, problem.line > 0 ? QStringLiteral(":%1").arg(problem.line) : QString(),
+                             ValidationProblem::severityName(problem.severity),
+                             scope.isEmpty() ? QString() : scope + QStringLiteral(": "), problem.message));
+        }
+        const int modes = camera->modeCount();
+        entry.insert(QStringLiteral("loaded"), true);
+        entry.insert(QStringLiteral("modes"), modes);
+        entry.insert(QStringLiteral("errors"), errors);
+        entry.insert(QStringLiteral("warnings"), warnings);
+        entry.insert(QStringLiteral("problems"), listed);
+        report << entry;
+        if (!m_json) {
+            QString summary = QStringLiteral("ok");
+            if (errors > 0 || warnings > 0)
+                summary = QStringLiteral("%1 error%2, %3 warning%4")
+                              .arg(errors)
+                              .arg(errors == 1 ? QString() : QStringLiteral("s"))
+                              .arg(warnings)
+                              .arg(warnings == 1 ? QString() : QStringLiteral("s"));
+            writeLine(stdout, QStringLiteral("%1: %2 (%3 modes)").arg(file, summary).arg(modes));
+        }
         discard(session);
     }
+    if (m_json)
+        writeLine(stdout, QString::fromUtf8(QJsonDocument(report).toJson(QJsonDocument::Indented)).trimmed());
     return status;
 }
 
@@ -272,7 +345,8 @@ int OrvexToolCommand::diff(const QString& a_left, const QString& a_right)
     return rows.isEmpty() ? Success : Failure;
 }
 
-bool OrvexToolCommand::load(CameraFileSession& a_session, const QString& a_file, std::FILE* a_failures) const
+bool OrvexToolCommand::load(CameraFileSession& a_session, const QString& a_file, std::FILE* a_failures,
+                            QString* a_failure) const
 {
     QString failure;
     try {
@@ -285,7 +359,10 @@ bool OrvexToolCommand::load(CameraFileSession& a_session, const QString& a_file,
         failure = QStringLiteral("Caught an unknown exception parsing the file.");
     }
     if (!failure.isEmpty()) {
-        writeLine(a_failures, a_file + QStringLiteral(": ") + failure);
+        if (a_failures)
+            writeLine(a_failures, a_file + QStringLiteral(": ") + failure);
+        if (a_failure)
+            *a_failure = failure;
         return false;
     }
     QString title;

@@ -13,7 +13,8 @@ class CameraFileSession;
 // does (standard, schema, file) and save them as its Save does. The editor's folder and schema options
 // may stand anywhere on the line and have the editor's defaults.
 //
-// Exit status: 0 when everything asked for succeeded, 1 when a file could not be loaded or written,
+// Exit status: 0 when everything asked for succeeded, 1 when a file could not be loaded or written or
+// (check) holds errors,
 // 2 for a wrong command line (reported with the usage text on standard error).
 class OrvexToolCommand
 {
@@ -46,7 +47,9 @@ private:
 
     // On failure writes "FILE: " and the reason to a_failures and returns false. The messages that the
     // editor would show after a successful load go to standard error.
-    bool load(CameraFileSession& a_session, const QString& a_file, std::FILE* a_failures) const;
+    // a_failures may be null, a_failure receives the reason when given.
+    bool load(CameraFileSession& a_session, const QString& a_file, std::FILE* a_failures,
+              QString* a_failure = nullptr) const;
     int usageError(const QString& a_problem) const;
 
     static void writeLine(std::FILE* a_stream, const QString& a_line);
@@ -54,6 +57,8 @@ private:
     QStringList m_arguments;
     QString m_coaXPressXsdPath;
     QString m_cameraLinkXsdPath;
+    bool m_warningsAsErrors = false;
+    bool m_json = false;
 };
 
 } // namespace Orvex

@@ -1,0 +1,550 @@
+#include "fileio/CameraValidator.h"
+
+#include "elements/BooleanFeature.h"
+#include "elements/CameraElement.h"
+#include "elements/CameraGlobalCategory.h"
+#include "elements/EnumerationFeature.h"
+#include "elements/FeatureListFeatureBase.h"
+#include "elements/GenericModeCategory.h"
+#include "elements/ModeElement.h"
+#include "elements/NumericFeature.h"
+#include "elements/StringFeature.h"
+#include "model/LumexTree.h"
+#include "model/LumexTreeElement.h"
+#include "model/LumexTreeMode.h"
+#include "model/NumericSpelling.h"
+
+#include <QFile>
+#include <QRegularExpression>
+#include <QSet>
+#include <QXmlStreamReader>
+
+#include <algorithm>
+#include <cmath>
+
+namespace Orvex {
+
+namespace {
+
+// Both schemas restrict mode names so, and the board's driver relies on it: "@" separates a mode from
+// its file in the driver's lists.
+const QRegularExpression s_modeName(QStringLiteral("^[^@<>&'\"\\s]+$"));
+
+// A value quoted in a message: short enough to read, long values cut.
+QString quoted(const QString& a_value)
+{
+    constexpr int limit = 60;
+    return QLatin1Char('"') + (a_value.size() > limit ? a_value.left(limit) + QChar(0x2026) : a_value) +
+           QLatin1Char('"');
+}
+
+QString indexed(const QString& a_name, bool a_repeated, size_t a_index)
+{
+    return a_repeated ? QStringLiteral("%1[%2]").arg(a_name).arg(a_index) : a_name;
+}
+
+QString joined(const QString& a_prefix, const QString& a_segment)
+{
+    if (a_segment.isEmpty())
+        return a_prefix;
+    return a_prefix.isEmpty() ? a_segment : a_prefix + QLatin1Char('/') + a_segment;
+}
+
+// A bound as the user reads it: whole numbers without a point, others as short as they read back.
+QString boundText(double a_bound)
+{
+    if (std::floor(a_bound) == a_bound && std::fabs(a_bound) < 1e18)
+        return QString::number(qlonglong(a_bound));
+    return QString::number(a_bound, 'g', 17);
+}
+
+QString allowedRange(const QString& a_minimum, const QString& a_maximum)
+{
+    if (!a_minimum.isEmpty() && !a_maximum.isEmpty())
+        return QStringLiteral("allowed %1 to %2").arg(a_minimum, a_maximum);
+    if (!a_minimum.isEmpty())
+        return QStringLiteral("allowed %1 or more").arg(a_minimum);
+    return QStringLiteral("allowed up to %1").arg(a_maximum);
+}
+
+QString entryList(const QVector<EnumerationFeature::Entry>& a_entries)
+{
+    QStringList values;
+    for (const EnumerationFeature::Entry& entry : a_entries) {
+        if (values.size() == 8) {
+            values << QStringLiteral("and %1 more").arg(a_entries.size() - 8);
+            break;
+        }
+        values << entry.value;
+    }
+    return values.join(QStringLiteral(", "));
+}
+
+bool isBlank(const QByteArray& a_text)
+{
+    return a_text.trimmed().isEmpty();
+}
+
+} // namespace
+
+CameraValidator::SchemaFacts CameraValidator::readSchema(const QString& a_schemaPath)
+{
+    SchemaFacts facts;
+    QFile file(a_schemaPath);
+    if (!file.open(QIODevice::ReadOnly))
+        return facts;
+    QXmlStreamReader reader(&file);
+    UniqueKey key;
+    // The declarations around the reader, innermost last, and the element names among them.
+    QStringList declarations;
+    QStringList elements;
+    while (!reader.atEnd()) {
+        reader.readNext();
+        const QStringRef name = reader.name();
+        const bool declaration = name == QLatin1String("element") || name == QLatin1String("attribute");
+        if (reader.isEndElement() && declaration) {
+            if (name == QLatin1String("element"))
+                elements.removeLast();
+            declarations.removeLast();
+        }
+        if (!reader.isStartElement())
+            continue;
+        const QXmlStreamAttributes attributes = reader.attributes();
+        if (declaration) {
+            const bool attribute = name == QLatin1String("attribute");
+            const QString declared = attributes.value(QStringLiteral("name")).toString();
+            const QString path = elements.value(elements.size() - 1) +
+                                 (attribute ? QStringLiteral("/@") : QStringLiteral("/")) + declared;
+            facts.declared.insert(path, QStringList());
+            declarations << path;
+            if (!attribute)
+                elements << declared;
+        } else if (name == QLatin1String("enumeration") && !declarations.isEmpty()) {
+            facts.declared[declarations.last()] << attributes.value(QStringLiteral("value")).toString();
+        } else if (name == QLatin1String("unique")) {
+            key = UniqueKey();
+        } else if (name == QLatin1String("selector")) {
+            key.selector = attributes.value(QStringLiteral("xpath")).toString();
+        } else if (name == QLatin1String("field") && !key.selector.isEmpty()) {
+            key.field = attributes.value(QStringLiteral("xpath")).toString();
+            if (key.selector != QLatin1String("mode"))
+                facts.keys << key;
+            key = UniqueKey();
+        }
+    }
+    return facts;
+}
+
+CameraValidator::CameraValidator(const CameraElement* a_camera, const LumexTree* a_tree,
+                                 const SchemaFacts& a_schema)
+    : m_camera(a_camera), m_tree(a_tree), m_schema(a_schema)
+{
+}
+
+CameraValidator::~CameraValidator() = default;
+
+int CameraValidator::count(const QVector<ValidationProblem>& a_problems,
+                           ValidationProblem::Severity a_severity)
+{
+    return int(std::count_if(
+        a_problems.cbegin(), a_problems.cend(),
+        [a_severity](const ValidationProblem& a_problem) { return a_problem.severity == a_severity; }));
+}
+
+QVector<ValidationProblem> CameraValidator::checkAll()
+{
+    if (!m_camera)
+        return {};
+    QHash<QString, QVector<ValidationProblem>> unknown = checkUnknownContent();
+    const auto byLine = [](QVector<ValidationProblem> a_problems) {
+        // Problems of edited content have no line and stay after those read from the file.
+        std::stable_sort(a_problems.begin(), a_problems.end(),
+                         [](const ValidationProblem& a_left, const ValidationProblem& a_right) {
+                             return (a_left.line ? a_left.line : INT_MAX) <
+                                    (a_right.line ? a_right.line : INT_MAX);
+                         });
+        return a_problems;
+    };
+    QVector<ValidationProblem> all = byLine(checkGlobal() + unknown.take(QString()));
+    const QVector<ValidationProblem> names = checkModeNames();
+    const QVector<ModeElement*> modes = m_camera->modes();
+    for (int index = 0; index < modes.size(); ++index) {
+        const ModeElement* mode = modes.at(index);
+        for (const ValidationProblem& problem : names)
+            if (problem.locator.steps().value(0, -1) == index)
+                all << problem;
+        all += byLine(checkMode(mode) + unknown.take(mode->name()));
+    }
+    for (const QVector<ValidationProblem>& rest : qAsConst(unknown))
+        all += rest;
+    return all;
+}
+
+QVector<ValidationProblem> CameraValidator::checkGlobal()
+{
+    m_found.clear();
+    m_mode.clear();
+    if (m_camera)
+        checkCategory(m_camera->globalCategory(), m_camera->globalCategory()->elementPath());
+    return std::move(m_found);
+}
+
+QVector<ValidationProblem> CameraValidator::checkMode(const ModeElement* a_mode)
+{
+    m_found.clear();
+    if (!a_mode)
+        return {};
+    m_mode = a_mode->name();
+    // A mode's features stand below its own "mode" element.
+    const QStringList scope = a_mode->elementPath() << QStringLiteral("mode");
+    for (const ModeCategoryElementBase* category : a_mode->categories()) {
+        auto* generic = qobject_cast<const GenericModeCategory*>(category);
+        if (generic && !generic->categoryFeature()->isEnabled())
+            continue;
+        checkCategory(category, scope);
+    }
+    return std::move(m_found);
+}
+
+QVector<ValidationProblem> CameraValidator::checkModeNames()
+{
+    QVector<ValidationProblem> found;
+    if (!m_camera)
+        return found;
+    QHash<QString, int> uses;
+    const QVector<ModeElement*> modes = m_camera->modes();
+    for (const ModeElement* mode : modes)
+        ++uses[mode->name()];
+    for (const ModeElement* mode : modes) {
+        ValidationProblem problem;
+        problem.mode = mode->name();
+        problem.path = QStringLiteral("@name");
+        problem.locator = ElementLocator::locate(m_camera, mode);
+        if (m_tree) {
+            if (const LumexTreeElement* node = m_tree->modeNode(mode))
+                problem.line = node->line();
+        }
+        if (mode->name().isEmpty())
+            problem.message = QStringLiteral("The mode has an empty name; a mode needs a name");
+        else if (!s_modeName.match(mode->name()).hasMatch())
+            problem.message =
+                QStringLiteral("The mode name %1 is not allowed; allowed: no white space, @, <, >, "
+                               "&, ' or \"")
+                    .arg(quoted(mode->name()));
+        else if (uses.value(mode->name()) > 1)
+            problem.message =
+                QStringLiteral("The mode name %1 is used by more than one mode; each mode needs its own name")
+                    .arg(quoted(mode->name()));
+        if (!problem.message.isEmpty())
+            found << problem;
+    }
+    return found;
+}
+
+void CameraValidator::checkCategory(const CategoryElementBase* a_category, const QStringList& a_scopePath)
+{
+    for (const FeatureElementBase* feature : a_category->features())
+        checkFeature(feature, a_scopePath, QString());
+}
+
+void CameraValidator::checkFeature(const FeatureElementBase* a_feature, const QStringList& a_holderPath,
+                                   const QString& a_prefix)
+{
+    const QStringList path = a_feature->elementPath();
+    QString holder = a_prefix;
+    for (const QString& segment : path.mid(qMin(a_holderPath.size(), path.size())))
+        holder = joined(holder, segment);
+    const QString name = a_feature->name();
+    const bool repeated = a_feature->maxOccurs() != 1;
+    const size_t count = a_feature->instanceCount();
+    const QString shownName = a_feature->isAttribute() ? QLatin1Char('@') + name : name;
+
+    if (count < a_feature->minOccurs() || count > a_feature->maxOccurs()) {
+        const bool few = count < a_feature->minOccurs();
+        QString message;
+        if (few && count == 0)
+            message = QStringLiteral("%1 is missing; it is required").arg(name);
+        else
+            message = QStringLiteral("%1 occurs %2 times; allowed %3 %4")
+                          .arg(name)
+                          .arg(qulonglong(count))
+                          .arg(few ? QStringLiteral("at least") : QStringLiteral("at most"))
+                          .arg(qulonglong(few ? a_feature->minOccurs() : a_feature->maxOccurs()));
+        add(ValidationProblem::Error, a_feature, FeatureElementBase::NoIndex, joined(holder, shownName),
+            message);
+    }
+
+    if (auto* list = qobject_cast<const FeatureListFeatureBase*>(a_feature)) {
+        const QStringList memberHolder = name.isEmpty() ? path : path + QStringList(name);
+        for (size_t instance = 0; instance < count; ++instance) {
+            const QString prefix =
+                name.isEmpty() ? holder : joined(holder, indexed(name, repeated, instance));
+            for (const FeatureElementBase* member : list->instanceMembers(instance))
+                checkFeature(member, memberHolder, prefix);
+        }
+        checkUniqueKeys(list, holder);
+        return;
+    }
+    if (auto* value = qobject_cast<const ValueFeatureElementBase*>(a_feature)) {
+        for (size_t instance = 0; instance < count; ++instance)
+            checkValue(value, instance, joined(holder, indexed(shownName, repeated, instance)));
+    }
+}
+
+void CameraValidator::checkValue(const ValueFeatureElementBase* a_feature, size_t a_index,
+                                 const QString& a_path)
+{
+    const QString text = a_feature->valueText(a_index).trimmed();
+    const QString name =
+        a_feature->name().isEmpty() ? a_path.section(QLatin1Char('/'), -1) : a_feature->name();
+    const auto report = [&](ValidationProblem::Severity a_severity, const QString& a_message) {
+        add(a_severity, a_feature, a_index, a_path, a_message);
+    };
+
+    // An empty element takes the value its declaration gives, as a schema reads it; an empty attribute
+    // is a value of its own.
+    if (text.isEmpty() && !a_feature->isAttribute() &&
+        (a_feature->fixedValue().isValid() || a_feature->defaultValue().isValid()))
+        return;
+    if (a_feature->fixedValue().isValid()) {
+        const QString fixed = a_feature->textFromValue(a_feature->fixedValue());
+        if (text != fixed && a_feature->valueFromText(text) != a_feature->fixedValue())
+            report(ValidationProblem::Error,
+                   QStringLiteral("%1 is %2; it is fixed at %3").arg(name, quoted(text), quoted(fixed)));
+        return;
+    }
+
+    if (auto* numeric = qobject_cast<const NumericFeature*>(a_feature)) {
+        const NumericValue::RepTypeEnum type = numeric->representationType();
+        if (!NumericSpelling::isWellFormed(text, type)) {
+            report(ValidationProblem::Error,
+                   QStringLiteral("%1 is %2; allowed: %3")
+                       .arg(name, quoted(text), NumericSpelling::allowedForm(type)));
+            return;
+        }
+        const QString typeMinimum = NumericSpelling::typeMinimum(type);
+        const QString typeMaximum = NumericSpelling::typeMaximum(type);
+        if (NumericSpelling::compareWithTypeRange(text, type) != 0) {
+            report(ValidationProblem::Error,
+                   QStringLiteral("%1 is %2; %3").arg(name, text, allowedRange(typeMinimum, typeMaximum)));
+            return;
+        }
+        if (NumericSpelling::underflows(text, type)) {
+            report(ValidationProblem::Warning,
+                   QStringLiteral("%1 is %2, too small for its type: it reads as 0").arg(name, text));
+            return;
+        }
+        if (!numeric->isWithinRange(numeric->value(a_index))) {
+            const QString minimum =
+                numeric->hasExplicitMinimum() ? boundText(numeric->minimumValue()) : typeMinimum;
+            const QString maximum =
+                numeric->hasExplicitMaximum() ? boundText(numeric->maximumValue()) : typeMaximum;
+            report(ValidationProblem::Error,
+                   QStringLiteral("%1 is %2; %3")
+                       .arg(name, text,
+                            minimum.isEmpty() && maximum.isEmpty() ? QStringLiteral("outside its type")
+                                                                   : allowedRange(minimum, maximum)));
+            return;
+        }
+        if (numeric->hasFractionDigits() &&
+            NumericSpelling::fractionDigits(text) > int(numeric->fractionDigits())) {
+            report(ValidationProblem::Error,
+                   QStringLiteral("%1 is %2; allowed at most %3 digits after the point")
+                       .arg(name, text)
+                       .arg(int(numeric->fractionDigits())));
+        }
+        return;
+    }
+    if (auto* enumeration = qobject_cast<const EnumerationFeature*>(a_feature)) {
+        const QVector<EnumerationFeature::Entry> entries = enumeration->entries();
+        const bool listed =
+            std::any_of(entries.cbegin(), entries.cend(),
+                        [&text](const EnumerationFeature::Entry& a_entry) { return a_entry.value == text; });
+        if (!listed)
+            report(ValidationProblem::Error,
+                   QStringLiteral("%1 is %2; allowed %3").arg(name, quoted(text), entryList(entries)));
+        return;
+    }
+    if (qobject_cast<const BooleanFeature*>(a_feature)) {
+        static const QStringList spellings{QStringLiteral("true"), QStringLiteral("false"),
+                                           QStringLiteral("1"), QStringLiteral("0")};
+        if (!spellings.contains(text))
+            report(ValidationProblem::Error,
+                   QStringLiteral("%1 is %2; allowed true, false, 1 or 0").arg(name, quoted(text)));
+        return;
+    }
+    if (auto* string = qobject_cast<const StringFeature*>(a_feature)) {
+        const QString value = a_feature->value(a_index).toString();
+        const int length = value.toUcs4().size();
+        if (length > string->stringLengthMax()) {
+            report(ValidationProblem::Error, QStringLiteral("%1 has %2 characters; allowed at most %3")
+                                                 .arg(name)
+                                                 .arg(length)
+                                                 .arg(string->stringLengthMax()));
+        }
+        QRegExp pattern = string->stringPattern();
+        if (!pattern.isEmpty() && pattern.isValid() && !pattern.exactMatch(value)) {
+            report(ValidationProblem::Error, QStringLiteral("%1 is %2; allowed: text matching %3")
+                                                 .arg(name, quoted(value), pattern.pattern()));
+        }
+    }
+}
+
+void CameraValidator::checkUniqueKeys(const FeatureListFeatureBase* a_list, const QString& a_prefix)
+{
+    for (const UniqueKey& key : qAsConst(m_schema.keys)) {
+        if (key.selector != a_list->name())
+            continue;
+        const bool attribute = key.field.startsWith(QLatin1Char('@'));
+        const QString field = attribute ? key.field.mid(1) : key.field;
+        QHash<QString, size_t> first;
+        const bool repeated = a_list->maxOccurs() != 1;
+        for (size_t instance = 0; instance < a_list->instanceCount(); ++instance) {
+            for (const FeatureElementBase* member : a_list->instanceMembers(instance)) {
+                auto* value = qobject_cast<const ValueFeatureElementBase*>(member);
+                if (!value || member->name() != field || member->isAttribute() != attribute ||
+                    member->instanceCount() == 0)
+                    continue;
+                // Keys compare by value, as the schema compares them: "05" and "5" are one index.
+                const QVariant held = value->value(0);
+                const QString keyText = value->textFromValue(held);
+                const auto earlier = first.constFind(keyText);
+                if (earlier == first.cend()) {
+                    first.insert(keyText, instance);
+                    continue;
+                }
+                add(ValidationProblem::Error, member, 0,
+                    joined(joined(a_prefix, indexed(a_list->name(), repeated, instance)), key.field),
+                    QStringLiteral("%1 %2 is used by %3[%4] already; each %3 needs its own %1")
+                        .arg(field, keyText, a_list->name())
+                        .arg(qulonglong(*earlier)));
+            }
+        }
+    }
+}
+
+void CameraValidator::add(ValidationProblem::Severity a_severity, const FeatureElementBase* a_feature,
+                          size_t a_index, const QString& a_path, const QString& a_message)
+{
+    ValidationProblem problem;
+    problem.severity = a_severity;
+    problem.mode = m_mode;
+    problem.path = a_path;
+    problem.message = a_message;
+    problem.locator = ElementLocator::locate(m_camera, a_feature);
+    problem.instance = a_index;
+    problem.line = lineOf(a_feature, a_index);
+    m_found << problem;
+}
+
+int CameraValidator::lineOf(const FeatureElementBase* a_feature, size_t a_index)
+{
+    if (!m_tree)
+        return 0;
+    if (!m_linesBuilt) {
+        m_linesBuilt = true;
+        QVector<const LumexTreeElement*> pending{m_tree->root()};
+        while (!pending.isEmpty()) {
+            const LumexTreeElement* node = pending.takeLast();
+            if (!node)
+                continue;
+            if (node->elementId() > 0 && node->line() > 0)
+                m_lines[quint64(node->elementId())] << node->line();
+            const QList<LumexTreeElement*> children = node->childElements();
+            for (int child = children.size(); child-- > 0;)
+                pending << children.at(child);
+        }
+    }
+    const QVector<int> lines = m_lines.value(a_feature->id());
+    if (lines.isEmpty())
+        return 0;
+    return a_index < size_t(lines.size()) ? lines.at(int(a_index)) : lines.first();
+}
+
+QHash<QString, QVector<ValidationProblem>> CameraValidator::checkUnknownContent()
+{
+    QHash<QString, QVector<ValidationProblem>> found;
+    if (m_tree && m_tree->root())
+        collectUnknown(m_tree->root(), QString(), QString(), found);
+    return found;
+}
+
+void CameraValidator::collectUnknown(const LumexTreeElement* a_node, const QString& a_mode,
+                                     const QString& a_path,
+                                     QHash<QString, QVector<ValidationProblem>>& a_found) const
+{
+    const QString globalPath =
+        m_camera ? m_camera->globalCategory()->elementPath().join(QLatin1Char('/')) : QString();
+    for (const LumexTreeElement* child : a_node->childElements()) {
+        QString mode = a_mode;
+        QString path = a_path;
+        const QString shownName = child->isAttribute() ? QLatin1Char('@') + child->name() : child->name();
+        if (child->isModeElement()) {
+            const auto* modeNode = static_cast<const LumexTreeMode*>(child);
+            const auto* element = qobject_cast<const ModeElement*>(modeNode->modeObject());
+            mode = element ? element->name() : QString();
+            path.clear();
+        } else if (!child->isComment() && !child->isText()) {
+            // Below a mode, paths start at the mode; the global features' own element is left out too.
+            path = joined(a_path, shownName);
+            if (mode.isEmpty() && path.startsWith(globalPath + QLatin1Char('/')))
+                path = path.mid(globalPath.size() + 1);
+            else if (mode.isEmpty() && path == globalPath)
+                path.clear();
+        }
+        // Namespace declarations are no attributes to a schema.
+        const bool namespaceDeclaration =
+            child->isAttribute() &&
+            (child->name() == QLatin1String("xmlns") || child->name().startsWith(QLatin1String("xmlns:")));
+        const QString declaration = a_node->name() + QLatin1Char('/') + shownName;
+        const auto declared = m_schema.declared.constFind(declaration);
+        const bool known = !child->isText() && !child->isComment() && declared != m_schema.declared.cend();
+        if (child->isComment() || child->isSchemaCompliant() || namespaceDeclaration || known ||
+            (child->isText() && isBlank(child->value()))) {
+            if (!child->isText() && !child->isComment() && !child->isAttribute())
+                collectUnknown(child, mode, path, a_found);
+            if (!known)
+                continue;
+        }
+        // A second copy of an element the schema allows once is kept beside the one the editor reads.
+        const bool excess =
+            known && !child->isAttribute() && !child->isSchemaCompliant() &&
+            std::any_of(a_node->childElements().cbegin(), a_node->childElements().cend(),
+                        [child](const LumexTreeElement* a_sibling) {
+                            return a_sibling->isSchemaCompliant() && a_sibling->name() == child->name();
+                        });
+        if (known && !excess &&
+            (child->isSchemaCompliant() || declared->isEmpty() ||
+             declared->contains(QString::fromUtf8(child->value()).trimmed())))
+            continue;
+        ValidationProblem problem;
+        problem.severity = known ? ValidationProblem::Error : ValidationProblem::Warning;
+        problem.mode = mode;
+        problem.path = child->isText() ? a_path : path;
+        problem.line = child->line();
+        const QString kept = QStringLiteral("the schema does not know it; it is kept and written back");
+        if (excess)
+            problem.message =
+                QStringLiteral("<%1> occurs more often than allowed; the copy is kept and written back")
+                    .arg(child->name());
+        else if (known)
+            problem.message = QStringLiteral("%1 is %2; allowed %3")
+                                  .arg(shownName, quoted(QString::fromUtf8(child->value()).trimmed()),
+                                       declared->join(QStringLiteral(", ")));
+        else if (child->isText())
+            problem.message = QStringLiteral("Text %1 where the schema allows none; %2")
+                                  .arg(quoted(QString::fromUtf8(child->value()).trimmed()), kept);
+        else if (child->isAttribute())
+            problem.message = QStringLiteral("Unknown attribute %1; %2").arg(child->name(), kept);
+        else
+            problem.message = QStringLiteral("Unknown element <%1>; %2").arg(child->name(), kept);
+        // The nearest element the schema knows is where the user can look.
+        for (const LumexTreeElement* above = a_node; above && !problem.locator.isValid();
+             above = above->parentElement())
+            if (const auto* element = ElementBase::findById(quint64(above->elementId())))
+                problem.locator = ElementLocator::locate(m_camera, element);
+        a_found[mode] << problem;
+    }
+}
+
+} // namespace Orvex

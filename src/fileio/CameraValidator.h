@@ -1,0 +1,90 @@
+#pragma once
+
+#include "fileio/ValidationProblem.h"
+
+#include <QHash>
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+namespace Orvex {
+
+class CameraElement;
+class CategoryElementBase;
+class FeatureElementBase;
+class FeatureListFeatureBase;
+class LumexTree;
+class LumexTreeElement;
+class ModeElement;
+class ValueFeatureElementBase;
+
+// Lists everything in a camera, as the editor holds it, that its schema rejects or that looks wrong:
+// values outside their type or facets, spellings the type forbids, broken patterns and lengths, values
+// outside an enumeration or a fixed value, instance counts outside their bounds, duplicate keys, bad or
+// duplicate mode names, and the content the schema does not know (kept, and listed as warnings). It
+// reads values as they would be written, so a value read from the file is judged by its own text.
+//
+// The checks are split by scope so that an edit costs one scope: the global features, one mode, the
+// mode names, the unknown content. Lines come from the document tree the file was read into.
+class CameraValidator
+{
+public:
+    // Within one holder, no two instances of the feature list a_selector may share the value of their
+    // member a_field (an attribute when it starts with "@").
+    struct UniqueKey
+    {
+        QString selector;
+        QString field;
+    };
+    // What the validator needs of a schema beyond the features built from it: the keys it declares
+    // (apart from the mode names, which are always checked), and every element and attribute it declares
+    // as "parent/name" or "parent/@name" with its enumeration, if any. The editor does not model every
+    // declaration (the camera's "standard" attribute, say); content it keeps that the schema declares
+    // is no unknown content.
+    struct SchemaFacts
+    {
+        QVector<UniqueKey> keys;
+        QHash<QString, QStringList> declared;
+    };
+    static SchemaFacts readSchema(const QString& a_schemaPath);
+
+    // Neither is owned; without a tree there are no lines and no unknown content.
+    CameraValidator(const CameraElement* a_camera, const LumexTree* a_tree,
+                    const SchemaFacts& a_schema = SchemaFacts());
+    ~CameraValidator();
+
+    // Every problem, in document order: the global features, then each mode (its name, its features,
+    // its unknown content), then unknown content elsewhere.
+    QVector<ValidationProblem> checkAll();
+    QVector<ValidationProblem> checkGlobal();
+    QVector<ValidationProblem> checkMode(const ModeElement* a_mode);
+    QVector<ValidationProblem> checkModeNames();
+    // By mode name; the empty name holds what stands outside any mode.
+    QHash<QString, QVector<ValidationProblem>> checkUnknownContent();
+
+    static int count(const QVector<ValidationProblem>& a_problems, ValidationProblem::Severity a_severity);
+
+private:
+    void checkCategory(const CategoryElementBase* a_category, const QStringList& a_scopePath);
+    void checkFeature(const FeatureElementBase* a_feature, const QStringList& a_holderPath,
+                      const QString& a_prefix);
+    void checkValue(const ValueFeatureElementBase* a_feature, size_t a_index, const QString& a_path);
+    void checkUniqueKeys(const FeatureListFeatureBase* a_list, const QString& a_prefix);
+    void add(ValidationProblem::Severity a_severity, const FeatureElementBase* a_feature, size_t a_index,
+             const QString& a_path, const QString& a_message);
+    void collectUnknown(const LumexTreeElement* a_node, const QString& a_mode, const QString& a_path,
+                        QHash<QString, QVector<ValidationProblem>>& a_found) const;
+    int lineOf(const FeatureElementBase* a_feature, size_t a_index);
+
+    const CameraElement* m_camera = nullptr;
+    const LumexTree* m_tree = nullptr;
+    SchemaFacts m_schema;
+    // The scope being checked.
+    QString m_mode;
+    QVector<ValidationProblem> m_found;
+    // Element id to the lines of its instances, in order; built on first use.
+    QHash<quint64, QVector<int>> m_lines;
+    bool m_linesBuilt = false;
+};
+
+} // namespace Orvex

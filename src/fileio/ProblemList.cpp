@@ -1,0 +1,100 @@
+#include "fileio/ProblemList.h"
+
+#include "elements/CameraElement.h"
+#include "elements/ModeElement.h"
+
+#include <algorithm>
+
+namespace Orvex {
+
+ProblemList::ProblemList(QObject* a_parent) : QObject(a_parent)
+{
+}
+
+ProblemList::~ProblemList() = default;
+
+void ProblemList::attach(const CameraElement* a_camera, const LumexTree* a_tree,
+                         const CameraValidator::SchemaFacts& a_schema)
+{
+    detach();
+    if (!a_camera)
+        return;
+    m_camera = const_cast<CameraElement*>(a_camera);
+    m_validator = std::make_unique<CameraValidator>(a_camera, a_tree, a_schema);
+    const QHash<QString, QVector<ValidationProblem>> unknown = m_validator->checkUnknownContent();
+    for (auto found = unknown.cbegin(); found != unknown.cend(); ++found)
+        m_unknown[found.key().isEmpty() ? nullptr : a_camera->modeByName(found.key())] += found.value();
+    m_global = m_validator->checkGlobal();
+    for (const ModeElement* mode : a_camera->modes())
+        m_modes.insert(mode, m_validator->checkMode(mode));
+    m_names = m_validator->checkModeNames();
+    assemble();
+}
+
+void ProblemList::detach()
+{
+    const bool had = m_camera || !m_problems.isEmpty();
+    m_camera = nullptr;
+    m_validator.reset();
+    m_global.clear();
+    m_modes.clear();
+    m_unknown.clear();
+    m_names.clear();
+    m_problems.clear();
+    if (had)
+        emit changed();
+}
+
+void ProblemList::refresh(const ModeElement* a_mode)
+{
+    if (!m_camera || !m_validator)
+        return;
+    const QVector<ModeElement*> modes = m_camera->modes();
+    QHash<const ModeElement*, QVector<ValidationProblem>> kept;
+    kept.reserve(modes.size());
+    const ModeElement* edited = a_mode ? a_mode : m_camera->currentMode();
+    for (const ModeElement* mode : modes) {
+        auto known = m_modes.find(mode);
+        if (known == m_modes.end() || mode == edited)
+            kept.insert(mode, m_validator->checkMode(mode));
+        else
+            kept.insert(mode, std::move(known.value()));
+    }
+    m_modes = std::move(kept);
+    m_global = m_validator->checkGlobal();
+    m_names = m_validator->checkModeNames();
+    assemble();
+}
+
+int ProblemList::count(ValidationProblem::Severity a_severity) const
+{
+    return CameraValidator::count(m_problems, a_severity);
+}
+
+void ProblemList::assemble()
+{
+    const auto byLine = [](QVector<ValidationProblem> a_problems) {
+        std::stable_sort(a_problems.begin(), a_problems.end(),
+                         [](const ValidationProblem& a_left, const ValidationProblem& a_right) {
+                             return (a_left.line ? a_left.line : INT_MAX) <
+                                    (a_right.line ? a_right.line : INT_MAX);
+                         });
+        return a_problems;
+    };
+    m_problems = byLine(m_global + m_unknown.value(nullptr));
+    const QVector<ModeElement*> modes = m_camera->modes();
+    for (int index = 0; index < modes.size(); ++index) {
+        const ModeElement* mode = modes.at(index);
+        for (const ValidationProblem& problem : qAsConst(m_names))
+            if (problem.locator.steps().value(0, -1) == index)
+                m_problems << problem;
+        QVector<ValidationProblem> unknown = m_unknown.value(mode);
+        // Kept content follows its mode through renames.
+        for (ValidationProblem& problem : unknown)
+            problem.mode = mode->name();
+        m_problems += byLine(m_modes.value(mode) + unknown);
+    }
+    emit changed();
+}
+
+} // namespace Orvex

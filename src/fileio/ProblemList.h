@@ -1,0 +1,61 @@
+#pragma once
+
+#include "elements/CameraElement.h"
+#include "fileio/CameraValidator.h"
+
+#include <QHash>
+#include <QObject>
+#include <QPointer>
+#include <QVector>
+
+#include <memory>
+
+namespace Orvex {
+
+class LumexTree;
+class ModeElement;
+
+// The problems of one open document, kept by scope (global features, each mode, the mode names) so
+// that after an edit only what can have changed is checked again: the global features, the modes
+// shown or added since, and the names; modes that left the camera take their problems with them.
+// Content the schema does not know is found once, at open, since editing never adds any.
+class ProblemList : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit ProblemList(QObject* a_parent = nullptr);
+    ~ProblemList() override;
+
+    // Checks the whole camera; the camera and the tree are not owned and must outlive the list or be
+    // detached first.
+    void attach(const CameraElement* a_camera, const LumexTree* a_tree,
+                const CameraValidator::SchemaFacts& a_schema);
+    void detach();
+    bool isAttached() const { return m_camera; }
+
+    // Checks again what an edit can have changed: the global features, a_mode (the camera's current
+    // mode when null), every mode not checked yet, and the mode names.
+    void refresh(const ModeElement* a_mode = nullptr);
+
+    // In document order.
+    QVector<ValidationProblem> problems() const { return m_problems; }
+    int count(ValidationProblem::Severity a_severity) const;
+
+signals:
+    void changed();
+
+private:
+    void assemble();
+
+    QPointer<CameraElement> m_camera;
+    std::unique_ptr<CameraValidator> m_validator;
+    QVector<ValidationProblem> m_global;
+    QHash<const ModeElement*, QVector<ValidationProblem>> m_modes;
+    // Found at open, by the mode they stand in (null: outside any mode).
+    QHash<const ModeElement*, QVector<ValidationProblem>> m_unknown;
+    QVector<ValidationProblem> m_names;
+    QVector<ValidationProblem> m_problems;
+};
+
+} // namespace Orvex
