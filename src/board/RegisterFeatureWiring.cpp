@@ -15,14 +15,15 @@ namespace Orvex {
 namespace {
 
 // A field whose decimal entry is rewritten in hexadecimal must let the user type one: the schema's
-// pattern allows only the hexadecimal form and would refuse the first digit.
+// pattern allows only the hexadecimal form and would refuse the first digit. Only typing is widened:
+// the file is still checked against the schema's pattern.
 void acceptDecimalEntry(StringFeature* a_feature)
 {
     const QRegExp pattern = a_feature->stringPattern();
     if (pattern.isEmpty() || !pattern.isValid())
         return;
-    a_feature->setStringPattern(QRegExp(QStringLiteral("(%1)|[0-9]{1,10}").arg(pattern.pattern()),
-                                        pattern.caseSensitivity(), pattern.patternSyntax()));
+    a_feature->setEntryPattern(QRegExp(QStringLiteral("(%1)|[0-9]{1,10}").arg(pattern.pattern()),
+                                       pattern.caseSensitivity(), pattern.patternSyntax()));
 }
 
 } // namespace

@@ -45,11 +45,21 @@ StringFeature::StringFeature(const StringFeature* a_source, ElementBase* a_paren
     if (a_source) {
         m_completerModel = a_source->m_completerModel;
         m_stringPattern = a_source->m_stringPattern;
+        m_entryPattern = a_source->m_entryPattern;
         m_stringLengthMax = a_source->m_stringLengthMax;
     }
     insertInstance(NoIndex);
     if (a_source)
         setDataSet(a_source->dataSet());
+}
+
+void StringFeature::setEntryPattern(const QRegExp& a_pattern)
+{
+    m_entryPattern = a_pattern;
+    for (size_t index = 0; index < instanceCount(); ++index) {
+        if (QLineEdit* edit = lineEdit(index))
+            applyValidator(edit);
+    }
 }
 
 void StringFeature::setStringPattern(const QRegExp& a_pattern)
@@ -159,7 +169,7 @@ void StringFeature::markUntaken(QLineEdit* a_lineEdit) const
     guard->setMark(a_lineEdit->hasAcceptableInput()
                        ? QString()
                        : QStringLiteral("Not taken: the text must match %1; the value stays \"%2\".")
-                             .arg(m_stringPattern.pattern(), stored));
+                             .arg(entryPattern().pattern(), stored));
 }
 
 void StringFeature::fixedValueChanged()
@@ -179,8 +189,9 @@ void StringFeature::applyValidator(QLineEdit* a_lineEdit) const
 {
     const QValidator* old = a_lineEdit->validator();
     // A validator never touches the text already there, so a loaded value stays as it is.
-    const bool checked = !m_stringPattern.isEmpty() && m_stringPattern.isValid();
-    a_lineEdit->setValidator(checked ? new QRegExpValidator(m_stringPattern, a_lineEdit) : nullptr);
+    const QRegExp pattern = entryPattern();
+    const bool checked = !pattern.isEmpty() && pattern.isValid();
+    a_lineEdit->setValidator(checked ? new QRegExpValidator(pattern, a_lineEdit) : nullptr);
     delete old;
     updateRefusalHint(a_lineEdit);
 }
@@ -201,7 +212,7 @@ void StringFeature::updateRefusalHint(QLineEdit* a_lineEdit) const
         return;
     QString hint = QStringLiteral("At most %1 characters.").arg(a_lineEdit->maxLength());
     if (a_lineEdit->validator())
-        hint = QStringLiteral("The text must match %1. ").arg(m_stringPattern.pattern()) + hint;
+        hint = QStringLiteral("The text must match %1. ").arg(entryPattern().pattern()) + hint;
     guard->setRefusalHint(hint);
 }
 

@@ -40,6 +40,11 @@ public:
     // Checked by a validator on every line edit while the pattern is valid and not empty; otherwise
     // nothing is checked. Schema patterns are QRegExp::W3CXmlSchema11 expressions.
     void setStringPattern(const QRegExp& a_pattern);
+    // What the line edits take while the user types, when it differs from the stored pattern: a field
+    // that rewrites decimal entry in hexadecimal takes digits its schema pattern refuses. The stored
+    // pattern stays the schema's, so that checking the file still follows the schema.
+    QRegExp entryPattern() const { return m_entryPattern.isEmpty() ? m_stringPattern : m_entryPattern; }
+    void setEntryPattern(const QRegExp& a_pattern);
 
     int stringLengthMax() const { return m_stringLengthMax; }
     void setStringLengthMax(int a_lengthMax);
@@ -78,6 +83,7 @@ private:
 
     QPointer<StringFeatureCompleterItemModel> m_completerModel;
     QRegExp m_stringPattern;
+    QRegExp m_entryPattern;
     int m_stringLengthMax = DefaultLengthMax;
 };
 

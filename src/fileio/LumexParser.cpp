@@ -16,8 +16,8 @@
 #include "model/LumexTree.h"
 #include "model/LumexTreeElement.h"
 #include "model/LumexTreeMode.h"
-#include "platform/LogCategories.h"
 #include "model/NumericSpelling.h"
+#include "platform/LogCategories.h"
 #include "widgets/ProgressStepper.h"
 
 #include <QDebug>
