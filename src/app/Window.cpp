@@ -88,7 +88,7 @@ Window::Window(QWidget* a_parent) : QMainWindow(a_parent)
     createActions();
     createCentralPages();
     createDock();
-    m_find = new WindowFind(this);
+    m_find = new WindowFind(this, m_navigator);
     m_find->addActionsTo(m_actions.m_editMenu);
     createShortcuts();
     connectSources();

@@ -1,10 +1,12 @@
 #include "app/WindowFind.h"
 
 #include "app/ComparisonWindow.h"
+#include "app/FeatureNavigator.h"
 #include "app/FindDock.h"
 #include "app/Window.h"
 #include "elements/CameraElement.h"
 #include "elements/CategoryElementBase.h"
+#include "elements/ElementLocator.h"
 #include "elements/FeatureElementBase.h"
 #include "elements/WindowElement.h"
 #include "fileio/CameraFileSession.h"
@@ -19,7 +21,8 @@
 
 namespace Orvex {
 
-WindowFind::WindowFind(Window* a_window) : QObject(a_window), m_window(a_window)
+WindowFind::WindowFind(Window* a_window, FeatureNavigator* a_navigator)
+    : QObject(a_window), m_window(a_window), m_navigator(a_navigator)
 {
     m_dock = new FindDock(a_window);
     connect(m_dock, &FindDock::featureRequested, this, &WindowFind::goToFeature);
@@ -123,8 +126,7 @@ void WindowFind::goToFeature(ElementBase* a_feature, size_t a_instance)
     auto* feature = qobject_cast<FeatureElementBase*>(a_feature);
     if (!feature || feature->windowElement() != m_element)
         return;
-    feature->raiseLater();
-    feature->highlight(a_instance);
+    m_navigator->goTo(ElementLocator::locate(m_element->camera(), feature), a_instance);
 }
 
 } // namespace Orvex

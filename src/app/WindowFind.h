@@ -11,6 +11,7 @@ class QMenu;
 namespace Orvex {
 
 class ElementBase;
+class FeatureNavigator;
 class FindDock;
 class Window;
 class WindowElement;
@@ -22,7 +23,8 @@ class WindowFind : public QObject
     Q_OBJECT
 
 public:
-    explicit WindowFind(Window* a_window);
+    // Matches are reached through a_navigator, as problems are, so that both arrive alike.
+    WindowFind(Window* a_window, FeatureNavigator* a_navigator);
     ~WindowFind() override;
 
     FindDock* dock() const { return m_dock; }
@@ -38,11 +40,12 @@ public slots:
     void compareWithFile();
     // Puts the focus into the filter field of the page shown.
     void focusPageFilter();
-    // Shows instance a_instance of a_feature, as the Problems list and undo do.
+    // Shows instance a_instance of a_feature and puts the focus into its editor, as the Problems list does.
     void goToFeature(Orvex::ElementBase* a_feature, size_t a_instance);
 
 private:
     Window* m_window;
+    FeatureNavigator* m_navigator;
     QPointer<WindowElement> m_element;
     FindDock* m_dock = nullptr;
     QAction* m_filterPage = nullptr;

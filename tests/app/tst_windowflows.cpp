@@ -4,9 +4,12 @@
 #include "WindowFixtures.h"
 #include "app/CameraTreeModel.h"
 #include "app/FeatureNavigator.h"
+#include "app/FindDock.h"
+#include "app/FindResultsModel.h"
 #include "app/PreviewLauncher.h"
 #include "app/Window.h"
 #include "app/WindowDocumentsPage.h"
+#include "app/WindowFind.h"
 #include "board/QNBrdModeOpenDialog.h"
 #include "board/ViewportImperativeAcquisitionInterface.h"
 #include "board/ViewportWindowQt.h"
@@ -23,6 +26,7 @@
 #include <QDropEvent>
 #include <QFileSystemWatcher>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMimeData>
 #include <QPointer>
@@ -246,10 +250,20 @@ private slots:
                         ORVEX_THROW(OperationCanceledException, "stopped");
                     throw 7;
                 });
-            } else if (step.startsWith("G:")) {
+            } else if (step.startsWith("G:") || step.startsWith("S:")) {
                 FeatureNavigator* navigator = m_window->featureNavigator();
-                seen += navigator->goTo(arg.section(',', 0, 0), arg.section(',', 1).split('>'), 0) ? " go"
-                                                                                                   : " stay";
+                bool went = false;
+                if (step.startsWith("S:")) {
+                    FindDock* dock = m_window->find()->dock();
+                    dock->showAndFocus();
+                    QTest::keyClicks(dock->field(), arg);
+                    QTRY_VERIFY(!dock->isSearching() && dock->results()->rowCount() > 0);
+                    QTest::keyClick(dock->field(), Qt::Key_Return);
+                    went = navigator->lastTarget() != nullptr;
+                } else {
+                    went = navigator->goTo(arg.section(',', 0, 0), arg.section(',', 1).split('>'), 0);
+                }
+                seen += went ? " go" : " stay";
                 auto* target = qobject_cast<WidgetElementBase*>(navigator->lastTarget());
                 // A member in a table cell is reached through its list's row.
                 auto* holder = target ? qobject_cast<WidgetElementBase*>(target->parentElement()) : nullptr;
