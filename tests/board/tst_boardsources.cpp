@@ -491,11 +491,14 @@ private slots:
         QFETCH(QByteArray, role);
         QFETCH(QByteArray, typed);
         QFETCH(QByteArray, state);
+        // Owns what the wiring makes; outlives the feature that uses it.
+        QObject owner;
         HolderElement holder;
         StringFeature feature(&holder);
         feature.setStringPattern(
             QRegExp("0[xX][0-9A-Fa-f]{1,8}", Qt::CaseSensitive, QRegExp::W3CXmlSchema11));
         RegisterFeatureWiring wiring;
+        wiring.setOwner(&owner);
         wiring.attach(&feature, role == "board data"       ? RegisterFeatureWiring::BoardRegisterData
                                 : role == "camera address" ? RegisterFeatureWiring::CameraRegisterAddress
                                 : role == "camera data"    ? RegisterFeatureWiring::CameraRegisterData
