@@ -151,20 +151,21 @@ int CameraValidator::count(const QVector<ValidationProblem>& a_problems,
         [a_severity](const ValidationProblem& a_problem) { return a_problem.severity == a_severity; }));
 }
 
+QVector<ValidationProblem> CameraValidator::byLine(QVector<ValidationProblem> a_problems)
+{
+    std::stable_sort(a_problems.begin(), a_problems.end(),
+                     [](const ValidationProblem& a_left, const ValidationProblem& a_right) {
+                         return (a_left.line ? a_left.line : INT_MAX) <
+                                (a_right.line ? a_right.line : INT_MAX);
+                     });
+    return a_problems;
+}
+
 QVector<ValidationProblem> CameraValidator::checkAll()
 {
     if (!m_camera)
         return {};
     QHash<QString, QVector<ValidationProblem>> unknown = checkUnknownContent();
-    const auto byLine = [](QVector<ValidationProblem> a_problems) {
-        // Problems of edited content have no line and stay after those read from the file.
-        std::stable_sort(a_problems.begin(), a_problems.end(),
-                         [](const ValidationProblem& a_left, const ValidationProblem& a_right) {
-                             return (a_left.line ? a_left.line : INT_MAX) <
-                                    (a_right.line ? a_right.line : INT_MAX);
-                         });
-        return a_problems;
-    };
     QVector<ValidationProblem> all = byLine(checkGlobal() + unknown.take(QString()));
     const QVector<ValidationProblem> names = checkModeNames();
     const QVector<ModeElement*> modes = m_camera->modes();

@@ -63,6 +63,9 @@ public:
     QHash<QString, QVector<ValidationProblem>> checkUnknownContent();
 
     static int count(const QVector<ValidationProblem>& a_problems, ValidationProblem::Severity a_severity);
+    // a_problems by the line they were read from; problems of edited content have no line and keep
+    // their order after those read from the file.
+    static QVector<ValidationProblem> byLine(QVector<ValidationProblem> a_problems);
 
 private:
     void checkCategory(const CategoryElementBase* a_category, const QStringList& a_scopePath);

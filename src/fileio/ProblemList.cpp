@@ -73,15 +73,7 @@ int ProblemList::count(ValidationProblem::Severity a_severity) const
 
 void ProblemList::assemble()
 {
-    const auto byLine = [](QVector<ValidationProblem> a_problems) {
-        std::stable_sort(a_problems.begin(), a_problems.end(),
-                         [](const ValidationProblem& a_left, const ValidationProblem& a_right) {
-                             return (a_left.line ? a_left.line : INT_MAX) <
-                                    (a_right.line ? a_right.line : INT_MAX);
-                         });
-        return a_problems;
-    };
-    m_problems = byLine(m_global + m_unknown.value(nullptr));
+    m_problems = CameraValidator::byLine(m_global + m_unknown.value(nullptr));
     const QVector<ModeElement*> modes = m_camera->modes();
     for (int index = 0; index < modes.size(); ++index) {
         const ModeElement* mode = modes.at(index);
@@ -92,7 +84,7 @@ void ProblemList::assemble()
         // Kept content follows its mode through renames.
         for (ValidationProblem& problem : unknown)
             problem.mode = mode->name();
-        m_problems += byLine(m_modes.value(mode) + unknown);
+        m_problems += CameraValidator::byLine(m_modes.value(mode) + unknown);
     }
     emit changed();
 }
