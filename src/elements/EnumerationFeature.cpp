@@ -51,10 +51,9 @@ QString EnumerationFeature::displayText(size_t a_index) const
 
 QSize EnumerationFeature::maxSize() const
 {
+    // Boxes are sized by a fixed contents length, not by their entries, so an empty probe measures them.
     QComboBox probe;
     setComboBoxSize(&probe);
-    for (const Entry& entry : m_entries)
-        probe.addItem(itemText(entry));
     return measuredSize(probe);
 }
 
