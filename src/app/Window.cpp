@@ -25,6 +25,7 @@
 #include "fileio/CameraFileSession.h"
 #include "platform/DocumentFileWatcher.h"
 #include "widgets/DragMenu.h"
+#include "widgets/FocusRing.h"
 
 #include <QAction>
 #include <QApplication>
@@ -93,6 +94,7 @@ Window::Window(QWidget* a_parent) : QMainWindow(a_parent)
     createShortcuts();
     connectSources();
     qApp->installEventFilter(this);
+    m_focusRing = new FocusRing(this);
 
     resize(InitialWidth, InitialHeight);
     QSettings settings;
@@ -113,6 +115,7 @@ Window::Window(QWidget* a_parent) : QMainWindow(a_parent)
 Window::~Window()
 {
     qApp->removeEventFilter(this);
+    delete m_focusRing;
     closePreviews();
     storeGeometry();
     m_treeModel->setWindowElement(nullptr);
