@@ -279,13 +279,17 @@ private slots:
                         ORVEX_THROW(OperationCanceledException, "stopped");
                     throw 7;
                 });
-            } else if (step.startsWith("W:")) {
-                // The user had closed the Problems dock; the file's problems bring it back.
-                m_window->problemsDock()->close();
-                QByteArray bytes = diskState(m_document);
-                QVERIFY(writeFile(m_dir->filePath("bad.lumex"), bytes.replace(arg.section('=', 0, 0).toUtf8(),
+            } else if (step.startsWith("W:") || step == "p") {
+                if (step != "p") {
+                    // The user had closed the Problems dock; the file's problems bring it back.
+                    m_window->problemsDock()->close();
+                    QByteArray bytes = diskState(m_document);
+                    QVERIFY(
+                        writeFile(m_dir->filePath("bad.lumex"), bytes.replace(arg.section('=', 0, 0).toUtf8(),
                                                                               arg.section('=', 1).toUtf8())));
-                QVERIFY(m_window->openFile(m_dir->filePath("bad.lumex")));
+                    QVERIFY(m_window->openFile(m_dir->filePath("bad.lumex")));
+                    seen += " status:" + m_window->statusBar()->currentMessage().replace(' ', '_');
+                }
                 QTreeWidget* table = m_window->problemsDock()->table();
                 seen += QString(" %1[%2]").arg(m_window->problemsDock()->isVisible() ? "shown" : "closed",
                                                m_window->problemsDock()->windowTitle());
@@ -293,7 +297,9 @@ private slots:
                     seen += " " + table->topLevelItem(row)->text(ProblemsDock::ModeColumn) + "," +
                             table->topLevelItem(row)->text(ProblemsDock::PathColumn) + ":" +
                             table->topLevelItem(row)->text(ProblemsDock::LineColumn);
-                seen += " status:" + m_window->statusBar()->currentMessage().replace(' ', '_');
+            } else if (step.startsWith("R:")) {
+                CameraTreeModel* model = m_window->cameraTreeModel();
+                QVERIFY(model->setData(m_window->cameraTreeView()->currentIndex(), arg));
             } else if (step.startsWith("G:") || step.startsWith("S:") || step[0] == 'g') {
                 FeatureNavigator* navigator = m_window->featureNavigator();
                 bool went = false;
@@ -354,7 +360,7 @@ private slots:
                         (ring->widget() != focus && !ring->widget()->isAncestorOf(focus)))
                         seen += "(no ring)";
                 }
-            } else if (step.startsWith("R:")) {
+            } else if (step.startsWith("E:")) {
                 // Renames the current mode in the tree's own editor, as a double click opens it.
                 m_window->cameraTreeView()->edit(m_window->cameraTreeView()->currentIndex());
                 auto* editor = m_window->cameraTreeView()->viewport()->findChild<QLineEdit*>();
