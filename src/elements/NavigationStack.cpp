@@ -87,21 +87,29 @@ void NavigationStack::fillHistoryMenu(QMenu* a_menu)
         return;
     const auto [first, last] = HistoryMenu::span(m_entries.size(), m_index);
     HistoryMenu menu(a_menu, QStringLiteral("NavigationStackHistoryGroup"));
-    const QIcon behindIcon = a_menu->style()->standardIcon(QStyle::SP_ArrowLeft);
-    const QIcon aheadIcon = a_menu->style()->standardIcon(QStyle::SP_ArrowRight);
+    loadArrowIcons(a_menu->style());
 
     for (int position = first; position >= last; --position) {
         const ElementBase* element = m_entries.at(position);
         if (!isReachable(position))
             continue;
         const QString text = entryText(element);
-        const QIcon icon = position < m_index ? behindIcon : position > m_index ? aheadIcon : QIcon();
+        const QIcon icon = position < m_index ? m_behindIcon : position > m_index ? m_aheadIcon : QIcon();
         QAction* entry = menu.addEntry(icon, HistoryMenu::shortened(text), text);
         entry->setData(position);
         if (position == m_index)
             HistoryMenu::markCurrent(entry);
         connect(entry, &QAction::triggered, this, &NavigationStack::onNavigateSelection);
     }
+}
+
+void NavigationStack::loadArrowIcons(const QStyle* a_style)
+{
+    if (m_arrowStyle && a_style == m_arrowStyle)
+        return;
+    m_arrowStyle = a_style;
+    m_behindIcon = a_style->standardIcon(QStyle::SP_ArrowLeft);
+    m_aheadIcon = a_style->standardIcon(QStyle::SP_ArrowRight);
 }
 
 void NavigationStack::emit_actionEnabled()
