@@ -218,13 +218,6 @@ QVector<ValidationProblem> CameraValidator::checkModeNames()
         ++uses[mode->name()];
     for (const ModeElement* mode : modes) {
         ValidationProblem problem;
-        problem.mode = mode->name();
-        problem.path = QStringLiteral("@name");
-        problem.locator = ElementLocator::locate(m_camera, mode);
-        if (m_tree) {
-            if (const LumexTreeElement* node = m_tree->modeNode(mode))
-                problem.line = node->line();
-        }
         if (mode->name().isEmpty())
             problem.message = QStringLiteral("The mode has an empty name; a mode needs a name");
         else if (!s_modeName.match(mode->name()).hasMatch())
@@ -236,8 +229,17 @@ QVector<ValidationProblem> CameraValidator::checkModeNames()
             problem.message =
                 QStringLiteral("The mode name %1 is used by more than one mode; each mode needs its own name")
                     .arg(quoted(mode->name()));
-        if (!problem.message.isEmpty())
-            found << problem;
+        if (problem.message.isEmpty())
+            continue;
+        // Placing a mode walks the camera's modes and the file's: only for the few names that are wrong.
+        problem.mode = mode->name();
+        problem.path = QStringLiteral("@name");
+        problem.locator = ElementLocator::locate(m_camera, mode);
+        if (m_tree) {
+            if (const LumexTreeElement* node = m_tree->modeNode(mode))
+                problem.line = node->line();
+        }
+        found << problem;
     }
     return found;
 }
