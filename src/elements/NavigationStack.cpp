@@ -87,29 +87,27 @@ void NavigationStack::fillHistoryMenu(QMenu* a_menu)
         return;
     const auto [first, last] = HistoryMenu::span(m_entries.size(), m_index);
     HistoryMenu menu(a_menu, QStringLiteral("NavigationStackHistoryGroup"));
-    loadArrowIcons(a_menu->style());
+    // Kept from the first fill: a style makes its icons from image files every time it is asked, and the
+    // menu is filled again at every page the user visits.
+    if (m_behindIcon.isNull())
+        m_behindIcon = a_menu->style()->standardIcon(QStyle::SP_ArrowLeft);
+    if (m_aheadIcon.isNull())
+        m_aheadIcon = a_menu->style()->standardIcon(QStyle::SP_ArrowRight);
+    const QIcon& behindIcon = m_behindIcon;
+    const QIcon& aheadIcon = m_aheadIcon;
 
     for (int position = first; position >= last; --position) {
         const ElementBase* element = m_entries.at(position);
         if (!isReachable(position))
             continue;
         const QString text = entryText(element);
-        const QIcon icon = position < m_index ? m_behindIcon : position > m_index ? m_aheadIcon : QIcon();
+        const QIcon icon = position < m_index ? behindIcon : position > m_index ? aheadIcon : QIcon();
         QAction* entry = menu.addEntry(icon, HistoryMenu::shortened(text), text);
         entry->setData(position);
         if (position == m_index)
             HistoryMenu::markCurrent(entry);
         connect(entry, &QAction::triggered, this, &NavigationStack::onNavigateSelection);
     }
-}
-
-void NavigationStack::loadArrowIcons(const QStyle* a_style)
-{
-    if (m_arrowStyle && a_style == m_arrowStyle)
-        return;
-    m_arrowStyle = a_style;
-    m_behindIcon = a_style->standardIcon(QStyle::SP_ArrowLeft);
-    m_aheadIcon = a_style->standardIcon(QStyle::SP_ArrowRight);
 }
 
 void NavigationStack::emit_actionEnabled()

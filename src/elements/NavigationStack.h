@@ -4,7 +4,6 @@
 #include <QList>
 #include <QObject>
 #include <QPointer>
-#include <QStyle>
 
 #include <cstddef>
 
@@ -65,17 +64,13 @@ private:
     int liveAfter(int a_position) const;
     void switchTo(int a_position);
     void trimToMaxDepth();
-    void loadArrowIcons(const QStyle* a_style);
 
     QList<QPointer<ElementBase>> m_entries;
+    QIcon m_behindIcon;
+    QIcon m_aheadIcon;
     int m_index = -1;
     int m_maxDepth = DefaultMaxDepth;
     bool m_busy = false;
-    // The style decodes its icons from image files on every request, and the menu is refilled after
-    // every edit, undo and redo; the icons are kept for as long as the style stays.
-    QPointer<const QStyle> m_arrowStyle;
-    QIcon m_behindIcon;
-    QIcon m_aheadIcon;
 };
 
 } // namespace Orvex
