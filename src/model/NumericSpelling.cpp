@@ -143,9 +143,13 @@ bool NumericSpelling::underflows(const QString& a_text, NumericValue::RepTypeEnu
     if (a_type != NumericValue::RT_float && a_type != NumericValue::RT_double)
         return false;
     const QString text = a_text.trimmed();
-    const int exponent = text.indexOf(QRegularExpression(QStringLiteral("[eE]")));
-    const QString mantissa = exponent < 0 ? text : text.left(exponent);
-    if (!mantissa.contains(QRegularExpression(QStringLiteral("[1-9]"))))
+    bool nonZeroDigit = false;
+    for (const QChar character : text) {
+        if (character == QLatin1Char('e') || character == QLatin1Char('E'))
+            break;
+        nonZeroDigit = nonZeroDigit || (character >= QLatin1Char('1') && character <= QLatin1Char('9'));
+    }
+    if (!nonZeroDigit)
         return false;
     bool ok = false;
     const double number = QLocale::c().toDouble(text, &ok);
