@@ -87,8 +87,14 @@ void NavigationStack::fillHistoryMenu(QMenu* a_menu)
         return;
     const auto [first, last] = HistoryMenu::span(m_entries.size(), m_index);
     HistoryMenu menu(a_menu, QStringLiteral("NavigationStackHistoryGroup"));
-    const QIcon behindIcon = a_menu->style()->standardIcon(QStyle::SP_ArrowLeft);
-    const QIcon aheadIcon = a_menu->style()->standardIcon(QStyle::SP_ArrowRight);
+    // Kept from the first fill: a style makes its icons from image files every time it is asked, and the
+    // menu is filled again at every page the user visits.
+    if (m_behindIcon.isNull())
+        m_behindIcon = a_menu->style()->standardIcon(QStyle::SP_ArrowLeft);
+    if (m_aheadIcon.isNull())
+        m_aheadIcon = a_menu->style()->standardIcon(QStyle::SP_ArrowRight);
+    const QIcon& behindIcon = m_behindIcon;
+    const QIcon& aheadIcon = m_aheadIcon;
 
     for (int position = first; position >= last; --position) {
         const ElementBase* element = m_entries.at(position);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QIcon>
 #include <QList>
 #include <QObject>
 #include <QPointer>
@@ -65,6 +66,8 @@ private:
     void trimToMaxDepth();
 
     QList<QPointer<ElementBase>> m_entries;
+    QIcon m_behindIcon;
+    QIcon m_aheadIcon;
     int m_index = -1;
     int m_maxDepth = DefaultMaxDepth;
     bool m_busy = false;
