@@ -1,10 +1,10 @@
 #pragma once
 
 #include <QDockWidget>
+#include <QLabel>
 #include <QPointer>
 #include <QString>
 
-class QLabel;
 class QTreeWidget;
 class QTreeWidgetItem;
 
@@ -62,7 +62,8 @@ private:
     QPointer<WindowElement> m_window;
     ProblemList* m_list = nullptr;
     QTreeWidget* m_table = nullptr;
-    QLabel* m_statusLabel = nullptr;
+    // The status bar takes it; whichever of the two goes first, the label goes once.
+    QPointer<QLabel> m_statusLabel;
     bool m_refreshPending = false;
 };
 

@@ -32,6 +32,7 @@
 #include <QProgressDialog>
 #include <QScopedValueRollback>
 #include <QSignalBlocker>
+#include <QStatusBar>
 #include <QUrl>
 
 #include <memory>
@@ -256,6 +257,13 @@ bool Window::loadDocument(const QString& a_filePath)
     dialog.reset();
     updateDocumentState();
     showQueuedMessages();
+    // A file with problems opens onto their list, so that none goes unnoticed behind a closed dock.
+    if (!m_problemsDock->problemList()->problems().isEmpty()) {
+        m_problemsDock->show();
+        m_problemsDock->raise();
+        statusBar()->showMessage(QStringLiteral("%1 has %2; the Problems list shows where")
+                                     .arg(QFileInfo(filePath).fileName(), m_problemsDock->summary()));
+    }
     return true;
 }
 

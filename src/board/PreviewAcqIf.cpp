@@ -56,6 +56,14 @@ PixelLayout bayerLayout(const std::string& a_value, bool a_wide, bool* a_found)
     return PixelLayout::Mono8;
 }
 
+// What the user reads when a run ends because the board or camera failed.
+QString interruptionText(int a_result)
+{
+    const char* why =
+        a_result == BA::ResultAcquisitionFailed ? "the acquisition failed" : QNStatusText(a_result);
+    return QStringLiteral("The run ended: %1.").arg(QString::fromUtf8(why));
+}
+
 } // namespace
 
 template <typename Result, typename Body>
@@ -158,6 +166,7 @@ bool PreviewAcqIf::setupMode(const QString& a_mode)
         const ScopedFrameLock lock(frameLock());
         if (!a_mode.isEmpty())
             m_modeName = a_mode;
+        setInterruption(QString());
         return setupSteps(function);
     });
     signalAcquisitionStateChanged();
@@ -257,6 +266,24 @@ quint64 PreviewAcqIf::framesDelivered()
 {
     const ScopedFrameLock lock(frameLock());
     return m_framesDelivered;
+}
+
+quint64 PreviewAcqIf::framesFailed()
+{
+    return guarded(ORVEX_FUNCTION_SIGNATURE, __LINE__, quint64(0), [&] {
+        const HwBrdHandle handle = m_streamer->handle();
+        if (handle == HwNoBoard)
+            return quint64(0);
+        QNInterruptCounters counters;
+        QNExceptionBase::throwOnFailure(QNInterruptGetCounters(handle, &counters), "QNInterruptGetCounters");
+        return quint64(counters.m_errors);
+    });
+}
+
+QString PreviewAcqIf::interruption()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_interruption;
 }
 
 double PreviewAcqIf::frameRate()
@@ -388,6 +415,7 @@ bool PreviewAcqIf::startRun(const char* a_function, unsigned a_line, quint64 a_f
             m_streamer->control(BA::CommandStart, BA::WaitForCompletion);
         m_framesDelivered = 0;
         m_fixedFrameCount = a_frameCount;
+        setInterruption(QString());
         setRunning(true);
         return true;
     });
@@ -401,6 +429,12 @@ void PreviewAcqIf::setRunning(bool a_running)
     m_running = a_running;
     m_paused = false;
     m_workerChanged.notify_all();
+}
+
+void PreviewAcqIf::setInterruption(const QString& a_text)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_interruption = a_text;
 }
 
 void PreviewAcqIf::workerLoop()
@@ -441,11 +475,12 @@ void PreviewAcqIf::handOver(int a_result, const BA::BufferRecord& a_record)
 {
     const ScopedFrameLock lock(frameLock());
     if (a_result != BA::ResultOk) {
-        // A camera unplugged mid-run ends here: the run stops, and the log says why.
+        // A camera unplugged mid-run ends here: the run stops, and the log and the viewer say why.
         logFailure(ORVEX_FUNCTION_SIGNATURE, __LINE__, "AcquisitionFailed",
                    "ERROR: the board or camera stopped delivering frames (result " +
                        std::to_string(a_result) + ")",
                    {"the acquisition failed", a_result, true});
+        setInterruption(interruptionText(a_result));
         // The board would go on filling buffers, and the worker handing them over, behind a preview
         // that shows itself stopped.
         m_streamer->control(BA::CommandAbort, BA::WaitForCompletion);

@@ -80,7 +80,9 @@ public:
     quint64 framesQueued() override;
     quint64 framesDropped() override;
     quint64 framesDelivered() override;
+    quint64 framesFailed() override;
     double frameRate() override;
+    QString interruption() override;
 
     // Empty while the board is not set up.
     Viewport::ScopedFrameLock getFrameLock() override;
@@ -96,6 +98,8 @@ private:
     bool startWorker(const char* a_function);
     bool startRun(const char* a_function, unsigned a_line, quint64 a_frameCount);
     void setRunning(bool a_running);
+    // Also forgets why an earlier run ended.
+    void setInterruption(const QString& a_text);
     void workerLoop();
     void acquireFrames();
     void handOver(int a_result, const BufferAcquisition::BufferRecord& a_record);
@@ -122,6 +126,7 @@ private:
     bool m_paused = false;
     std::atomic<bool> m_stopping{false};
     Failure m_lastFailure;
+    QString m_interruption;
     std::thread m_worker;
 };
 

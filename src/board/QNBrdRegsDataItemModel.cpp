@@ -16,9 +16,13 @@ QNBrdRegsDataItemModel::QNBrdRegsDataItemModel(QNBrdRegsAddressItemModel* a_addr
 
 QNBrdRegsDataItemModel::~QNBrdRegsDataItemModel() = default;
 
-bool QNBrdRegsDataItemModel::readRegister(const QString& a_address, quint32* a_value) const
+void QNBrdRegsDataItemModel::requestCurrentValue(const QString& a_address)
 {
-    return m_addressModel && m_addressModel->readRegister(a_address, a_value);
+    // The board's own registers live in the driver's memory and answer at once.
+    quint32 value = 0;
+    if (!m_addressModel || !m_addressModel->readRegister(a_address, &value))
+        value = 0;
+    showCurrentValue(value);
 }
 
 } // namespace Orvex

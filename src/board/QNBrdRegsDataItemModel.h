@@ -19,7 +19,7 @@ public:
     ~QNBrdRegsDataItemModel() override;
 
 protected:
-    bool readRegister(const QString& a_address, quint32* a_value) const override;
+    void requestCurrentValue(const QString& a_address) override;
 
 private:
     QPointer<QNBrdRegsAddressItemModel> m_addressModel;

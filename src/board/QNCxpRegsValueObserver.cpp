@@ -1,20 +1,52 @@
 #include "board/QNCxpRegsValueObserver.h"
 
+#include "board/CameraRegisterReader.h"
 #include "board/QNBrdDataSource.h"
 #include "board/QNRegisterAccess.h"
+#include "elements/ValueFeatureElementBase.h"
 
 namespace Orvex {
 
 QNCxpRegsValueObserver::QNCxpRegsValueObserver(QNBrdDataSource* a_dataSource, QObject* a_parent)
-    : QNRegsValueObserverBase(a_parent), m_dataSource(a_dataSource)
+    : ValueFeatureObserverBase(a_parent), m_dataSource(a_dataSource), m_reader(new CameraRegisterReader(this))
 {
+    connect(m_reader, &CameraRegisterReader::answered, this, &QNCxpRegsValueObserver::takeAnswer);
 }
 
 QNCxpRegsValueObserver::~QNCxpRegsValueObserver() = default;
 
-bool QNCxpRegsValueObserver::readRegister(const QString& a_address, quint32* a_value) const
+void QNCxpRegsValueObserver::observeValueChange(ValueFeatureElementBase* a_element, size_t a_index,
+                                                const QVariant& a_newValue, QVariant&)
 {
-    return QNRegisterAccess::readCameraRegister(m_dataSource, a_address, a_value);
+    quint32 address = 0;
+    if (!a_element || !m_dataSource || !m_dataSource->isBoardOpen() ||
+        !QNRegisterAccess::parseCameraAddress(a_newValue.toString(), &address))
+        return;
+    m_requests.insert(m_reader->read(m_dataSource->boardHandle(), address), {a_element, a_index, address});
+}
+
+bool QNCxpRegsValueObserver::isReading() const
+{
+    return m_reader->isReading();
+}
+
+void QNCxpRegsValueObserver::takeAnswer(quint64 a_ticket, bool a_read, quint32 a_value)
+{
+    const Request request = m_requests.take(a_ticket);
+    if (!a_read || !request.m_element)
+        return;
+    // A later request of the same write answers for it.
+    for (auto it = m_requests.cbegin(); it != m_requests.cend(); ++it) {
+        if (it.value().m_element == request.m_element && it.value().m_index == request.m_index)
+            return;
+    }
+    // The user may have typed another address meanwhile, or removed the write.
+    quint32 shown = 0;
+    if (request.m_index >= request.m_element->instanceCount() ||
+        !QNRegisterAccess::parseCameraAddress(request.m_element->value(request.m_index).toString(), &shown) ||
+        shown != request.m_address)
+        return;
+    QNRegisterAccess::fillSiblingData(request.m_element, request.m_index, a_value);
 }
 
 } // namespace Orvex

@@ -1,10 +1,8 @@
 #include "board/QNRegisterAccess.h"
 
 #include "board/Dec2HexValueObserver.h"
-#include "board/QNBrdDataSource.h"
 #include "elements/FeatureListFeatureBase.h"
 #include "elements/ValueFeatureElementBase.h"
-#include "platform/QNDriver.h"
 
 #include <limits>
 
@@ -80,19 +78,6 @@ void QNRegisterAccess::fillSiblingData(ValueFeatureElementBase* a_address, size_
 {
     if (auto* data = qobject_cast<ValueFeatureElementBase*>(sibling(a_address, QStringLiteral("data"))))
         data->userSetValue(a_index, hexText(a_value));
-}
-
-bool QNRegisterAccess::readCameraRegister(const QNBrdDataSource* a_source, const QString& a_addressText,
-                                          quint32* a_value)
-{
-    quint32 address = 0;
-    if (!a_source || !a_source->isBoardOpen() || !parseCameraAddress(a_addressText, &address))
-        return false;
-    std::uint32_t value = 0;
-    if (QNCXPReadReg(a_source->boardHandle(), address, &value) != 0)
-        return false;
-    *a_value = value;
-    return true;
 }
 
 QVariant QNRegisterAccess::dataRow(const QModelIndex& a_index, int a_role, const QString& a_typed,

@@ -10,7 +10,6 @@ namespace Orvex {
 
 class ElementBase;
 class FeatureElementBase;
-class QNBrdDataSource;
 class ValueFeatureElementBase;
 
 // What the register views share: a register write is one instance of a list feature whose members
@@ -37,11 +36,6 @@ public:
     // Puts a_value, as hexText, into instance a_index of the sibling "data" of a_address through its user
     // slot, so that the change can be undone like a typed one.
     static void fillSiblingData(ValueFeatureElementBase* a_address, size_t a_index, quint32 a_value);
-
-    // The value of the camera register at a_addressText on the open board of a_source; false without a
-    // board, for an address that does not parse and when the camera does not answer.
-    static bool readCameraRegister(const QNBrdDataSource* a_source, const QString& a_addressText,
-                                   quint32* a_value);
 
     // The two completer rows of a data field: row 0 the typed value as it will be stored, row 1
     // a_currentLabel and the register's current value. The edit role holds the value alone, which is

@@ -50,12 +50,25 @@ void QNRegsDataItemModelBase::latestValueChanged(const QString&)
 
 void QNRegsDataItemModelBase::readCurrentValue()
 {
-    quint32 value = 0;
+    const QString address = shownAddress();
+    if (address.isNull())
+        showCurrentValue(0);
+    else
+        requestCurrentValue(address);
+}
+
+QString QNRegsDataItemModelBase::shownAddress() const
+{
     const ValueFeatureElementBase* element = sourceElement();
-    if (!element || sourceIndex() < 0 ||
-        !readRegister(QNRegisterAccess::siblingAddress(element, size_t(sourceIndex())).toString(), &value))
-        value = 0;
-    const QString current = QNRegisterAccess::hexText(value);
+    if (!element || sourceIndex() < 0)
+        return QString();
+    const QString address = QNRegisterAccess::siblingAddress(element, size_t(sourceIndex())).toString();
+    return address.isNull() ? QStringLiteral("") : address;
+}
+
+void QNRegsDataItemModelBase::showCurrentValue(quint32 a_value)
+{
+    const QString current = QNRegisterAccess::hexText(a_value);
     // The popup is redrawn only for a value that changed, not at every periodic read.
     if (current == m_currentValue)
         return;

@@ -29,10 +29,14 @@ protected:
     // a_currentLabel names the current value's row ("Reg: ", "Cam: ").
     QNRegsDataItemModelBase(const QString& a_currentLabel, QObject* a_parent);
 
-    // The value of the register at a_address; false when nothing answers there.
-    virtual bool readRegister(const QString& a_address, quint32* a_value) const = 0;
-    // Called by the derived constructor, since the base cannot read through readRegister yet, and by
-    // whatever tells that the register's owner changed.
+    // Asks for the value of the register at a_address (the sibling address's text); the answer goes to
+    // showCurrentValue(), at once or later, 0 when nothing answers there.
+    virtual void requestCurrentValue(const QString& a_address) = 0;
+    void showCurrentValue(quint32 a_value);
+    // The text of the sibling address of the write being edited; null while none is.
+    QString shownAddress() const;
+    // Called by the derived constructor, since the base cannot read through requestCurrentValue yet,
+    // and by whatever tells that the register's owner changed.
     void readCurrentValue();
 
     void sourceChanged(ValueFeatureElementBase* a_element, int a_index) override;

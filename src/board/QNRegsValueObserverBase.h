@@ -4,7 +4,7 @@
 
 namespace Orvex {
 
-// Watches the address of a register write, for the board's own registers and the camera's alike: when
+// Watches the address of a register write whose register is read at once, as the board's own are: when
 // something answers at the address, the sibling data takes the value read, as an undoable change.
 class QNRegsValueObserverBase : public ValueFeatureObserverBase
 {

@@ -84,9 +84,19 @@ quint64 ImperativeAcquisitionInterface::framesDelivered()
     return 0;
 }
 
+quint64 ImperativeAcquisitionInterface::framesFailed()
+{
+    return 0;
+}
+
 double ImperativeAcquisitionInterface::frameRate()
 {
     return 0.0;
+}
+
+QString ImperativeAcquisitionInterface::interruption()
+{
+    return {};
 }
 
 } // namespace Viewport

@@ -27,7 +27,8 @@ public:
         FramesQueuedOperation = 0x100,
         FramesDroppedOperation = 0x200,
         FramesDeliveredOperation = 0x400,
-        AllOperations = 0x7FF
+        FramesFailedOperation = 0x800,
+        AllOperations = 0xFFF
     };
     Q_DECLARE_FLAGS(Operations, Operation)
 
@@ -62,8 +63,13 @@ public:
     virtual quint64 framesQueued();
     virtual quint64 framesDropped();
     virtual quint64 framesDelivered();
+    // Frames that came incomplete or damaged and were not shown.
+    virtual quint64 framesFailed();
     // Frames per second; 0 when unknown.
     virtual double frameRate();
+    // Why the last run ended on its own with a failure, in a sentence for the user; empty when it did
+    // not, and again once a run starts or the acquisition is set up anew.
+    virtual QString interruption();
 
 private:
     const Operations m_supported;

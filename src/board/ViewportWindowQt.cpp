@@ -114,6 +114,14 @@ void WindowQt::refresh()
     m_queuedLabel->setText(tr("Queued: %1").arg(acquisition->framesQueued()));
     m_droppedLabel->setText(tr("Dropped: %1").arg(acquisition->framesDropped()));
     m_deliveredLabel->setText(tr("Delivered: %1").arg(acquisition->framesDelivered()));
+    m_failedLabel->setText(tr("Failed: %1").arg(acquisition->framesFailed()));
+    // A run that ended on its own says why once; the next operation's outcome replaces the text.
+    const QString interruption = acquisition->interruption();
+    if (interruption != m_shownInterruption) {
+        m_shownInterruption = interruption;
+        if (!interruption.isEmpty())
+            m_statusLabel->setText(interruption);
+    }
 }
 
 void WindowQt::closeEvent(QCloseEvent* a_event)
@@ -245,6 +253,7 @@ void WindowQt::buildControls()
     m_queuedLabel = counter("queuedLabel", Op::FramesQueuedOperation);
     m_droppedLabel = counter("droppedLabel", Op::FramesDroppedOperation);
     m_deliveredLabel = counter("deliveredLabel", Op::FramesDeliveredOperation);
+    m_failedLabel = counter("failedLabel", Op::FramesFailedOperation);
     counterRow->addStretch();
     m_statusLabel = new QLabel(this);
     m_statusLabel->setObjectName(QStringLiteral("statusLabel"));

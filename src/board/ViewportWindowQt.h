@@ -86,10 +86,12 @@ private:
     QPointer<QLabel> m_queuedLabel;
     QPointer<QLabel> m_droppedLabel;
     QPointer<QLabel> m_deliveredLabel;
+    QPointer<QLabel> m_failedLabel;
     QPointer<QLabel> m_statusLabel;
     QPointer<QTimer> m_counterTimer;
     QPointer<QTimer> m_displayTimer;
     quint64 m_shownSerial = 0;
+    QString m_shownInterruption;
 };
 
 } // namespace Viewport

@@ -10,7 +10,6 @@
 #include "elements/NumericFeature.h"
 #include "elements/StringFeature.h"
 #include "elements/ValueFeatureElementBase.h"
-#include "elements/WindowElement.h"
 #include "fileio/LumexFailureWords.h"
 #include "model/LumexDiagnostics.h"
 #include "model/LumexTree.h"
@@ -76,8 +75,6 @@ void link(LumexTreeElement* a_node, const ElementBase* a_element)
 }
 
 } // namespace
-
-const QString LumexParser::OutOfRangeTitle = QStringLiteral("Values Out of Range");
 
 LumexParser::LumexParser(const QString& a_path, LumexTree* a_tree, ProgressStepper* a_progress)
     : m_path(a_path), m_tree(a_tree), m_progress(a_progress)
@@ -157,7 +154,6 @@ void LumexParser::parse(CameraElement* a_camera)
 {
     if (!a_camera)
         return;
-    m_outOfRange.clear();
     m_modesByName.clear();
     step(QStringLiteral("Loading global features"));
     parseCategory(a_camera->globalCategory(), nullptr);
@@ -167,7 +163,6 @@ void LumexParser::parse(CameraElement* a_camera)
     if (m_tree && !!root)
         populateNonSchemaCompliant(a_camera, root, m_tree->elementByPath({text(root.name())}, false));
     step(QStringLiteral("LUMEX parsing complete"));
-    reportOutOfRange(a_camera);
 }
 
 Lumex::ConstCamProperty LumexParser::parsePath(const QStringList& a_path, const PathHint* a_hint)
@@ -507,7 +502,6 @@ QString LumexParser::readValue(ValueFeatureElementBase* a_feature, size_t a_inde
         } else if (numeric && NumericSpelling::isWellFormed(value, numeric->representationType()) &&
                    NumericSpelling::underflows(value, numeric->representationType())) {
             a_feature->keepFileText(a_index, value, a_feature->valueFromText(QStringLiteral("0")));
-            m_outOfRange.append({name, value});
         } else {
             const QString family =
                 a_feature->isAttribute()
@@ -523,8 +517,6 @@ QString LumexParser::readValue(ValueFeatureElementBase* a_feature, size_t a_inde
         a_feature->keepFileText(a_index, value, a_feature->fixedValue());
         return QString();
     }
-    if (!a_feature->isWithinRange(a_feature->value(a_index)))
-        m_outOfRange.append({name, value});
     return QString();
 }
 
@@ -609,24 +601,6 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
             next->setLine(int(child->line()));
         populateNonSchemaCompliant(a_camera, *child, next);
     }
-}
-
-void LumexParser::reportOutOfRange(CameraElement* a_camera)
-{
-    if (m_outOfRange.isEmpty())
-        return;
-    QStringList values;
-    for (const OutOfRangeValue& value : qAsConst(m_outOfRange))
-        values << QStringLiteral("\"%1\" (%2)").arg(value.feature, quotedValue(value.text));
-    m_outOfRange.clear();
-    const QString message =
-        QStringLiteral("The file holds values outside the range of their features; they are kept as "
-                       "written: %1.")
-            .arg(values.join(QStringLiteral(", ")));
-    if (WindowElement* window = a_camera->windowElement())
-        window->queueMessage(OutOfRangeTitle, message);
-    else
-        qWarning().noquote() << message;
 }
 
 void LumexParser::breathe()

@@ -62,9 +62,6 @@ public:
     ORVEX_DECLARE_EXCEPTION(BadCameraObjectException);
     ORVEX_DECLARE_EXCEPTION(BadModeException);
 
-    // The title of the message that names the values kept outside their features' range.
-    static const QString OutOfRangeTitle;
-
     // Loads the file; throws LumexLoadException with the markup library's diagnostics as an HTML list
     // when it cannot. The tree and the stepper (which may be null) are not owned.
     LumexParser(const QString& a_path, LumexTree* a_tree, ProgressStepper* a_progress);
@@ -86,12 +83,6 @@ public:
     void parse(CameraElement* a_camera);
 
 private:
-    struct OutOfRangeValue
-    {
-        QString feature;
-        QString text;
-    };
-
     // The node at a_path, from the hint's node when there is a hint, else from the root; null when
     // the file has none.
     Lumex::ConstCamProperty parsePath(const QStringList& a_path, const PathHint* a_hint);
@@ -100,12 +91,11 @@ private:
     // Whether a mode category is in the file, linking its element when it is.
     bool parseCategoryPresence(GenericModeCategory* a_category, const PathHint& a_modeHint);
     void parseFeature(FeatureElementBase* a_feature, const PathHint& a_hint);
-    // Stores the value of a_text in instance a_index, noting a value out of range; why the feature
+    // Stores the value of a_text in instance a_index, keeping a value out of range as read; why the feature
     // cannot hold it otherwise, empty when it can.
     QString readValue(ValueFeatureElementBase* a_feature, size_t a_index, const QString& a_text);
     void populateNonSchemaCompliant(CameraElement* a_camera, const Lumex::ConstCamProperty& a_node,
                                     LumexTreeElement* a_treeElement);
-    void reportOutOfRange(CameraElement* a_camera);
 
     // Where a_node is, for a failure at the feature (or category) whose element path is a_path: the
     // file, the node's line, the mode being read, and a_problem in the user's words.
@@ -122,7 +112,6 @@ private:
     QString m_mode;
     QPointer<LumexTree> m_tree;
     QPointer<ProgressStepper> m_progress;
-    QVector<OutOfRangeValue> m_outOfRange;
     // The modes as the file names them, for the walk over content the schema does not know, which meets
     // every mode again.
     QHash<QString, ModeElement*> m_modesByName;

@@ -80,11 +80,23 @@ void ProblemList::assemble()
         for (const ValidationProblem& problem : qAsConst(m_names))
             if (problem.locator.steps().value(0, -1) == index)
                 m_problems << problem;
-        QVector<ValidationProblem> unknown = m_unknown.value(mode);
-        // Kept content follows its mode through renames.
-        for (ValidationProblem& problem : unknown)
+        QVector<ValidationProblem> own = m_modes.value(mode) + m_unknown.value(mode);
+        if (own.isEmpty())
+            continue;
+        // Problems found before modes moved, came or went, or before a rename, follow their mode: the
+        // way to their element starts again from where the mode stands now.
+        const ElementLocator modeWay = ElementLocator::locate(m_camera, m_camera).child(index);
+        for (ValidationProblem& problem : own) {
             problem.mode = mode->name();
-        m_problems += CameraValidator::byLine(m_modes.value(mode) + unknown);
+            const QVector<int> steps = problem.locator.steps();
+            if (!problem.locator.isValid() || steps.isEmpty())
+                continue;
+            ElementLocator way = modeWay;
+            for (int step = 1; step < steps.size(); ++step)
+                way = way.child(steps.at(step));
+            problem.locator = way;
+        }
+        m_problems += CameraValidator::byLine(own);
     }
     emit changed();
 }

@@ -219,9 +219,13 @@ int CameraFrameSource::waitForFrame(Frame* a_frame, int a_timeoutMs)
                 m_abortPending = false;
                 return BA::ResultAborted;
             }
+            // Said once per run: afterwards the wait goes on quietly, as for any stopped camera, so that
+            // the consumer is not woken again and again by a camera that is gone.
+            if (m_camera->m_lost && m_acquiring) {
+                m_acquiring = false;
+                return QNStatusCameraLost;
+            }
         }
-        if (m_camera->m_lost)
-            return BA::ResultAcquisitionFailed;
         const gint64 left = deadline - g_get_monotonic_time();
         if (left <= 0)
             return BA::ResultTimeout;

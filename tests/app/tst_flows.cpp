@@ -250,10 +250,10 @@ private slots:
         auto* address = qobject_cast<StringFeature*>(list->member(0, 0));
         model->setSource(qobject_cast<StringFeature*>(list->member(0, 1)), 0);
         const QModelIndex shown = model->index(1, 0);
-        QCOMPARE(shown.data().toString(), camera ? "Cam: 0x00000005" : "Reg: 0x0000001F");
+        QTRY_COMPARE(shown.data().toString(), camera ? "Cam: 0x00000005" : "Reg: 0x0000001F");
         if (!step.startsWith('=')) {
             address->userSetValue(0, step);
-            QCOMPARE(shown.data().toString(), current);
+            QTRY_COMPARE(shown.data().toString(), current);
             return;
         }
         const quint32 value = step.mid(1).toUInt();

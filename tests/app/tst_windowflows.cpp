@@ -7,6 +7,7 @@
 #include "app/FindDock.h"
 #include "app/FindResultsModel.h"
 #include "app/PreviewLauncher.h"
+#include "app/ProblemsDock.h"
 #include "app/Window.h"
 #include "app/WindowDocumentsPage.h"
 #include "app/WindowFind.h"
@@ -33,12 +34,14 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QSignalSpy>
+#include <QStatusBar>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 #include <QToolButton>
 #include <QTreeView>
+#include <QTreeWidget>
 #include <QUrl>
 
 #include <cstdio>
@@ -250,10 +253,31 @@ private slots:
                         ORVEX_THROW(OperationCanceledException, "stopped");
                     throw 7;
                 });
-            } else if (step.startsWith("G:") || step.startsWith("S:")) {
+            } else if (step.startsWith("W:")) {
+                // The user had closed the Problems dock; the file's problems bring it back.
+                m_window->problemsDock()->close();
+                QByteArray bytes = diskState(m_document);
+                QVERIFY(writeFile(m_dir->filePath("bad.lumex"), bytes.replace(arg.section('=', 0, 0).toUtf8(),
+                                                                              arg.section('=', 1).toUtf8())));
+                QVERIFY(m_window->openFile(m_dir->filePath("bad.lumex")));
+                QTreeWidget* table = m_window->problemsDock()->table();
+                seen += QString(" %1[%2]").arg(m_window->problemsDock()->isVisible() ? "shown" : "closed",
+                                               m_window->problemsDock()->windowTitle());
+                for (int row = 0; row < table->topLevelItemCount(); ++row)
+                    seen += " " + table->topLevelItem(row)->text(ProblemsDock::ModeColumn) + "," +
+                            table->topLevelItem(row)->text(ProblemsDock::PathColumn) + ":" +
+                            table->topLevelItem(row)->text(ProblemsDock::LineColumn);
+                seen += " status:" + m_window->statusBar()->currentMessage().replace(' ', '_');
+            } else if (step.startsWith("G:") || step.startsWith("S:") || step[0] == 'g') {
                 FeatureNavigator* navigator = m_window->featureNavigator();
                 bool went = false;
-                if (step.startsWith("S:")) {
+                if (step[0] == 'g') {
+                    // Row N of the Problems dock, with Enter.
+                    QTreeWidget* table = m_window->problemsDock()->table();
+                    table->setCurrentItem(table->topLevelItem(step.mid(1).toInt()));
+                    QTest::keyClick(table, Qt::Key_Return);
+                    went = navigator->lastTarget() != nullptr;
+                } else if (step.startsWith("S:")) {
                     FindDock* dock = m_window->find()->dock();
                     dock->showAndFocus();
                     QTest::keyClicks(dock->field(), arg);

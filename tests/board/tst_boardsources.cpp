@@ -467,6 +467,8 @@ private slots:
         model->setSource(writes.member(1, "data"), 0);
         source.setBoard(board == "none" ? QNBrdDataSource::noBoard : board.toUInt());
         model->setLatestValue(QString(OrvexTest::field("typed")));
+        if (camera)
+            QTRY_VERIFY(!static_cast<QNCxpRegsDataItemModel*>(model.data())->isReading());
         QCOMPARE(model->rowCount(), 2);
         const QModelIndex hex = model->index(0, 0);
         const QModelIndex current = model->index(1, 0);
@@ -536,7 +538,10 @@ private slots:
                                                   : QList<ValueFeatureObserverBase*>{&boardObserver});
         QSignalSpy dataChanges(writes.member(1, "data"), &ValueFeatureElementBase::valueChanged);
 
-        writes.member(1, "address")->userSetValue(0, QString(OrvexTest::field("typed")));
+        // Addresses typed one after the other before the camera answers.
+        for (const QByteArray& typed : OrvexTest::field("typed").split(';'))
+            writes.member(1, "address")->userSetValue(0, QString(typed));
+        QTRY_VERIFY(!cameraObserver.isReading());
         QCOMPARE(writes.member(1, "address")->stringValue(), QString(address));
         QCOMPARE(writes.member(1, "data")->stringValue(), QString(data));
         QCOMPARE(dataChanges.count(), data == "keep" ? 0 : 1);

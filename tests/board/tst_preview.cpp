@@ -11,6 +11,7 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QLabel>
 #include <QMetaEnum>
 #include <QPushButton>
 #include <QRegularExpression>
@@ -122,7 +123,8 @@ private slots:
 
     void waitResults_data()
     {
-        OrvexTest::addTableRows("tests/board/data/preview-wait-results.txt", {"code", "keepsRunning"});
+        OrvexTest::addTableRows("tests/board/data/preview-wait-results.txt",
+                                {"code", "keepsRunning", "message"});
     }
 
     void waitResults()
@@ -149,6 +151,10 @@ private slots:
             QTRY_COMPARE(changes.count(), 1);
             QCOMPARE(takeEvents(), QStringList{"control 4/256"});
         }
+        QCOMPARE(acquisition->interruption(), QString(OrvexTest::field("message")));
+        // The next run starts with nothing to report.
+        QVERIFY(acquisition->start());
+        QCOMPARE(acquisition->interruption(), QString());
     }
 
     void runs_data()
@@ -382,6 +388,16 @@ private slots:
             }
         }
         QVERIFY2(tinted.size() > 20, qPrintable(QString::number(tinted.size())));
+
+        // Frames the board failed on are counted beside the delivered ones.
+        HwBrdHandle handle = HwNoBoard;
+        HwBrdEntry entry;
+        QCOMPARE(HwSysBrdFind(HwSelectorFrameGrabber, g_board, &entry), 0);
+        QCOMPARE(HwBrdOpen(&entry, &handle, HwOpenDataSource), 0);
+        for (int i = 0; i < 3; ++i)
+            QCOMPARE(QNSimRaiseInterrupt(handle, QNInterruptError, -1), 0);
+        HwBrdClose(handle);
+        QTRY_COMPARE(window.findChild<QLabel*>("failedLabel")->text(), QStringLiteral("Failed: 3"));
 
         window.findChild<QPushButton*>("cleanupButton")->click();
         QTRY_VERIFY(window.displayedImage().isNull());

@@ -126,30 +126,6 @@ private slots:
                  listed.first().remove(QRegularExpression("^\\d+: |\n\\d+: ")));
     }
 
-    void keepsOutOfRangeValues()
-    {
-        QTemporaryDir dir;
-        CameraDocument document;
-        document.load(
-            OrvexTest::writtenFile(dir.filePath(QStringLiteral("camera.lumex")),
-                                   baseFile().replace("</features>", "<Gain>150</Gain><Offset>-0x81</Offset>"
-                                                                     "<Version>2</Version></features>")),
-            s_schema);
-
-        const auto value = [&](const char* a_name) {
-            return qobject_cast<ValueFeatureElementBase*>(document.global(a_name))->valueText(0);
-        };
-        QCOMPARE(QStringList({value("Gain"), value("Offset"), value("Version")}),
-                 QStringList({"150", "-0x81", "2"}));
-        QString title;
-        QString text;
-        QVERIFY(document.window.popMessage(title, text));
-        QCOMPARE(text,
-                 QStringLiteral("The file holds values outside the range of their features; they are kept as "
-                                "written: \"Gain\" (150), \"Offset\" (-0x81)."));
-        QCOMPARE(document.window.pendingMessageCount(), 0);
-    }
-
     void tellsStandard_data()
     {
         OrvexTest::addTableRows(QStringLiteral("tests/model/data/parser/standards.txt"),

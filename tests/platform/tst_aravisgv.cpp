@@ -1,7 +1,9 @@
 #include "BoardFixtures.h"
 #include "board/PreviewAcqIf.h"
+#include "board/ViewportWindowQt.h"
 #include "platform/QNDriver.h"
 
+#include <QLabel>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -42,6 +44,12 @@ private slots:
         }
         QVERIFY(m_handle != HwNoBoard);
         QVERIFY(QNIsCamera(m_handle));
+        QVERIFY(OrvexTest::writeFile(m_dir.filePath("gv.lumex"), R"(<quarnel_config><camera><modes>
+  <mode name="Full"><Sensor><Width>512</Width><Height>512</Height><PixelFormat>Mono8</PixelFormat></Sensor>
+    <Timing><FrameRate>100</FrameRate></Timing><Trigger><TriggerMode>Off</TriggerMode></Trigger></mode>
+  <mode name="Triggered"><Sensor><Width>64</Width><Height>64</Height></Sensor>
+    <Trigger><TriggerMode>On</TriggerMode><TriggerSource>Software</TriggerSource></Trigger></mode>
+</modes></camera></quarnel_config>)"));
     }
 
     void cleanupTestCase()
@@ -71,9 +79,6 @@ private slots:
 
     void preview()
     {
-        QVERIFY(OrvexTest::writeFile(m_dir.filePath("gv.lumex"), R"(<quarnel_config><camera><modes>
-  <mode name="Full"><Sensor><Width>512</Width><Height>512</Height><PixelFormat>Mono8</PixelFormat></Sensor>
-    <Timing><FrameRate>100</FrameRate></Timing></mode></modes></camera></quarnel_config>)"));
         PreviewAcqIf acquisition(m_board, m_dir.filePath("gv.lumex"), QStringLiteral("Full"));
         QVERIFY(acquisition.setupMode(QStringLiteral("Full")));
         QVERIFY(acquisition.startFixed(10));
@@ -84,6 +89,36 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(acquisition.framesDelivered() > 0, 10000);
         QVERIFY(acquisition.pause());
         QCOMPARE(acquisition.acquisitionState(), State::Paused);
+    }
+
+    // The camera holds a single software trigger until it sends the frame, so each trigger waits for the
+    // frame of the one before; a camera running freely would deliver more than were asked for.
+    void triggered()
+    {
+        PreviewAcqIf acquisition(m_board, m_dir.filePath("gv.lumex"), QStringLiteral("Triggered"));
+        QVERIFY(acquisition.setupMode(QStringLiteral("Triggered")));
+        QVERIFY(acquisition.start());
+        for (quint64 frames = 1; frames <= 4; ++frames) {
+            QVERIFY(acquisition.trigger());
+            QTRY_COMPARE_WITH_TIMEOUT(acquisition.framesDelivered(), frames, 10000);
+        }
+        QVERIFY(acquisition.stop());
+        QCOMPARE(acquisition.framesDelivered(), quint64(4));
+    }
+
+    // Ends the camera for good: the last case.
+    void cameraLost()
+    {
+        PreviewAcqIf acquisition(m_board, m_dir.filePath("gv.lumex"), QStringLiteral("Full"));
+        QVERIFY(acquisition.setupMode(QStringLiteral("Full")));
+        Viewport::WindowQt window(&acquisition);
+        QVERIFY(acquisition.start());
+        QTRY_VERIFY_WITH_TIMEOUT(acquisition.framesDelivered() > 0, 10000);
+        m_camera.kill();
+        QVERIFY(m_camera.waitForFinished(5000));
+        QTRY_COMPARE_WITH_TIMEOUT(acquisition.acquisitionState(), State::Stopped, 30000);
+        QTRY_COMPARE(window.findChild<QLabel*>("statusLabel")->text(),
+                     QStringLiteral("The run ended: the camera stopped answering."));
     }
 };
 

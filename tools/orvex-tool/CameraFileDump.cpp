@@ -2,8 +2,9 @@
 
 #include "elements/CameraElement.h"
 #include "elements/CameraGlobalCategory.h"
-#include "elements/FeatureListFeatureBase.h"
-#include "elements/GenericModeCategory.h"
+#include "elements/CategoryElementBase.h"
+#include "elements/FeatureIndex.h"
+#include "elements/ModeCategoryElementBase.h"
 #include "elements/ModeElement.h"
 #include "elements/ValueFeatureElementBase.h"
 
@@ -28,21 +29,10 @@ struct DumpNode
     QStringList textLines;
     std::vector<std::unique_ptr<DumpNode>> children;
 
-    DumpNode* child(const QString& a_segment)
-    {
-        for (const auto& existing : children) {
-            if (existing->segment == a_segment)
-                return existing.get();
-        }
-        children.push_back(std::make_unique<DumpNode>());
-        children.back()->segment = a_segment;
-        return children.back().get();
-    }
-
-    DumpNode* descendant(const QStringList& a_segments)
+    DumpNode* descendant(const QVector<QStringRef>& a_segments)
     {
         DumpNode* node = this;
-        for (const QString& segment : a_segments)
+        for (const QStringRef& segment : a_segments)
             node = node->child(segment);
         return node;
     }
@@ -57,66 +47,35 @@ struct DumpNode
         for (const auto& node : children)
             node->collect(a_scope, prefix + node->segment, a_lines);
     }
+
+private:
+    DumpNode* child(const QStringRef& a_segment)
+    {
+        for (const auto& existing : children) {
+            if (existing->segment == a_segment)
+                return existing.get();
+        }
+        children.push_back(std::make_unique<DumpNode>());
+        children.back()->segment = a_segment.toString();
+        return children.back().get();
+    }
 };
 
-QString indexed(const QString& a_name, bool a_repeated, size_t a_index)
-{
-    return a_repeated ? QStringLiteral("%1[%2]").arg(a_name).arg(a_index) : a_name;
-}
-
-class ScopeWalker
+// The values of one scope sorted into the tree of the elements that hold them.
+class ScopeDump
 {
 public:
-    explicit ScopeWalker(const QStringList& a_scopePath) : m_scopePath(a_scopePath) {}
-
-    void addFeature(const FeatureElementBase* a_feature, const QStringList& a_holderPath,
-                    const QStringList& a_segments)
+    void add(const FeatureIndex::Entry& a_entry)
     {
-        const QStringList path = a_feature->elementPath();
-        const QStringList segments = a_segments + path.mid(qMin(a_holderPath.size(), path.size()));
-        const QString name = a_feature->name();
-        const bool repeated = a_feature->maxOccurs() != 1;
-
-        if (auto* list = qobject_cast<const FeatureListFeatureBase*>(a_feature)) {
-            for (size_t instance = 0; instance < list->instanceCount(); ++instance) {
-                const QStringList instanceSegments =
-                    name.isEmpty() ? segments : segments + QStringList(indexed(name, repeated, instance));
-                const QStringList instancePath = name.isEmpty() ? path : path + QStringList(name);
-                for (const FeatureElementBase* member : list->instanceMembers(instance))
-                    addFeature(member, instancePath, instanceSegments);
-            }
-            return;
+        const QString text = CameraFileDump::escapedValue(a_entry.value);
+        QVector<QStringRef> segments = a_entry.path.splitRef(QLatin1Char('/'), Qt::SkipEmptyParts);
+        if (a_entry.feature->isAttribute()) {
+            const QString attribute = segments.takeLast().toString();
+            m_root.descendant(segments)->attributeLines << attribute + QLatin1Char('\t') + text;
+        } else {
+            m_root.descendant(segments)->textLines << text;
         }
-        auto* value = qobject_cast<const ValueFeatureElementBase*>(a_feature);
-        if (!value)
-            return;
-        const size_t count = value->instanceCount();
-        DumpNode* holder = m_root.descendant(segments);
-        const QString holderPath = segments.join(QLatin1Char('/'));
-        const QString prefix = holderPath.isEmpty() ? QString() : holderPath + QLatin1Char('/');
-        for (size_t instance = 0; instance < count; ++instance) {
-            const QString where = value->isAttribute()
-                                      ? prefix + QLatin1Char('@') + indexed(name, repeated, instance)
-                                  : name.isEmpty() ? holderPath
-                                                   : prefix + indexed(name, repeated, instance);
-            m_values.insert(where, {value->id(), instance});
-            const QString text = CameraFileDump::escapedValue(value->valueText(instance));
-            if (value->isAttribute()) {
-                holder->attributeLines
-                    << QLatin1Char('@') + indexed(name, repeated, instance) + QLatin1Char('\t') + text;
-            } else if (name.isEmpty()) {
-                if (count == 1)
-                    holder->textLines << text;
-            } else if (repeated || count == 1) {
-                holder->child(indexed(name, repeated, instance))->textLines << text;
-            }
-        }
-    }
-
-    void addCategory(const CategoryElementBase* a_category, const QStringList& a_segments)
-    {
-        for (const FeatureElementBase* feature : a_category->features())
-            addFeature(feature, m_scopePath, a_segments);
+        m_values.insert(a_entry.path, {a_entry.feature->id(), a_entry.instance});
     }
 
     void collect(const QString& a_scope, QStringList& a_lines) const
@@ -128,31 +87,30 @@ public:
     QPair<quint64, size_t> valueAt(const QString& a_path) const { return m_values.value(a_path, {0, 0}); }
 
 private:
-    QStringList m_scopePath;
     DumpNode m_root;
     QHash<QString, QPair<quint64, size_t>> m_values;
 };
 
-// Calls a_visit with each scope's name and its walker, once the walker has met the scope's values.
+// Calls a_visit with each scope's name and its values, in the order of the file.
 void forEachScope(const CameraElement* a_camera,
-                  const std::function<void(const QString&, const ScopeWalker&)>& a_visit)
+                  const std::function<void(const QString&, const ScopeDump&)>& a_visit)
 {
-    const CameraGlobalCategory* global = a_camera->globalCategory();
-    ScopeWalker camera(global->elementPath());
-    camera.addCategory(global, QStringList());
+    const auto dumpOf = [](const CategoryElementBase* a_category, const QStringList& a_scopePath,
+                           ScopeDump& a_dump) {
+        if (FeatureIndex::isPresent(a_category))
+            FeatureIndex::visit(a_category, a_scopePath, false,
+                                [&a_dump](const FeatureIndex::Entry& a_entry) { a_dump.add(a_entry); });
+    };
+    ScopeDump camera;
+    dumpOf(a_camera->globalCategory(), FeatureIndex::scopePath(a_camera), camera);
     a_visit(QStringLiteral("camera"), camera);
 
     for (const ModeElement* mode : a_camera->modes()) {
-        // The scope of a mode is its own "mode" element, below the path that holds the modes.
-        const QStringList modePath = mode->elementPath() << QStringLiteral("mode");
-        ScopeWalker walker(modePath);
-        for (const ModeCategoryElementBase* category : mode->categories()) {
-            auto* generic = qobject_cast<const GenericModeCategory*>(category);
-            if (generic && !generic->categoryFeature()->isEnabled())
-                continue;
-            walker.addCategory(category, QStringList());
-        }
-        a_visit(QStringLiteral("mode=") + mode->name(), walker);
+        ScopeDump dump;
+        const QStringList scopePath = FeatureIndex::scopePath(mode);
+        for (const ModeCategoryElementBase* category : mode->categories())
+            dumpOf(category, scopePath, dump);
+        a_visit(QStringLiteral("mode=") + mode->name(), dump);
     }
 }
 
@@ -162,8 +120,8 @@ QStringList CameraFileDump::lines(const CameraElement* a_camera)
 {
     QStringList result;
     if (a_camera) {
-        forEachScope(a_camera, [&](const QString& a_scope, const ScopeWalker& a_walker) {
-            a_walker.collect(a_scope, result);
+        forEachScope(a_camera, [&](const QString& a_scope, const ScopeDump& a_dump) {
+            a_dump.collect(a_scope, result);
         });
     }
     return result;
@@ -174,9 +132,9 @@ QString CameraFileDump::setValue(CameraElement* a_camera, const QString& a_scope
 {
     QPair<quint64, size_t> found{0, 0};
     if (a_camera) {
-        forEachScope(a_camera, [&](const QString& a_name, const ScopeWalker& a_walker) {
+        forEachScope(a_camera, [&](const QString& a_name, const ScopeDump& a_dump) {
             if (a_name == a_scope)
-                found = a_walker.valueAt(a_path);
+                found = a_dump.valueAt(a_path);
         });
     }
     auto* value = qobject_cast<ValueFeatureElementBase*>(ElementBase::findById(found.first));
