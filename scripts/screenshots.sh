@@ -6,6 +6,8 @@
 #   docs/extra-data.png       the extra-data dialog of that file
 #   docs/feature-editors.png  one editor of every kind, from the fixture in scripts/screenshot-fixture
 #   docs/changed-on-disk.png  the question when another program changes a file that has unsaved edits
+#   docs/problems-dock.png    the Problems dock of the example with six kinds of problem
+#   docs/problem-jump.png     the feature its fourth problem goes to, highlighted and focused
 # The editor is built as scripts/run.sh builds it, unless ORVEX_EDITOR names a built one.
 # ORVEX_SCREENSHOTS takes only the pictures it names (space separated, without ".png").
 set -euo pipefail
@@ -146,5 +148,22 @@ if wanted changed-on-disk; then
     mv "$work/Changed.new" "$work/Changed.lumex"
     dialog=$(wait_for_window '^Current File Changed$')
     shot changed-on-disk.png
+    stop_editor
+fi
+
+# The example with six kinds of problem (README, "Checking camera files"); its fourth problem is gone to
+# with Enter and taken while the highlight shows.
+if wanted problems-dock || wanted problem-jump; then
+    sed -e '75s|<Height>512</Height>|<Height>70000</Height>|' -e '76s|Mono8|Mono9|' \
+        -e '105s|Enable="true"|Enable="TRUE"|' -e '133s|<Height>2048</Height>|<Height>0x800</Height>|' \
+        -e '156s|<Gamma>0.45</Gamma>|<Gamma>0.45</Gamma><lab:darkFrame xmlns:lab="urn:lab">on</lab:darkFrame>|' \
+        -e 's|<Entry Index="64" Value="56"/>|<Entry Index="16" Value="56"/>|' \
+        "$top/examples/Example_CL.lumex" >"$work/Camera_with_problems.lumex"
+    start_editor '^Orvex \(' -F "$work/Camera_with_problems.lumex"
+    shot problems-dock.png
+    xdotool mousemove 220 617 click 1
+    xdotool key --delay 100 Down Down Down Return
+    sleep 0.15
+    shot problem-jump.png
     stop_editor
 fi

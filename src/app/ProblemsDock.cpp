@@ -60,6 +60,10 @@ void ProblemsDock::attach(WindowElement* a_window, const LumexTree* a_tree, cons
     m_window = a_window;
     connect(a_window->undoRedoStack(), &ActionStack::stateChanged, this, &ProblemsDock::scheduleRefresh);
     m_list->attach(a_window->camera(), a_tree, CameraValidator::readSchema(a_schemaPath));
+    // The short columns fit what the file holds; the message takes the rest. Once per document, as
+    // measuring every row after every edit would cost more than the check.
+    for (int column = SeverityColumn; column < MessageColumn; ++column)
+        m_table->resizeColumnToContents(column);
 }
 
 void ProblemsDock::detach()

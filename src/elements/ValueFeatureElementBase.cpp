@@ -158,6 +158,9 @@ QString ValueFeatureElementBase::valueText(size_t a_index) const
     const QVariant& held = m_values[a_index];
     const ReadText& read = m_readTexts[a_index];
     if (read.value.isValid()) {
+        // Untouched since it was read, the usual case, it needs no round trip through text.
+        if (NumericValue::isIdentical(held, read.value))
+            return read.text;
         // What the instance holds may have come back in another form (a fixed value given as text, an
         // edit through a widget), so it is compared as it would be read from its own text.
         bool ok = false;

@@ -216,15 +216,9 @@ QVector<ValidationProblem> CameraValidator::checkModeNames()
     const QVector<ModeElement*> modes = m_camera->modes();
     for (const ModeElement* mode : modes)
         ++uses[mode->name()];
-    for (const ModeElement* mode : modes) {
+    for (int index = 0; index < modes.size(); ++index) {
+        const ModeElement* mode = modes.at(index);
         ValidationProblem problem;
-        problem.mode = mode->name();
-        problem.path = QStringLiteral("@name");
-        problem.locator = ElementLocator::locate(m_camera, mode);
-        if (m_tree) {
-            if (const LumexTreeElement* node = m_tree->modeNode(mode))
-                problem.line = node->line();
-        }
         if (mode->name().isEmpty())
             problem.message = QStringLiteral("The mode has an empty name; a mode needs a name");
         else if (!s_modeName.match(mode->name()).hasMatch())
@@ -236,8 +230,17 @@ QVector<ValidationProblem> CameraValidator::checkModeNames()
             problem.message =
                 QStringLiteral("The mode name %1 is used by more than one mode; each mode needs its own name")
                     .arg(quoted(mode->name()));
-        if (!problem.message.isEmpty())
-            found << problem;
+        if (problem.message.isEmpty())
+            continue;
+        // Where the mode stands and its line cost a walk along the modes each, so only a problem pays.
+        problem.mode = mode->name();
+        problem.path = QStringLiteral("@name");
+        problem.locator = ElementLocator::locate(m_camera, m_camera).child(index);
+        if (m_tree) {
+            if (const LumexTreeElement* node = m_tree->modeNode(mode))
+                problem.line = node->line();
+        }
+        found << problem;
     }
     return found;
 }
@@ -251,14 +254,11 @@ void CameraValidator::checkCategory(const CategoryElementBase* a_category, const
 void CameraValidator::checkFeature(const FeatureElementBase* a_feature, const QStringList& a_holderPath,
                                    const QString& a_prefix)
 {
-    const QStringList path = a_feature->elementPath();
-    QString holder = a_prefix;
-    for (const QString& segment : path.mid(qMin(a_holderPath.size(), path.size())))
-        holder = joined(holder, segment);
     const QString name = a_feature->name();
     const bool repeated = a_feature->maxOccurs() != 1;
     const size_t count = a_feature->instanceCount();
     const QString shownName = a_feature->isAttribute() ? QLatin1Char('@') + name : name;
+    const auto holderOf = [&] { return holderPath(a_feature, a_holderPath, a_prefix); };
 
     if (count < a_feature->minOccurs() || count > a_feature->maxOccurs()) {
         const bool few = count < a_feature->minOccurs();
@@ -271,11 +271,13 @@ void CameraValidator::checkFeature(const FeatureElementBase* a_feature, const QS
                           .arg(qulonglong(count))
                           .arg(few ? QStringLiteral("at least") : QStringLiteral("at most"))
                           .arg(qulonglong(few ? a_feature->minOccurs() : a_feature->maxOccurs()));
-        add(ValidationProblem::Error, a_feature, FeatureElementBase::NoIndex, joined(holder, shownName),
+        add(ValidationProblem::Error, a_feature, FeatureElementBase::NoIndex, joined(holderOf(), shownName),
             message);
     }
 
     if (auto* list = qobject_cast<const FeatureListFeatureBase*>(a_feature)) {
+        const QString holder = holderOf();
+        const QStringList path = a_feature->elementPath();
         const QStringList memberHolder = name.isEmpty() ? path : path + QStringList(name);
         for (size_t instance = 0; instance < count; ++instance) {
             const QString prefix =
@@ -288,18 +290,34 @@ void CameraValidator::checkFeature(const FeatureElementBase* a_feature, const QS
     }
     if (auto* value = qobject_cast<const ValueFeatureElementBase*>(a_feature)) {
         for (size_t instance = 0; instance < count; ++instance)
-            checkValue(value, instance, joined(holder, indexed(shownName, repeated, instance)));
+            checkValue(value, instance,
+                       [&] { return joined(holderOf(), indexed(shownName, repeated, instance)); });
     }
 }
 
+QString CameraValidator::holderPath(const FeatureElementBase* a_feature, const QStringList& a_holderPath,
+                                    const QString& a_prefix)
+{
+    const QStringList path = a_feature->elementPath();
+    QString holder = a_prefix;
+    for (const QString& segment : path.mid(qMin(a_holderPath.size(), path.size())))
+        holder = joined(holder, segment);
+    return holder;
+}
+
 void CameraValidator::checkValue(const ValueFeatureElementBase* a_feature, size_t a_index,
-                                 const QString& a_path)
+                                 const std::function<QString()>& a_path)
 {
     const QString text = a_feature->valueText(a_index).trimmed();
-    const QString name =
-        a_feature->name().isEmpty() ? a_path.section(QLatin1Char('/'), -1) : a_feature->name();
+    // The path, and the name an unnamed feature takes from it, cost strings most values never need.
+    QString path;
+    QString name = a_feature->name();
+    if (name.isEmpty()) {
+        path = a_path();
+        name = path.section(QLatin1Char('/'), -1);
+    }
     const auto report = [&](ValidationProblem::Severity a_severity, const QString& a_message) {
-        add(a_severity, a_feature, a_index, a_path, a_message);
+        add(a_severity, a_feature, a_index, path.isEmpty() ? a_path() : path, a_message);
     };
 
     // An empty element takes the value its declaration gives, as a schema reads it; an empty attribute
@@ -465,6 +483,7 @@ int CameraValidator::lineOf(const FeatureElementBase* a_feature, size_t a_index)
 QHash<QString, QVector<ValidationProblem>> CameraValidator::checkUnknownContent()
 {
     QHash<QString, QVector<ValidationProblem>> found;
+    m_globalPath = m_camera ? m_camera->globalCategory()->elementPath().join(QLatin1Char('/')) : QString();
     if (m_tree && m_tree->root())
         collectUnknown(m_tree->root(), QString(), QString(), found);
     return found;
@@ -474,8 +493,7 @@ void CameraValidator::collectUnknown(const LumexTreeElement* a_node, const QStri
                                      const QString& a_path,
                                      QHash<QString, QVector<ValidationProblem>>& a_found) const
 {
-    const QString globalPath =
-        m_camera ? m_camera->globalCategory()->elementPath().join(QLatin1Char('/')) : QString();
+    const QString& globalPath = m_globalPath;
     for (const LumexTreeElement* child : a_node->childElements()) {
         QString mode = a_mode;
         QString path = a_path;
@@ -497,9 +515,13 @@ void CameraValidator::collectUnknown(const LumexTreeElement* a_node, const QStri
         const bool namespaceDeclaration =
             child->isAttribute() &&
             (child->name() == QLatin1String("xmlns") || child->name().startsWith(QLatin1String("xmlns:")));
-        const QString declaration = a_node->name() + QLatin1Char('/') + shownName;
-        const auto declared = m_schema.declared.constFind(declaration);
-        const bool known = !child->isText() && !child->isComment() && declared != m_schema.declared.cend();
+        // Content the editor read is declared and in place; only the rest is looked up, as the walk
+        // meets every element of the file.
+        const auto declared =
+            child->isSchemaCompliant() || child->isText() || child->isComment()
+                ? m_schema.declared.cend()
+                : m_schema.declared.constFind(a_node->name() + QLatin1Char('/') + shownName);
+        const bool known = child->isSchemaCompliant() || declared != m_schema.declared.cend();
         if (child->isComment() || child->isSchemaCompliant() || namespaceDeclaration || known ||
             (child->isText() && isBlank(child->value()))) {
             if (!child->isText() && !child->isComment() && !child->isAttribute())

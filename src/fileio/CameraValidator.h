@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <QVector>
 
+#include <functional>
+
 namespace Orvex {
 
 class CameraElement;
@@ -71,7 +73,12 @@ private:
     void checkCategory(const CategoryElementBase* a_category, const QStringList& a_scopePath);
     void checkFeature(const FeatureElementBase* a_feature, const QStringList& a_holderPath,
                       const QString& a_prefix);
-    void checkValue(const ValueFeatureElementBase* a_feature, size_t a_index, const QString& a_path);
+    // a_path gives the value's path, asked for only when there is a problem to report.
+    void checkValue(const ValueFeatureElementBase* a_feature, size_t a_index,
+                    const std::function<QString()>& a_path);
+    // The path of a_feature's holder below the scope a_holderPath, after a_prefix.
+    static QString holderPath(const FeatureElementBase* a_feature, const QStringList& a_holderPath,
+                              const QString& a_prefix);
     void checkUniqueKeys(const FeatureListFeatureBase* a_list, const QString& a_prefix);
     void add(ValidationProblem::Severity a_severity, const FeatureElementBase* a_feature, size_t a_index,
              const QString& a_path, const QString& a_message);
@@ -82,6 +89,8 @@ private:
     const CameraElement* m_camera = nullptr;
     const LumexTree* m_tree = nullptr;
     SchemaFacts m_schema;
+    // The global features' element path, "/"-joined, for the walk over unknown content.
+    QString m_globalPath;
     // The scope being checked.
     QString m_mode;
     QVector<ValidationProblem> m_found;

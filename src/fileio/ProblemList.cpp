@@ -25,8 +25,11 @@ void ProblemList::attach(const CameraElement* a_camera, const LumexTree* a_tree,
     for (auto found = unknown.cbegin(); found != unknown.cend(); ++found)
         m_unknown[found.key().isEmpty() ? nullptr : a_camera->modeByName(found.key())] += found.value();
     m_global = m_validator->checkGlobal();
-    for (const ModeElement* mode : a_camera->modes())
+    m_order = a_camera->modes();
+    for (const ModeElement* mode : qAsConst(m_order)) {
         m_modes.insert(mode, m_validator->checkMode(mode));
+        m_modeNames << mode->name();
+    }
     m_names = m_validator->checkModeNames();
     assemble();
 }
@@ -40,6 +43,8 @@ void ProblemList::detach()
     m_modes.clear();
     m_unknown.clear();
     m_names.clear();
+    m_order.clear();
+    m_modeNames.clear();
     m_problems.clear();
     if (had)
         emit changed();
@@ -50,19 +55,34 @@ void ProblemList::refresh(const ModeElement* a_mode)
     if (!m_camera || !m_validator)
         return;
     const QVector<ModeElement*> modes = m_camera->modes();
-    QHash<const ModeElement*, QVector<ValidationProblem>> kept;
-    kept.reserve(modes.size());
     const ModeElement* edited = a_mode ? a_mode : m_camera->currentMode();
-    for (const ModeElement* mode : modes) {
-        auto known = m_modes.find(mode);
-        if (known == m_modes.end() || mode == edited)
-            kept.insert(mode, m_validator->checkMode(mode));
-        else
-            kept.insert(mode, std::move(known.value()));
+    const bool reordered = modes != m_order;
+    if (reordered) {
+        // Modes came, went or moved: those still here keep what was found, new ones are checked.
+        QHash<const ModeElement*, QVector<ValidationProblem>> kept;
+        kept.reserve(modes.size());
+        for (const ModeElement* mode : modes) {
+            auto known = m_modes.find(mode);
+            if (known == m_modes.end() || mode == edited)
+                kept.insert(mode, m_validator->checkMode(mode));
+            else
+                kept.insert(mode, std::move(known.value()));
+        }
+        m_modes = std::move(kept);
+        m_order = modes;
+    } else if (m_modes.contains(edited)) {
+        m_modes[edited] = m_validator->checkMode(edited);
     }
-    m_modes = std::move(kept);
     m_global = m_validator->checkGlobal();
-    m_names = m_validator->checkModeNames();
+    // The names are judged together (duplicates), so they are checked again only when one changed.
+    QStringList names;
+    names.reserve(modes.size());
+    for (const ModeElement* mode : modes)
+        names << mode->name();
+    if (reordered || names != m_modeNames) {
+        m_names = m_validator->checkModeNames();
+        m_modeNames = names;
+    }
     assemble();
 }
 

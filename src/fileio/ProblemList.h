@@ -6,6 +6,7 @@
 #include <QHash>
 #include <QObject>
 #include <QPointer>
+#include <QStringList>
 #include <QVector>
 
 #include <memory>
@@ -55,6 +56,9 @@ private:
     // Found at open, by the mode they stand in (null: outside any mode).
     QHash<const ModeElement*, QVector<ValidationProblem>> m_unknown;
     QVector<ValidationProblem> m_names;
+    // The modes and their names as last checked.
+    QVector<ModeElement*> m_order;
+    QStringList m_modeNames;
     QVector<ValidationProblem> m_problems;
 };
 

@@ -143,13 +143,15 @@ bool NumericSpelling::underflows(const QString& a_text, NumericValue::RepTypeEnu
     if (a_type != NumericValue::RT_float && a_type != NumericValue::RT_double)
         return false;
     const QString text = a_text.trimmed();
-    bool nonZeroDigit = false;
-    for (const QChar character : text) {
-        if (character == QLatin1Char('e') || character == QLatin1Char('E'))
+    // Only a mantissa with a digit other than 0 can be too small; every number of a file passes here,
+    // so a plain scan rather than a pattern.
+    bool nonZero = false;
+    for (const QChar c : text) {
+        if (c == QLatin1Char('e') || c == QLatin1Char('E'))
             break;
-        nonZeroDigit = nonZeroDigit || (character >= QLatin1Char('1') && character <= QLatin1Char('9'));
+        nonZero = nonZero || (c >= QLatin1Char('1') && c <= QLatin1Char('9'));
     }
-    if (!nonZeroDigit)
+    if (!nonZero)
         return false;
     bool ok = false;
     const double number = QLocale::c().toDouble(text, &ok);

@@ -253,13 +253,17 @@ private slots:
                         ORVEX_THROW(OperationCanceledException, "stopped");
                     throw 7;
                 });
-            } else if (step.startsWith("W:")) {
-                // The user had closed the Problems dock; the file's problems bring it back.
-                m_window->problemsDock()->close();
-                QByteArray bytes = diskState(m_document);
-                QVERIFY(writeFile(m_dir->filePath("bad.lumex"), bytes.replace(arg.section('=', 0, 0).toUtf8(),
+            } else if (step.startsWith("W:") || step == "p") {
+                if (step != "p") {
+                    // The user had closed the Problems dock; the file's problems bring it back.
+                    m_window->problemsDock()->close();
+                    QByteArray bytes = diskState(m_document);
+                    QVERIFY(
+                        writeFile(m_dir->filePath("bad.lumex"), bytes.replace(arg.section('=', 0, 0).toUtf8(),
                                                                               arg.section('=', 1).toUtf8())));
-                QVERIFY(m_window->openFile(m_dir->filePath("bad.lumex")));
+                    QVERIFY(m_window->openFile(m_dir->filePath("bad.lumex")));
+                    seen += " status:" + m_window->statusBar()->currentMessage().replace(' ', '_');
+                }
                 QTreeWidget* table = m_window->problemsDock()->table();
                 seen += QString(" %1[%2]").arg(m_window->problemsDock()->isVisible() ? "shown" : "closed",
                                                m_window->problemsDock()->windowTitle());
@@ -267,7 +271,9 @@ private slots:
                     seen += " " + table->topLevelItem(row)->text(ProblemsDock::ModeColumn) + "," +
                             table->topLevelItem(row)->text(ProblemsDock::PathColumn) + ":" +
                             table->topLevelItem(row)->text(ProblemsDock::LineColumn);
-                seen += " status:" + m_window->statusBar()->currentMessage().replace(' ', '_');
+            } else if (step.startsWith("R:")) {
+                CameraTreeModel* model = m_window->cameraTreeModel();
+                QVERIFY(model->setData(m_window->cameraTreeView()->currentIndex(), arg));
             } else if (step.startsWith("G:") || step.startsWith("S:") || step[0] == 'g') {
                 FeatureNavigator* navigator = m_window->featureNavigator();
                 bool went = false;
