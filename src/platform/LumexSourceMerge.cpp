@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <string_view>
 
 namespace Lumex {
 
@@ -39,6 +40,62 @@ std::string content(const xmlNode* a_node)
 std::string trimmed(const std::string& a_text)
 {
     return QString::fromUtf8(a_text.data(), int(a_text.size())).trimmed().toStdString();
+}
+
+std::string_view bytes(const char* a_text)
+{
+    return a_text ? std::string_view(a_text) : std::string_view();
+}
+
+// Signatures are built for every element of both documents at every save, so they are hashed piece by
+// piece rather than from one string per element.
+std::size_t mixed(std::size_t a_seed, std::size_t a_value)
+{
+    return a_seed ^ (a_value + 0x9e3779b97f4a7c15ull + (a_seed << 6) + (a_seed >> 2));
+}
+
+constexpr std::size_t s_fnvOffset = 14695981039346656037ull;
+
+std::size_t fnv(std::size_t a_hash, std::string_view a_text)
+{
+    for (const char character : a_text)
+        a_hash = (a_hash ^ static_cast<unsigned char>(character)) * 1099511628211ull;
+    return a_hash;
+}
+
+std::size_t mixed(std::size_t a_seed, std::string_view a_text)
+{
+    return mixed(mixed(a_seed, a_text.size()), std::hash<std::string_view>()(a_text));
+}
+
+bool isAsciiSpace(char a_character)
+{
+    return a_character == ' ' || (a_character >= '\t' && a_character <= '\r');
+}
+
+// The value of an element without child elements, trimmed as trimmed() does. Most values are a single
+// text node of plain ASCII, which needs no copy.
+std::string_view valueText(const xmlNode* a_node, std::string& a_buffer)
+{
+    const xmlNode* child = a_node->children;
+    std::string_view text;
+    if (!child) {
+        text = std::string_view();
+    } else if (!child->next && child->type == XML_TEXT_NODE) {
+        text = bytes(reinterpret_cast<const char*>(child->content));
+    } else {
+        a_buffer = content(a_node);
+        text = a_buffer;
+    }
+    while (!text.empty() && isAsciiSpace(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && isAsciiSpace(text.back()))
+        text.remove_suffix(1);
+    if (!text.empty() && ((text.front() & 0x80) || (text.back() & 0x80))) {
+        a_buffer = trimmed(std::string(text));
+        text = a_buffer;
+    }
+    return text;
 }
 
 bool hasElements(const xmlNode* a_node)
@@ -155,6 +212,7 @@ Error LumexSourceMerge::merge(const CamFile& a_document, QByteArray& a_result)
             m_unit = indent.mid(indentOf(place->second.begin).size());
         break;
     }
+    m_signatures.reserve(2 * m_source.m_places.size());
     m_out.clear();
     m_out.reserve(m_text.size() + m_text.size() / 8);
     m_out += m_text.left(place->second.begin);
@@ -664,21 +722,26 @@ std::size_t LumexSourceMerge::signature(const xmlNode* a_node)
     const auto found = m_signatures.find(a_node);
     if (found != m_signatures.end())
         return found->second;
-    std::string text = qualifiedName(a_node);
-    text += '\1';
-    Attributes attributes = this->attributes(a_node);
-    std::sort(attributes.begin(), attributes.end());
-    for (const auto& attribute : attributes)
-        text += attribute.first + '=' + attribute.second + '\2';
+    // A copied element carries its prefix in its name, a parsed one in its namespace: both hash alike.
+    std::size_t name = s_fnvOffset;
+    if (a_node->ns && a_node->ns->prefix)
+        name = fnv(fnv(name, bytes(reinterpret_cast<const char*>(a_node->ns->prefix))), ":");
+    std::size_t result = mixed(0, fnv(name, bytes(reinterpret_cast<const char*>(a_node->name))));
+    if (a_node->properties || a_node->nsDef) {
+        Attributes attributes = this->attributes(a_node);
+        std::sort(attributes.begin(), attributes.end());
+        for (const auto& attribute : attributes)
+            result = mixed(mixed(result, attribute.first), attribute.second);
+    }
     if (hasElements(a_node)) {
         for (const xmlNode* child = a_node->children; child; child = child->next) {
             if (child->type == XML_ELEMENT_NODE)
-                text += std::to_string(signature(child)) + ',';
+                result = mixed(result, signature(child));
         }
     } else {
-        text += '\3' + trimmed(content(a_node));
+        std::string buffer;
+        result = mixed(mixed(result, std::size_t(3)), valueText(a_node, buffer));
     }
-    const std::size_t result = std::hash<std::string>()(text);
     m_signatures.emplace(a_node, result);
     return result;
 }

@@ -119,8 +119,10 @@ void ActionStack::fillHistoryMenu(QMenu* a_menu)
     // The current state lies just after the last applied action.
     const auto [first, last] = HistoryMenu::span(m_actions.size(), m_index - 1);
     HistoryMenu menu(a_menu, QStringLiteral("ActionStackHistoryGroup"));
-    const QIcon undoIcon(QStringLiteral(":/icons/Undo.png"));
-    const QIcon redoIcon(QStringLiteral(":/icons/Redo.png"));
+    if (m_undoIcon.isNull()) {
+        m_undoIcon = QIcon(QStringLiteral(":/icons/Undo.png"));
+        m_redoIcon = QIcon(QStringLiteral(":/icons/Redo.png"));
+    }
 
     bool currentAdded = false;
     const auto addCurrentState = [&]() {
@@ -135,7 +137,7 @@ void ActionStack::fillHistoryMenu(QMenu* a_menu)
         const QString prefix = redo ? QStringLiteral("Redo: ") : QStringLiteral("Undo: ");
         const QString description = m_actions.at(position)->description();
         QAction* entry =
-            menu.addEntry(redo ? redoIcon : undoIcon, prefix + HistoryMenu::shortened(description),
+            menu.addEntry(redo ? m_redoIcon : m_undoIcon, prefix + HistoryMenu::shortened(description),
                           QStringLiteral("<dl><dt><b>") + prefix + QStringLiteral("</b></dt><dd>") +
                               description.toHtmlEscaped() + QStringLiteral("</dd></dl>"));
         entry->setData(redo ? position + 1 : position);

@@ -2,6 +2,7 @@
 
 #include "undo/ActionBase.h"
 
+#include <QIcon>
 #include <QList>
 #include <QObject>
 #include <QSharedPointer>
@@ -83,6 +84,9 @@ private:
     QSharedPointer<ActionBatch> m_batch;
     int m_batchDepth = 0;
     bool m_busy = false;
+    // Decoded from their image files once: the history menu is refilled after every edit, undo and redo.
+    QIcon m_undoIcon;
+    QIcon m_redoIcon;
 };
 
 } // namespace Orvex

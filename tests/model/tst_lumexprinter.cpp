@@ -7,7 +7,9 @@
 #include "elements/GenericModeCategory.h"
 #include "elements/ModeCategoryElementBase.h"
 #include "elements/ModeElement.h"
+#include "elements/UndoRedoStack.h"
 #include "elements/ValueFeatureElementBase.h"
+#include "elements/WindowElement.h"
 #include "fileio/LumexPrinter.h"
 #include "model/OperationCanceledException.h"
 #include "platform/LumexSource.h"
@@ -98,6 +100,13 @@ bool applyEdit(CameraDocument& a_document, const QString& a_line)
     const QString where = a_line.section(QLatin1Char(' '), 1, 1);
     const QString argument = a_line.section(QLatin1Char(' '), 2);
     CameraElement* camera = a_document.camera();
+    if (verb == QLatin1String("undo-all")) {
+        UndoRedoStack* history = a_document.window.undoRedoStack();
+        const bool recorded = history->index() > 0;
+        while (history->index() > 0)
+            history->unapply();
+        return recorded;
+    }
     ModeElement* mode = camera->modeByName(where);
     if (verb == QLatin1String("clone")) {
         ModeElement* copy = mode->clone();
@@ -122,11 +131,23 @@ bool applyEdit(CameraDocument& a_document, const QString& a_line)
         feature->setEnabled(verb == QLatin1String("enable"));
         return true;
     }
+    // As the user does it: recorded in the history.
+    if (verb == QLatin1String("user-insert") || verb == QLatin1String("user-remove")) {
+        if (verb.endsWith(QLatin1String("insert")))
+            feature->userInsert(argument.toULong());
+        else
+            feature->userRemove(argument.toULong());
+        return true;
+    }
+    auto* value = qobject_cast<ValueFeatureElementBase*>(feature);
+    if (verb == QLatin1String("user-set") && value) {
+        value->userSetValue(instance, value->valueFromText(argument));
+        return value->valueText(instance) == argument;
+    }
     if (verb == QLatin1String("insert"))
         return feature->insertInstance(argument.toULong());
     if (verb == QLatin1String("remove"))
         return feature->removeInstance(argument.toULong());
-    auto* value = qobject_cast<ValueFeatureElementBase*>(feature);
     return verb == QLatin1String("set") && value && value->setValueFromText(instance, argument);
 }
 
