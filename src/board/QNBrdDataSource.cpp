@@ -1,5 +1,6 @@
 #include "board/QNBrdDataSource.h"
 
+#include "board/CameraSearch.h"
 #include "board/QNBrdDisplayName.h"
 
 #include <QSettings>
@@ -16,6 +17,8 @@ QNBrdDataSource::QNBrdDataSource(BoardTypes a_filter, QWidget* a_parent)
     setSizeAdjustPolicy(QComboBox::AdjustToContents);
     // activated() comes only from the user; the selection changes made here go through currentIndex.
     connect(this, QOverload<int>::of(&QComboBox::activated), this, &QNBrdDataSource::userSetBoard);
+    if (CameraSearch* search = CameraSearch::instance())
+        connect(search, &CameraSearch::camerasListed, this, &QNBrdDataSource::camerasListed);
     populate();
 }
 
@@ -90,6 +93,17 @@ void QNBrdDataSource::populate()
         switchTo(count() > 1 ? itemData(1).toInt() : -1);
     if (m_handle != before)
         emit sourceChanged();
+}
+
+void QNBrdDataSource::camerasListed()
+{
+    const QVector<QNBrdDisplayName::Board> boards = QNBrdDisplayName::boards(m_filter);
+    bool same = boards.size() == count() - 1;
+    for (int i = 0; same && i < boards.size(); ++i)
+        same = itemText(i + 1) == boards[i].name && itemData(i + 1).toInt() == boards[i].boardNumber;
+    // Filling again closes and opens the board, which the register views read anew.
+    if (!same)
+        populate();
 }
 
 void QNBrdDataSource::userSetBoard(int a_index)

@@ -59,6 +59,8 @@ public slots:
     void userSetBoard(int a_index);
 
 private:
+    // A search of the camera links ended: the list fills again if what it would list changed.
+    void camerasListed();
     bool switchTo(int a_boardNumber);
     void closeBoard();
     void rememberBoard(const QString& a_name);

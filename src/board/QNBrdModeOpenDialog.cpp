@@ -1,5 +1,6 @@
 #include "board/QNBrdModeOpenDialog.h"
 
+#include "board/CameraSearch.h"
 #include "board/QNBrdDisplayName.h"
 
 #include <QDialogButtonBox>
@@ -60,6 +61,8 @@ QNBrdModeOpenDialog::QNBrdModeOpenDialog(QWidget* a_parent) : QDialog(a_parent)
     }
 
     fitWidth(m_modeList);
+    if (CameraSearch* search = CameraSearch::instance())
+        connect(search, &CameraSearch::camerasListed, this, &QNBrdModeOpenDialog::listBoards);
     listBoards();
     validateSelection();
 }

@@ -35,16 +35,13 @@ void QNCxpRegsValueObserver::takeAnswer(quint64 a_ticket, bool a_read, quint32 a
     const Request request = m_requests.take(a_ticket);
     if (!a_read || !request.m_element)
         return;
-    // A later request of the same write answers for it.
-    for (auto it = m_requests.cbegin(); it != m_requests.cend(); ++it) {
-        if (it.value().m_element == request.m_element && it.value().m_index == request.m_index)
-            return;
-    }
-    // The user may have typed another address meanwhile, or removed the write.
+    // The user may have typed another address meanwhile, or undone the one asked for, or removed the write.
     quint32 shown = 0;
-    if (request.m_index >= request.m_element->instanceCount() ||
-        !QNRegisterAccess::parseCameraAddress(request.m_element->value(request.m_index).toString(), &shown) ||
-        shown != request.m_address)
+    const bool stillShown =
+        request.m_index < request.m_element->instanceCount() &&
+        QNRegisterAccess::parseCameraAddress(request.m_element->value(request.m_index).toString(), &shown) &&
+        shown == request.m_address;
+    if (!stillShown)
         return;
     QNRegisterAccess::fillSiblingData(request.m_element, request.m_index, a_value);
 }

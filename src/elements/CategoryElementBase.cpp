@@ -57,10 +57,10 @@ bool CategoryElementBase::addFeature(FeatureElementBase* a_feature)
 {
     if (!a_feature || a_feature->parentElement() != this || m_features.contains(a_feature))
         return false;
+    // Features that are gone are dropped here rather than each followed by a connection: a large file
+    // holds tens of thousands of them.
+    dropDestroyedFeatures();
     m_features.append(a_feature);
-    connect(a_feature, &QObject::destroyed, this, &CategoryElementBase::dropDestroyedFeatures);
-    if (WindowElement* window = windowElement())
-        window->watchWarnings(a_feature);
     if (m_form)
         addFeatureRow(a_feature);
     return true;

@@ -4,7 +4,7 @@
 
 #include <atomic>
 #include <limits>
-#include <map>
+#include <unordered_map>
 
 namespace Orvex {
 
@@ -12,10 +12,12 @@ namespace {
 
 std::atomic<quint64> s_nextId{1};
 
-// Function-local so that it exists before the first element registers, whenever that happens.
-std::map<quint64, ElementBase*>& registry()
+// Function-local so that it exists before the first element registers, whenever that happens. Only
+// ever looked up by id, never walked in order, so it is hashed: a large file registers tens of
+// thousands of elements.
+std::unordered_map<quint64, ElementBase*>& registry()
 {
-    static std::map<quint64, ElementBase*> s_registry;
+    static std::unordered_map<quint64, ElementBase*> s_registry;
     return s_registry;
 }
 

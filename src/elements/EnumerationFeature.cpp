@@ -30,8 +30,8 @@ EnumerationFeature::~EnumerationFeature() = default;
 bool EnumerationFeature::addEntry(const QString& a_value, const QString& a_documentation)
 {
     if (entryIndex(a_value) >= 0) {
-        emit warning(QStringLiteral("Duplicate Enumeration Entry"),
-                     QStringLiteral("Skipping enumeration entry duplicate, \"%1\".").arg(a_value));
+        warn(QStringLiteral("Duplicate Enumeration Entry"),
+             QStringLiteral("Skipping enumeration entry duplicate, \"%1\".").arg(a_value));
         return false;
     }
     m_entries.append({a_value, a_documentation});

@@ -274,11 +274,6 @@ FeatureElementBase* FeatureListFeatureBase::createMember(const FeatureElementBas
     if (!copy)
         return nullptr;
     m_members.append(copy);
-    connect(this, &FeatureListFeatureBase::doRaise, copy, &ElementBase::raise);
-    connect(this, &FeatureListFeatureBase::doLower, copy, &ElementBase::lower);
-    connect(copy, &WidgetElementBase::highlightActivated, this, [this] { setHighlightActive(true); });
-    connect(copy, &WidgetElementBase::highlightDeactivated, this,
-            &FeatureListFeatureBase::checkHighlightStatus);
     return copy;
 }
 
@@ -310,16 +305,37 @@ void FeatureListFeatureBase::checkHighlightStatus()
     setHighlightInactive();
 }
 
+// The members are reached through the list rather than by a connection each: a file may hold tens of
+// thousands of them, and every connection costs at load and at close.
 void FeatureListFeatureBase::onRaise()
 {
     FeatureElementBase::onRaise();
-    emit doRaise();
+    for (const QPointer<FeatureElementBase>& member : QVector<QPointer<FeatureElementBase>>(m_members)) {
+        if (member)
+            member->raise();
+    }
 }
 
 void FeatureListFeatureBase::onLower()
 {
     FeatureElementBase::onLower();
-    emit doLower();
+    for (const QPointer<FeatureElementBase>& member : QVector<QPointer<FeatureElementBase>>(m_members)) {
+        if (member)
+            member->lower();
+    }
+}
+
+void FeatureListFeatureBase::childHighlightChanged(const WidgetElementBase* a_child, bool a_active)
+{
+    const auto isChild = [a_child](const QPointer<FeatureElementBase>& a_member) {
+        return a_member.data() == a_child;
+    };
+    if (std::none_of(m_members.begin(), m_members.end(), isChild))
+        return;
+    if (a_active)
+        setHighlightActive(true);
+    else
+        checkHighlightStatus();
 }
 
 void FeatureListFeatureBase::insertInstanceValue(size_t a_index)

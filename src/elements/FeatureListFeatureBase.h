@@ -76,10 +76,6 @@ public:
 
     void highlight(size_t a_index) override;
 
-signals:
-    void doRaise();
-    void doLower();
-
 public slots:
     // Adds a member template; every existing instance gets a copy of it, with a row in its form when the
     // form exists. The list becomes the template's Qt parent. Returns false, taking nothing, for null,
@@ -97,6 +93,8 @@ protected slots:
 protected:
     void onRaise() override;
     void onLower() override;
+    // A member's highlight is the list's: it starts with the first member's and ends with the last.
+    void childHighlightChanged(const WidgetElementBase* a_child, bool a_active) override;
 
     void insertInstanceValue(size_t a_index) override;
     QWidget* createInstanceValueWidget(size_t a_index) override;

@@ -30,9 +30,6 @@ FeatureTableFeature::FeatureTableFeature(ElementBase* a_parentElement)
 FeatureTableFeature::FeatureTableFeature(const FeatureTableFeature* a_source, ElementBase* a_parentElement)
     : FeatureListFeatureBase(a_source, a_parentElement)
 {
-    // The base made the instances before this class's overrides were in place.
-    for (FeatureElementBase* member : members())
-        connectMember(member);
 }
 
 FeatureTableFeature::~FeatureTableFeature()
@@ -99,8 +96,13 @@ QTreeView* FeatureTableFeature::view() const
 
 FeatureTableFeatureModel* FeatureTableFeature::model()
 {
-    if (!m_model)
+    if (!m_model) {
         m_model = new FeatureTableFeatureModel(this);
+        // Members are followed only once there is a model to tell: a file holds tables in every mode,
+        // and most of them are never shown.
+        for (FeatureElementBase* member : members())
+            connectMember(member);
+    }
     return m_model;
 }
 
@@ -200,9 +202,9 @@ bool FeatureTableFeature::addMember(FeatureElementBase* a_member)
 {
     if (!FeatureListFeatureBase::addMember(a_member))
         return false;
-    for (FeatureElementBase* member : members())
-        connectMember(member);
     if (m_model) {
+        for (FeatureElementBase* member : members())
+            connectMember(member);
         m_model->featureSetChange();
         m_model->resizeColumn(m_model->columnCount() - 1);
     }
@@ -250,10 +252,11 @@ void FeatureTableFeature::insertInstanceValue(size_t a_index)
     if (m_model)
         m_model->beginInstanceInsert(a_index);
     FeatureListFeatureBase::insertInstanceValue(a_index);
-    for (FeatureElementBase* member : instanceMembers(a_index))
-        connectMember(member);
-    if (m_model)
+    if (m_model) {
+        for (FeatureElementBase* member : instanceMembers(a_index))
+            connectMember(member);
         m_model->endInstanceInsert();
+    }
 }
 
 void FeatureTableFeature::removeInstanceValue(size_t a_index)

@@ -72,7 +72,6 @@ bool ModeElement::insertCategory(int a_position, ModeCategoryElementBase* a_cate
     const int position =
         a_position < 0 || a_position > m_categories.size() ? m_categories.size() : a_position;
     m_categories.insert(position, a_category);
-    connect(a_category, &QObject::destroyed, this, &ModeElement::dropDestroyedCategories);
     return true;
 }
 

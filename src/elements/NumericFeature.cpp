@@ -111,9 +111,9 @@ void NumericFeature::setRepresentationType(RepTypeEnum a_representationType)
 {
     m_representationType = a_representationType;
     if (!NumericValue::implicitLimits(a_representationType)) {
-        emit warning(QStringLiteral("Bad Representation Type"),
-                     QStringLiteral("Unknown numeric representation type with id = %1.")
-                         .arg(int(a_representationType)));
+        warn(QStringLiteral("Bad Representation Type"),
+             QStringLiteral("Unknown numeric representation type with id = %1.")
+                 .arg(int(a_representationType)));
     }
     reconfigure();
 }

@@ -26,31 +26,39 @@ QString NumericSpinBox::textFromValue(double a_value) const
 
 QString NumericSpinBox::unitOf(const QString& a_documentation)
 {
-    // The units the documentation spells out, longest first where one begins another.
-    static const QVector<QPair<QString, QString>> units = {
-        {QStringLiteral("hundredths of a decibel"), QStringLiteral("\u00d7 0.01 dB")},
-        {QStringLiteral("frames per second"), QStringLiteral("fps")},
-        {QStringLiteral("lines per second"), QStringLiteral("lines/s")},
-        {QStringLiteral("nanoseconds"), QStringLiteral("ns")},
-        {QStringLiteral("microseconds"), QStringLiteral("\u00b5s")},
-        {QStringLiteral("milliseconds"), QStringLiteral("ms")},
-        {QStringLiteral("seconds"), QStringLiteral("s")},
-        {QStringLiteral("millimetres"), QStringLiteral("mm")},
-        {QStringLiteral("millimeters"), QStringLiteral("mm")},
-        {QStringLiteral("MHz"), QStringLiteral("MHz")},
-        {QStringLiteral("kHz"), QStringLiteral("kHz")},
-        {QStringLiteral("Hz"), QStringLiteral("Hz")},
-        {QStringLiteral("bytes"), QStringLiteral("bytes")},
-        {QStringLiteral("pixels"), QStringLiteral("px")},
-        {QStringLiteral("lines"), QStringLiteral("lines")},
-        {QStringLiteral("percent"), QStringLiteral("%")}};
-    // "in <unit>" names the unit of the number; other mentions ("4 x 4 pixels") do not.
+    // The units the documentation spells out, longest first where one begins another. "in <unit>" names
+    // the unit of the number; other mentions ("4 x 4 pixels") do not. Compiled once: every spin box
+    // built asks.
+    static const QVector<QPair<QRegularExpression, QString>> units = [] {
+        const QVector<QPair<QString, QString>> spelled = {
+            {QStringLiteral("hundredths of a decibel"), QStringLiteral("\u00d7 0.01 dB")},
+            {QStringLiteral("frames per second"), QStringLiteral("fps")},
+            {QStringLiteral("lines per second"), QStringLiteral("lines/s")},
+            {QStringLiteral("nanoseconds"), QStringLiteral("ns")},
+            {QStringLiteral("microseconds"), QStringLiteral("\u00b5s")},
+            {QStringLiteral("milliseconds"), QStringLiteral("ms")},
+            {QStringLiteral("seconds"), QStringLiteral("s")},
+            {QStringLiteral("millimetres"), QStringLiteral("mm")},
+            {QStringLiteral("millimeters"), QStringLiteral("mm")},
+            {QStringLiteral("MHz"), QStringLiteral("MHz")},
+            {QStringLiteral("kHz"), QStringLiteral("kHz")},
+            {QStringLiteral("Hz"), QStringLiteral("Hz")},
+            {QStringLiteral("bytes"), QStringLiteral("bytes")},
+            {QStringLiteral("pixels"), QStringLiteral("px")},
+            {QStringLiteral("lines"), QStringLiteral("lines")},
+            {QStringLiteral("percent"), QStringLiteral("%")}};
+        QVector<QPair<QRegularExpression, QString>> compiled;
+        for (const auto& entry : spelled) {
+            compiled.append({QRegularExpression(
+                                 QStringLiteral("\\bin %1\\b").arg(QRegularExpression::escape(entry.first))),
+                             entry.second});
+        }
+        return compiled;
+    }();
     int best = -1;
     QString unit;
     for (const auto& entry : units) {
-        const QRegularExpression pattern(
-            QStringLiteral("\\bin %1\\b").arg(QRegularExpression::escape(entry.first)));
-        const int at = pattern.match(a_documentation).capturedStart();
+        const int at = entry.first.match(a_documentation).capturedStart();
         if (at >= 0 && (best < 0 || at < best)) {
             best = at;
             unit = entry.second;

@@ -55,7 +55,7 @@ StringFeature::StringFeature(const StringFeature* a_source, ElementBase* a_paren
 
 void StringFeature::setEntryPattern(const QRegExp& a_pattern)
 {
-    m_entryPattern = a_pattern;
+    m_entryPattern = std::make_shared<const QRegExp>(a_pattern);
     for (size_t index = 0; index < instanceCount(); ++index) {
         if (QLineEdit* edit = lineEdit(index))
             applyValidator(edit);
@@ -64,7 +64,7 @@ void StringFeature::setEntryPattern(const QRegExp& a_pattern)
 
 void StringFeature::setStringPattern(const QRegExp& a_pattern)
 {
-    m_stringPattern = a_pattern;
+    m_stringPattern = std::make_shared<const QRegExp>(a_pattern);
     for (size_t index = 0; index < instanceCount(); ++index) {
         if (QLineEdit* edit = lineEdit(index))
             applyValidator(edit);

@@ -6,6 +6,8 @@
 #include <QPointer>
 #include <QRegExp>
 
+#include <memory>
+
 class QLineEdit;
 
 namespace Orvex {
@@ -36,14 +38,17 @@ public:
     QString stringValue() const { return value().toString(); }
     void setStringValue(const QString& a_value) { setValue(a_value); }
 
-    QRegExp stringPattern() const { return m_stringPattern; }
+    QRegExp stringPattern() const { return m_stringPattern ? *m_stringPattern : QRegExp(); }
     // Checked by a validator on every line edit while the pattern is valid and not empty; otherwise
     // nothing is checked. Schema patterns are QRegExp::W3CXmlSchema11 expressions.
     void setStringPattern(const QRegExp& a_pattern);
     // What the line edits take while the user types, when it differs from the stored pattern: a field
     // that rewrites decimal entry in hexadecimal takes digits its schema pattern refuses. The stored
     // pattern stays the schema's, so that checking the file still follows the schema.
-    QRegExp entryPattern() const { return m_entryPattern.isEmpty() ? m_stringPattern : m_entryPattern; }
+    QRegExp entryPattern() const
+    {
+        return m_entryPattern && !m_entryPattern->isEmpty() ? *m_entryPattern : stringPattern();
+    }
     void setEntryPattern(const QRegExp& a_pattern);
 
     int stringLengthMax() const { return m_stringLengthMax; }
@@ -82,8 +87,10 @@ private:
     void applyCompleter(QLineEdit* a_lineEdit);
 
     QPointer<StringFeatureCompleterItemModel> m_completerModel;
-    QRegExp m_stringPattern;
-    QRegExp m_entryPattern;
+    // Shared by every copy of a schema feature, since a QRegExp allocates whenever it is copied; null for
+    // no pattern.
+    std::shared_ptr<const QRegExp> m_stringPattern;
+    std::shared_ptr<const QRegExp> m_entryPattern;
     int m_stringLengthMax = DefaultLengthMax;
 };
 

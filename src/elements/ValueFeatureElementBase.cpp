@@ -413,4 +413,13 @@ QSize ValueFeatureElementBase::measuredSize(QWidget& a_probe) const
     return a_probe.sizeHint();
 }
 
+// Problems of a feature's schema description (a duplicate entry, say) show up while it is being set up,
+// before anything could have been connected to it.
+void ValueFeatureElementBase::warn(const QString& a_title, const QString& a_text)
+{
+    emit warning(a_title, a_text);
+    if (WindowElement* window = windowElement())
+        window->queueMessage(a_title, a_text);
+}
+
 } // namespace Orvex

@@ -158,6 +158,8 @@ protected:
     // is switched off and on again gets its widget back; null when there is none. Taking it hands over
     // the widget with its connections.
     QWidget* takeKeptValueWidget();
+    // Emits warning and queues it as a message of the feature's window element, when there is one.
+    void warn(const QString& a_title, const QString& a_text);
     // a_probe's size hint in the feature widget's font, for maxSize.
     QSize measuredSize(QWidget& a_probe) const;
 

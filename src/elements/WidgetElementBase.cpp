@@ -82,6 +82,10 @@ void WidgetElementBase::widgetChanged(QWidget*)
 {
 }
 
+void WidgetElementBase::childHighlightChanged(const WidgetElementBase*, bool)
+{
+}
+
 void WidgetElementBase::setHighlightActive(bool a_enabled)
 {
     if (a_enabled == m_highlightActive)
@@ -91,6 +95,8 @@ void WidgetElementBase::setHighlightActive(bool a_enabled)
         emit highlightActivated();
     else
         emit highlightDeactivated();
+    if (auto* parent = qobject_cast<WidgetElementBase*>(m_parentElement.data()))
+        parent->childHighlightChanged(this, m_highlightActive);
     emit highlightTriggered(m_highlightActive);
 }
 

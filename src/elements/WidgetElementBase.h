@@ -39,6 +39,8 @@ protected:
     void onLower() override;
 
     virtual void widgetChanged(QWidget* a_widget);
+    // Told by every child element whose highlight starts or ends.
+    virtual void childHighlightChanged(const WidgetElementBase* a_child, bool a_active);
 
 public:
     // Shows the highlight effect on the widget of one instance (all instances when a_index is not

@@ -63,19 +63,6 @@ bool WindowElement::popMessage(QString& a_title, QString& a_text)
     return true;
 }
 
-void WindowElement::watchWarnings(QObject* a_root)
-{
-    if (!a_root)
-        return;
-    QList<ValueFeatureElementBase*> features = a_root->findChildren<ValueFeatureElementBase*>();
-    if (auto* feature = qobject_cast<ValueFeatureElementBase*>(a_root))
-        features.prepend(feature);
-    for (ValueFeatureElementBase* feature : features) {
-        connect(feature, &ValueFeatureElementBase::warning, this, &WindowElement::queueMessage,
-                Qt::UniqueConnection);
-    }
-}
-
 void WindowElement::recordCurrentPage()
 {
     ElementBase* page = m_camera->globalCategory();

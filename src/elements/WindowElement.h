@@ -39,10 +39,6 @@ public:
     bool popMessage(QString& a_title, QString& a_text);
     int pendingMessageCount() const { return m_messages.size(); }
 
-    // Sends the warnings of a_root, when it is a value feature, and of every value feature below it to
-    // the message queue; connecting twice is harmless.
-    void watchWarnings(QObject* a_root);
-
     // Records the page now shown (the global category, or the current mode's current category) as a
     // visit in the navigation history. Called after the user chose a page, never while pages are merely
     // activated, so that going back and forth does not record anything.

@@ -8,7 +8,6 @@
 #include "fileio/LumexPrinter.h"
 #include "fileio/SchemaParser.h"
 #include "model/LumexTree.h"
-#include "platform/LumexSource.h"
 #include "widgets/ProgressStepper.h"
 
 #include <QFile>
@@ -79,7 +78,7 @@ CameraFileSession::LoadResult CameraFileSession::load(const QString& a_path,
     parser.parse(element->camera());
     QFile source(filePath);
     if (source.open(QIODevice::ReadOnly))
-        tree->setSource(Lumex::LumexSource::read(source.readAll()));
+        tree->setSourceText(source.readAll());
 
     close();
     m_tree = tree.release();
@@ -110,9 +109,10 @@ void CameraFileSession::close()
 {
     if (m_windowElement || m_tree)
         emit documentClosing();
-    // The window element goes first: its elements are linked to nodes of the tree.
-    delete m_windowElement;
+    // The tree goes first: its nodes refer to elements only by id, while it follows every mode element
+    // to drop the mode's nodes when the mode goes, which would be wasted work one mode at a time.
     delete m_tree;
+    delete m_windowElement;
     m_filePath.clear();
     m_coaXPressXsdPath.clear();
     m_cameraLinkXsdPath.clear();

@@ -54,17 +54,6 @@ inline bool nodeAttribute(const Lumex::ConstCamProperty& a_node, const char* a_n
     return true;
 }
 
-// Features report problems of their schema description (duplicate entries, say) while they are being
-// set up, so the window has to listen before the first setting is made.
-template <class Feature>
-Feature* createWatchedFeature(ElementBase* a_container)
-{
-    auto* feature = new Feature(a_container);
-    if (WindowElement* window = feature->windowElement())
-        window->watchWarnings(feature);
-    return feature;
-}
-
 } // namespace SchemaReading
 
 // Every reading step leaves the position where it found it, however it ends.

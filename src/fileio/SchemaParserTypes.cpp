@@ -20,11 +20,11 @@ using namespace SchemaReading;
 FeatureElementBase* SchemaParser::createTypedFeature(const QString& a_type, ElementBase* a_container)
 {
     if (a_type == QLatin1String("xs:string"))
-        return createWatchedFeature<StringFeature>(a_container);
+        return new StringFeature(a_container);
     if (a_type == QLatin1String("xs:boolean"))
-        return createWatchedFeature<BooleanFeature>(a_container);
+        return new BooleanFeature(a_container);
     if (const std::optional<NumericValue::RepTypeEnum> type = NumericValue::typeOfSchemaName(a_type)) {
-        auto* feature = createWatchedFeature<NumericFeature>(a_container);
+        auto* feature = new NumericFeature(a_container);
         feature->setRepresentationType(*type);
         return feature;
     }
@@ -58,7 +58,7 @@ FeatureElementBase* SchemaParser::makeSimpleFeature(const QString& a_base,
         });
 
     if (isEnumeration) {
-        auto* feature = createWatchedFeature<EnumerationFeature>(a_container);
+        auto* feature = new EnumerationFeature(a_container);
         for (const Lumex::ConstCamProperty& entry : facets) {
             if (nodeName(entry) != enumerationName)
                 ORVEX_THROW(BadChildTypeException,
@@ -137,9 +137,9 @@ FeatureElementBase* SchemaParser::makeComplexFeature(const FeatureProperties& a_
     PositionGuard guard(this);
     FeatureListFeatureBase* feature = nullptr;
     if (a_properties.maxOccurs > a_properties.minOccurs && a_properties.maxOccurs > 1)
-        feature = createWatchedFeature<FeatureTableFeature>(a_container);
+        feature = new FeatureTableFeature(a_container);
     else
-        feature = createWatchedFeature<FeatureListFeature>(a_container);
+        feature = new FeatureListFeature(a_container);
     goToChild(QStringLiteral("xs:complexType"));
     loadComplexContent(feature);
     return feature;

@@ -18,6 +18,27 @@ void LumexTree::setFile(const QString& a_file)
     m_file = a_file;
 }
 
+std::shared_ptr<const Lumex::LumexSource> LumexTree::source() const
+{
+    if (!m_sourceText.isNull()) {
+        m_source = Lumex::LumexSource::read(m_sourceText);
+        m_sourceText = QByteArray();
+    }
+    return m_source;
+}
+
+void LumexTree::setSource(std::shared_ptr<const Lumex::LumexSource> a_source)
+{
+    m_source = std::move(a_source);
+    m_sourceText = QByteArray();
+}
+
+void LumexTree::setSourceText(const QByteArray& a_text)
+{
+    m_source.reset();
+    m_sourceText = a_text.isNull() ? QByteArray("") : a_text;
+}
+
 LumexTreeElement* LumexTree::root() const
 {
     return m_root;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QList>
 #include <QObject>
 #include <QPointer>
@@ -32,8 +33,11 @@ public:
 
     // The text the file was read from, so that saving changes it only where the content changed; null
     // for a document with no layout to keep.
-    std::shared_ptr<const Lumex::LumexSource> source() const { return m_source; }
-    void setSource(std::shared_ptr<const Lumex::LumexSource> a_source) { m_source = std::move(a_source); }
+    std::shared_ptr<const Lumex::LumexSource> source() const;
+    void setSource(std::shared_ptr<const Lumex::LumexSource> a_source);
+    // Keeps the text the file was read from; its layout is read by the first call of source(), that is
+    // by the first save, so that opening a file does not pay for reading it twice.
+    void setSourceText(const QByteArray& a_text);
 
     // Stands above the file's own root element "quarnel_config".
     LumexTreeElement* root() const;
@@ -63,7 +67,8 @@ private:
     };
 
     QString m_file;
-    std::shared_ptr<const Lumex::LumexSource> m_source;
+    mutable std::shared_ptr<const Lumex::LumexSource> m_source;
+    mutable QByteArray m_sourceText;
     QPointer<LumexTreeElement> m_root;
     QList<AttachedMode> m_modes;
 };

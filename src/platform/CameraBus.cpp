@@ -49,10 +49,33 @@ Camera::~Camera()
     g_object_unref(m_camera);
 }
 
+bool Camera::reach()
+{
+    if (m_camera || m_lost)
+        return !m_lost;
+    GError* error = nullptr;
+    m_camera = arv_camera_new(m_id.c_str(), &error);
+    if (!m_camera) {
+        g_clear_error(&error);
+        m_lost = true;
+        return false;
+    }
+    m_lostHandler =
+        g_signal_connect(arv_camera_get_device(m_camera), "control-lost", G_CALLBACK(onControlLost), this);
+    return true;
+}
+
 CameraBus& CameraBus::instance()
 {
     static CameraBus s_bus;
     return s_bus;
+}
+
+CameraBus::~CameraBus()
+{
+    searchInBackground(nullptr, nullptr);
+    if (m_search.joinable())
+        m_search.join();
 }
 
 void CameraBus::setInterfaces(const std::string& a_interfaces)
@@ -62,7 +85,17 @@ void CameraBus::setInterfaces(const std::string& a_interfaces)
         return;
     m_interfaces = a_interfaces;
     m_interfacesChosen = true;
-    m_listed = false;
+    // The cameras of other links are not listed while these are searched.
+    takeListLocked({});
+    m_haveList = false;
+}
+
+void CameraBus::searchInBackground(Listed a_listed, void* a_context)
+{
+    // The search's thread calls back under this lock, so no call to an earlier a_listed outlives this.
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_listed = a_listed;
+    m_listedContext = a_context;
 }
 
 void CameraBus::applyInterfacesLocked()
@@ -79,8 +112,12 @@ int CameraBus::find(unsigned a_index, unsigned a_boardIndex, HwBrdEntry* a_entry
     std::lock_guard<std::mutex> lock(m_mutex);
     applyInterfacesLocked();
     const std::int64_t now = g_get_monotonic_time();
-    if (!m_listed || (a_index == 0 && now - m_listedAtUs > ListingLifetimeUs))
-        listLocked();
+    if (!m_haveList || (a_index == 0 && now - m_listedAtUs > ListingLifetimeUs)) {
+        if (m_listed && searchesSlowLinksLocked())
+            startSearchLocked();
+        else
+            takeListLocked(search(m_interfaces));
+    }
     if (a_index >= m_cameras.size())
         return QNStatusNoSuchBoard;
     a_entry->m_index = a_boardIndex;
@@ -88,28 +125,63 @@ int CameraBus::find(unsigned a_index, unsigned a_boardIndex, HwBrdEntry* a_entry
     return QNStatusOk;
 }
 
-void CameraBus::listLocked()
+bool CameraBus::searchesSlowLinksLocked() const
 {
-    const std::vector<std::string> wanted = split(m_interfaces);
-    std::vector<Listed> cameras;
-    // Without a link to search Aravis is left untouched altogether.
-    if (!wanted.empty() && wanted != std::vector<std::string>{"none"}) {
-        for (unsigned i = 0; i < arv_get_n_interfaces(); ++i) {
-            const std::string id = text(arv_get_interface_id(i));
-            if (std::find(wanted.begin(), wanted.end(), id) != wanted.end())
-                arv_enable_interface(id.c_str());
-            else
-                arv_disable_interface(id.c_str());
-        }
-        arv_update_device_list();
-        for (unsigned i = 0; i < arv_get_n_devices(); ++i) {
-            cameras.push_back({text(arv_get_device_id(i)), text(arv_get_device_protocol(i)),
-                               text(arv_get_device_vendor(i)), text(arv_get_device_model(i)),
-                               text(arv_get_device_serial_nbr(i))});
-        }
+    for (const std::string& link : split(m_interfaces)) {
+        if (link == "GigEVision" || link == "USB3Vision")
+            return true;
     }
-    m_cameras = std::move(cameras);
-    m_listed = true;
+    return false;
+}
+
+void CameraBus::startSearchLocked()
+{
+    if (m_searching)
+        return;
+    // A thread that has ended still waits to be joined; joining it takes no time.
+    if (m_search.joinable())
+        m_search.join();
+    m_searching = true;
+    m_search = std::thread([this, interfaces = m_interfaces] {
+        std::vector<Found> cameras = search(interfaces);
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_searching = false;
+        // Links chosen anew meanwhile are searched by the next find().
+        if (interfaces != m_interfaces)
+            return;
+        takeListLocked(std::move(cameras));
+        if (m_listed)
+            m_listed(m_listedContext);
+    });
+}
+
+std::vector<CameraBus::Found> CameraBus::search(const std::string& a_interfaces)
+{
+    const std::vector<std::string> wanted = split(a_interfaces);
+    std::vector<Found> cameras;
+    // Without a link to search Aravis is left untouched altogether.
+    if (wanted.empty() || wanted == std::vector<std::string>{"none"})
+        return cameras;
+    for (unsigned i = 0; i < arv_get_n_interfaces(); ++i) {
+        const std::string id = text(arv_get_interface_id(i));
+        if (std::find(wanted.begin(), wanted.end(), id) != wanted.end())
+            arv_enable_interface(id.c_str());
+        else
+            arv_disable_interface(id.c_str());
+    }
+    arv_update_device_list();
+    for (unsigned i = 0; i < arv_get_n_devices(); ++i) {
+        cameras.push_back({text(arv_get_device_id(i)), text(arv_get_device_protocol(i)),
+                           text(arv_get_device_vendor(i)), text(arv_get_device_model(i)),
+                           text(arv_get_device_serial_nbr(i))});
+    }
+    return cameras;
+}
+
+void CameraBus::takeListLocked(std::vector<Found> a_cameras)
+{
+    m_cameras = std::move(a_cameras);
+    m_haveList = true;
     m_listedAtUs = g_get_monotonic_time();
     ++m_generation;
 }
@@ -120,24 +192,15 @@ int CameraBus::open(const HwBrdEntry& a_entry, unsigned a_firstCameraBoard, HwBr
     if ((a_entry.m_machineLoad & ~EntryTag) != m_generation || a_entry.m_index < a_firstCameraBoard ||
         a_entry.m_index - a_firstCameraBoard >= m_cameras.size())
         return QNStatusNoSuchBoard;
-    const Listed& listed = m_cameras[a_entry.m_index - a_firstCameraBoard];
+    const Found& listed = m_cameras[a_entry.m_index - a_firstCameraBoard];
     std::shared_ptr<Camera> camera = m_byId[listed.m_id].lock();
     if (!camera || camera->m_lost) {
-        GError* error = nullptr;
-        ArvCamera* opened = arv_camera_new(listed.m_id.c_str(), &error);
-        if (!opened) {
-            g_clear_error(&error);
-            return QNStatusNoSuchBoard;
-        }
         camera = std::make_shared<Camera>();
         camera->m_id = listed.m_id;
         camera->m_protocol = listed.m_protocol;
         camera->m_vendor = listed.m_vendor;
         camera->m_model = listed.m_model;
         camera->m_serial = listed.m_serial;
-        camera->m_camera = opened;
-        camera->m_lostHandler = g_signal_connect(arv_camera_get_device(opened), "control-lost",
-                                                 G_CALLBACK(onControlLost), camera.get());
         m_byId[listed.m_id] = camera;
     }
     *a_handle = ++m_lastHandle;

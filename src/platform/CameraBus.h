@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <unordered_map>
 #include <vector>
 
@@ -24,12 +25,17 @@ struct Camera
     Camera& operator=(const Camera&) = delete;
     ~Camera();
 
+    // Connects to the camera on first use, so that listing and naming boards never waits for a camera;
+    // false when it cannot be reached or stopped answering. Called under m_mutex.
+    bool reach();
+
     std::string m_id;
     std::string m_protocol;
     std::string m_vendor;
     std::string m_model;
     std::string m_serial;
     std::mutex m_mutex;
+    // Null until reach() connects.
     _ArvCamera* m_camera = nullptr;
     unsigned long m_lostHandler = 0;
     // Set from Aravis's own threads when the camera stops answering.
@@ -49,17 +55,27 @@ struct Camera
 
 // The GenICam cameras Aravis finds, numbered as boards after the simulated ones. Listing a GigE Vision
 // link takes about a second, so the list is kept and only taken anew when a search starts again at the
-// first camera and the list is older than a few seconds.
-//
+// first camera and the list is older than a few seconds. Once searches are asked to run in the
+// background, a search of the GigE Vision or USB3 Vision links runs on a thread of its own while find()
+// answers from the list of the search before; a search of no link or of the in-process test camera only
+// is quick and still runs at once.
 class CameraBus
 {
 public:
+    using Listed = void (*)(void*);
+
     static constexpr std::uint64_t EntryTag = CameraDriver::EntryTag;
     static constexpr HwBrdHandle HandleTag = CameraDriver::HandleTag;
 
     static CameraBus& instance();
 
+    ~CameraBus();
+
     void setInterfaces(const std::string& a_interfaces);
+    // a_listed(a_context) is called on the search's thread each time a search in the background ends;
+    // a null a_listed makes searches run at once again. After the call returns, an earlier a_listed is
+    // no longer called.
+    void searchInBackground(Listed a_listed, void* a_context);
 
     // a_index counts the cameras alone; a_boardIndex is the board number the entry stands for.
     int find(unsigned a_index, unsigned a_boardIndex, HwBrdEntry* a_entry);
@@ -82,7 +98,7 @@ public:
     }
 
 private:
-    struct Listed
+    struct Found
     {
         std::string m_id;
         std::string m_protocol;
@@ -92,16 +108,24 @@ private:
     };
 
     CameraBus() = default;
-    void listLocked();
+    // Searches the links named in a_interfaces; takes no lock, Aravis serialises its own listing.
+    static std::vector<Found> search(const std::string& a_interfaces);
+    void takeListLocked(std::vector<Found> a_cameras);
+    bool searchesSlowLinksLocked() const;
+    void startSearchLocked();
     void applyInterfacesLocked();
 
     std::mutex m_mutex;
+    Listed m_listed = nullptr;
+    void* m_listedContext = nullptr;
+    bool m_searching = false;
+    std::thread m_search;
     std::string m_interfaces;
     bool m_interfacesChosen = false;
-    bool m_listed = false;
+    bool m_haveList = false;
     std::int64_t m_listedAtUs = 0;
     std::uint64_t m_generation = 0;
-    std::vector<Listed> m_cameras;
+    std::vector<Found> m_cameras;
     std::unordered_map<std::string, std::weak_ptr<Camera>> m_byId;
     std::unordered_map<HwBrdHandle, std::shared_ptr<Camera>> m_open;
     HwBrdHandle m_lastHandle = HandleTag;

@@ -19,6 +19,11 @@ void CameraDriver::setInterfaces(const char* a_interfaces)
     bus().setInterfaces(a_interfaces ? a_interfaces : "");
 }
 
+void CameraDriver::searchInBackground(void (*a_listed)(void*), void* a_context)
+{
+    bus().searchInBackground(a_listed, a_context);
+}
+
 int CameraDriver::find(unsigned a_index, unsigned a_boardIndex, HwBrdEntry* a_entry)
 {
     return bus().find(a_index, a_boardIndex, a_entry);

@@ -25,6 +25,7 @@ public:
     static bool isCameraEntry(const HwBrdEntry& a_entry) { return (a_entry.m_machineLoad & EntryTag) != 0; }
 
     static void setInterfaces(const char* a_interfaces);
+    static void searchInBackground(void (*a_listed)(void*), void* a_context);
     // a_index counts the cameras alone; a_boardIndex is the board number the entry stands for.
     static int find(unsigned a_index, unsigned a_boardIndex, HwBrdEntry* a_entry);
     static int open(const HwBrdEntry& a_entry, unsigned a_firstCameraBoard, HwBrdHandle* a_handle);

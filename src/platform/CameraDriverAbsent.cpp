@@ -8,6 +8,11 @@ void CameraDriver::setInterfaces(const char*)
 {
 }
 
+// No link is ever searched, so there is never a search to report.
+void CameraDriver::searchInBackground(void (*)(void*), void*)
+{
+}
+
 int CameraDriver::find(unsigned, unsigned, HwBrdEntry*)
 {
     return QNStatusNoSuchBoard;

@@ -62,7 +62,7 @@ CameraFrameSource::CameraFrameSource(HwBrdHandle a_handle, unsigned a_bufferCoun
     if (a_bufferCount == 0)
         fail("CameraFrameSource", "a stream needs at least one buffer", QNStatusBadArgument);
     std::lock_guard<std::mutex> lock(m_camera->m_mutex);
-    if (m_camera->m_lost)
+    if (!m_camera->reach())
         fail("CameraFrameSource", "the camera stopped answering", QNStatusCameraLost);
     ArvCamera* camera = m_camera->m_camera;
     GError* error = nullptr;
@@ -126,7 +126,7 @@ CameraFrameSource::~CameraFrameSource()
 void CameraFrameSource::startAcquisition()
 {
     std::lock_guard<std::mutex> cameraLock(m_camera->m_mutex);
-    if (m_camera->m_lost)
+    if (!m_camera->reach())
         fail("CameraFrameSource::start", "the camera stopped answering", QNStatusCameraLost);
     GError* error = nullptr;
     arv_camera_start_acquisition(m_camera->m_camera, &error);
@@ -192,7 +192,7 @@ void CameraFrameSource::abort(bool)
 void CameraFrameSource::trigger()
 {
     std::lock_guard<std::mutex> cameraLock(m_camera->m_mutex);
-    if (m_camera->m_lost)
+    if (!m_camera->reach())
         fail("CameraFrameSource::trigger", "the camera stopped answering", QNStatusCameraLost);
     GError* error = nullptr;
     arv_camera_software_trigger(m_camera->m_camera, &error);

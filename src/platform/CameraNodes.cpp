@@ -151,7 +151,7 @@ bool addressInside(const Camera& a_camera, std::uint32_t a_address)
 
 int CameraNodes::getFeature(Camera& a_camera, const std::string& a_name, std::string* a_value)
 {
-    if (a_camera.m_lost)
+    if (!a_camera.reach())
         return QNStatusCameraLost;
     ArvGcNode* node = arv_device_get_feature(deviceOf(a_camera), a_name.c_str());
     if (!node || !ARV_IS_GC_FEATURE_NODE(node) || ARV_IS_GC_CATEGORY(node) || ARV_IS_GC_COMMAND(node))
@@ -169,7 +169,7 @@ int CameraNodes::getFeature(Camera& a_camera, const std::string& a_name, std::st
 int CameraNodes::setFeature(Camera& a_camera, const std::string& a_name, const std::string& a_value,
                             std::string* a_result)
 {
-    if (a_camera.m_lost)
+    if (!a_camera.reach())
         return QNStatusCameraLost;
     ArvGcNode* node = arv_device_get_feature(deviceOf(a_camera), a_name.c_str());
     if (!node || !ARV_IS_GC_FEATURE_NODE(node) || ARV_IS_GC_CATEGORY(node))
@@ -220,6 +220,8 @@ int CameraNodes::registerInfo(Camera& a_camera, unsigned a_index, std::string* a
                               std::uint64_t* a_address, std::uint32_t* a_length)
 {
     if (!a_camera.m_registersRead) {
+        if (!a_camera.reach())
+            return QNStatusCameraLost;
         ArvGc* genicam = arv_device_get_genicam(deviceOf(a_camera));
         if (genicam)
             collectRegisters(ARV_DOM_NODE(genicam), &a_camera.m_registers);
@@ -236,7 +238,7 @@ int CameraNodes::registerInfo(Camera& a_camera, unsigned a_index, std::string* a
 
 int CameraNodes::readRegister(Camera& a_camera, std::uint32_t a_address, std::uint32_t* a_value)
 {
-    if (a_camera.m_lost)
+    if (!a_camera.reach())
         return QNStatusCameraLost;
     if (!addressInside(a_camera, a_address))
         return QNStatusNotFound;
@@ -252,7 +254,7 @@ int CameraNodes::readRegister(Camera& a_camera, std::uint32_t a_address, std::ui
 
 int CameraNodes::writeRegister(Camera& a_camera, std::uint32_t a_address, std::uint32_t a_value)
 {
-    if (a_camera.m_lost)
+    if (!a_camera.reach())
         return QNStatusCameraLost;
     if (!addressInside(a_camera, a_address))
         return QNStatusNotFound;

@@ -297,6 +297,11 @@ void QNCamSetInterfaces(const char* a_interfaces)
     CameraDriver::setInterfaces(a_interfaces);
 }
 
+void QNCamSearchInBackground(void (*a_listed)(void*), void* a_context)
+{
+    CameraDriver::searchInBackground(a_listed, a_context);
+}
+
 const char* QNDriverVersion()
 {
     return "QND 1.0.0 (simulated boards)";

@@ -126,6 +126,11 @@ int QNCamRegisterInfo(HwBrdHandle a_handle, unsigned a_index, char* a_name, std:
 // (the in-process test camera), or "none". Without a call the environment variable ORVEX_CAMERAS
 // decides, and without that the two real links are searched. A change lists the cameras anew.
 void QNCamSetInterfaces(const char* a_interfaces);
+// Lets board searches go on without waiting for the GigE Vision and USB3 Vision links, whose search
+// takes about a second: HwSysBrdFind then lists the cameras the last search found, and a search that is
+// due runs on a thread of its own, which calls a_listed(a_context) when it ends. A null a_listed makes
+// searches wait for the links again; once the call returns, an earlier a_listed is no longer called.
+void QNCamSearchInBackground(void (*a_listed)(void*), void* a_context);
 
 const char* QNDriverVersion();
 const char* QNStatusText(int a_status);

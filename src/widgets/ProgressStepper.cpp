@@ -29,6 +29,7 @@ ProgressStepper::ProgressStepper(QProgressDialog* a_dialog, int a_minimum, int a
 void ProgressStepper::beginStage(const QString& a_label, int a_from, int a_to, int a_stepCount)
 {
     m_label = a_label;
+    m_detailPending = false;
     setLabelText(QStringLiteral("<html><p><b>") + a_label + QStringLiteral("</b></p></html>"));
     m_from = std::clamp(a_from, m_minimum, m_maximum);
     m_to = std::clamp(a_to, m_from, m_maximum);
@@ -58,22 +59,42 @@ int ProgressStepper::stageValue() const
 
 void ProgressStepper::setDetailText(const QString& a_detail)
 {
+    m_pendingDetail = a_detail;
+    m_detailPending = true;
+    if (frameDue(m_sinceLabel))
+        showPendingDetail();
+}
+
+bool ProgressStepper::frameDue(const QElapsedTimer& a_since) const
+{
+    return m_frameIntervalMs <= 0 || !a_since.isValid() || a_since.hasExpired(m_frameIntervalMs);
+}
+
+void ProgressStepper::showPendingDetail()
+{
+    m_detailPending = false;
     QString text = QStringLiteral("<html>");
     if (!m_label.isEmpty())
         text += QStringLiteral("<p><b>") + m_label + QStringLiteral("</b></p>");
-    text += QStringLiteral("<p>") + a_detail + QStringLiteral("</p></html>");
+    text += QStringLiteral("<p>") + m_pendingDetail + QStringLiteral("</p></html>");
     setLabelText(text);
 }
 
 void ProgressStepper::setLabelText(const QString& a_text)
 {
+    m_sinceLabel.start();
     if (m_dialog)
         m_dialog->setLabelText(a_text);
 }
 
 void ProgressStepper::breathe()
 {
-    QCoreApplication::processEvents();
+    if (frameDue(m_sinceEvents)) {
+        if (m_detailPending && frameDue(m_sinceLabel))
+            showPendingDetail();
+        QCoreApplication::processEvents();
+        m_sinceEvents.start();
+    }
     if (m_canceled)
         ORVEX_THROW(OperationCanceledException, "Operation canceled.");
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QPointer>
 #include <QProgressDialog>
@@ -16,6 +17,10 @@ namespace Orvex {
 // steps the value is from + (to - from) * k / n, so the last step lands exactly on `to`. Without a
 // count every step closes part of the remaining gap (half of it after ten steps), so the bar keeps
 // moving but only the next stage takes it further.
+//
+// A screen shows a new picture at most every frame interval, so the dialog's detail line and the event
+// loop are served at most that often: a detail set sooner is kept and shown when the work breathes after
+// the interval has passed. Stage labels, values and cancellation are never held back.
 class ProgressStepper : public QObject
 {
     Q_OBJECT
@@ -31,11 +36,16 @@ public:
     // Advances one step and breathes, so it may throw.
     void step();
 
-    // Shows a line about the current step below the stage label; does not breathe.
+    // Shows a line about the current step below the stage label, at once when the dialog has shown
+    // nothing for a frame interval, otherwise at a later breathe; does not breathe.
     void setDetailText(const QString& a_detail);
 
-    // Processes the pending events once, then throws OperationCanceledException if cancel() was called.
+    // Processes the pending events once when a frame interval has passed since it last did, then throws
+    // OperationCanceledException if cancel() was called.
     void breathe();
+
+    // 0 serves the dialog and the event loop at every call.
+    void setFrameIntervalMs(int a_milliseconds) { m_frameIntervalMs = a_milliseconds; }
 
     bool isCanceled() const { return m_canceled; }
     int value() const { return m_value; }
@@ -51,6 +61,8 @@ public slots:
 private:
     int stageValue() const;
     void setLabelText(const QString& a_text);
+    bool frameDue(const QElapsedTimer& a_since) const;
+    void showPendingDetail();
 
     QPointer<QProgressDialog> m_dialog;
     int m_minimum = 0;
@@ -62,6 +74,11 @@ private:
     int m_stepCount = 0;
     int m_stepsDone = 0;
     int m_value = 0;
+    int m_frameIntervalMs = 16;
+    QElapsedTimer m_sinceEvents;
+    QElapsedTimer m_sinceLabel;
+    QString m_pendingDetail;
+    bool m_detailPending = false;
 };
 
 } // namespace Orvex

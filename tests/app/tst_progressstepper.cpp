@@ -63,6 +63,7 @@ private slots:
 
         QProgressDialog dialog;
         ProgressStepper stepper(&dialog, 0, 100);
+        stepper.setFrameIntervalMs(0);
         stepper.beginStage(QString(), 0, 9, 4);
         stepper.setDetailText(QStringLiteral("Schema parsing complete"));
         QCOMPARE(dialog.labelText(), QStringLiteral("<html><p>Schema parsing complete</p></html>"));

@@ -92,7 +92,8 @@ struct Document
 
 // Runs one step: "mode N", "category N", "camera", "global", "back", "forward", "undo", "redo" come from
 // the window; "next", "prev" step the camera's modes, "nextCat", "prevCat" the current mode's categories;
-// "push" pushes a done action, "clone" appends a copy of mode 0, "warn N" makes a feature of mode N warn.
+// "push" pushes a done action, "clone" appends a copy of mode 0, "warn N" makes a feature of mode N warn
+// of a duplicate entry.
 void run(Document& a_document, const QString& a_step)
 {
     const QStringList words = a_step.split(QLatin1Char(' '));
@@ -122,8 +123,8 @@ void run(Document& a_document, const QString& a_step)
     else if (op == "clone")
         camera->appendMode(camera->mode(0)->clone());
     else if (op == "warn")
-        emit qobject_cast<ValueFeatureElementBase*>(camera->mode(number)->category(0)->feature("Flag"))
-            ->warning(QStringLiteral("Title %1").arg(number), QStringLiteral("Text %1").arg(number));
+        qobject_cast<EnumerationFeature*>(camera->mode(number)->category(0)->feature("Choice"))
+            ->addEntry(QStringLiteral("B"));
     else
         QFAIL(qPrintable("unknown step " + a_step));
     ElementBaseDelayQueue::instance()->flush();

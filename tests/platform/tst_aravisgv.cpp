@@ -1,5 +1,6 @@
 #include "BoardFixtures.h"
 #include "board/PreviewAcqIf.h"
+#include "board/QNBrdDataSource.h"
 #include "board/ViewportWindowQt.h"
 #include "platform/QNDriver.h"
 
@@ -89,6 +90,17 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(acquisition.framesDelivered() > 0, 10000);
         QVERIFY(acquisition.pause());
         QCOMPARE(acquisition.acquisitionState(), State::Paused);
+    }
+
+    // A board list does not wait for the link's search; the camera joins it once the search ends.
+    void listedInBackground()
+    {
+        QNCamSetInterfaces("none");
+        QNCamSetInterfaces("GigEVision");
+        QNBrdDataSource source(BoardTypes(BoardType::Camera));
+        QCOMPARE(source.count(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(source.itemText(1), QStringLiteral("Cam (0) - Aravis Fake (GV01)"), 10000);
+        QVERIFY(source.isBoardOpen());
     }
 
     // The camera holds a single software trigger until it sends the frame, so each trigger waits for the
