@@ -63,6 +63,8 @@ bool isBlank(const char* a_text)
 // feature keeps and writes, so the text must not be kept a second time.
 bool holdsFeatureValue(const LumexTreeElement* a_node)
 {
+    if (a_node->elementId() == 0)
+        return false;
     const auto* feature =
         qobject_cast<const ValueFeatureElementBase*>(ElementBase::findById(quint64(a_node->elementId())));
     return feature && !feature->isAttribute();
@@ -543,7 +545,9 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
     // holds text of its own, every character of it counts.
     bool hasElements = false;
     bool hasText = false;
-    for (auto child = a_node.begin(nullptr); child != a_node.end(nullptr); ++child) {
+    // Made once: an end iterator is a handle of its own, and every node of the file passes here.
+    const auto children = a_node.end(nullptr);
+    for (auto child = a_node.begin(nullptr); child != children; ++child) {
         if (child->is(Lumex::CamProperty::TextNode))
             hasText = hasText || !isBlank(child->get());
         else if (!child->is(Lumex::CamProperty::CommentNode | Lumex::CamProperty::OtherNode))
@@ -553,7 +557,7 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
     const bool holdsValue = holdsFeatureValue(a_treeElement);
 
     QHash<QString, int> seen;
-    for (auto child = a_node.begin(nullptr); child != a_node.end(nullptr); ++child) {
+    for (auto child = a_node.begin(nullptr); child != children; ++child) {
         if (child->is(Lumex::CamProperty::OtherNode))
             continue;
         if (child->is(Lumex::CamProperty::TextNode)) {
