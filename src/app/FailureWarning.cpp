@@ -87,4 +87,18 @@ void warnLoadFailure(QWidget* a_parent, const QString& a_title, const FailurePla
     DialogSeam::warningWithDetails(a_parent, a_title, text, plainText(a_technical));
 }
 
+void warnSaveFailure(QWidget* a_parent, const QString& a_title, const QString& a_formerText,
+                     const FailurePlace& a_place, const QString& a_technical)
+{
+    const QString text =
+        QStringLiteral("<html><p>Could not save <b>%1</b>.</p><p>%2</p><p>Nothing was written: the file "
+                       "on disk is as it was, and the changes are still here. The technical report is "
+                       "under Show Details.</p></html>")
+            .arg(QDir::toNativeSeparators(a_place.m_file).toHtmlEscaped(), a_place.m_problem.toHtmlEscaped());
+    const QString technical = plainText(a_technical);
+    DialogSeam::warningWithDetails(a_parent, a_title, text,
+                                   technical.isEmpty() ? a_formerText
+                                                       : a_formerText + QStringLiteral("\n\n") + technical);
+}
+
 } // namespace Orvex

@@ -29,4 +29,9 @@ QString failureSentence(const FailurePlace& a_place);
 void warnLoadFailure(QWidget* a_parent, const QString& a_title, const FailurePlace& a_place,
                      const QString& a_technical);
 
+// Tells the user that a camera file could not be saved: which file (a_place's file), why and what to
+// do (a_place's problem). The former message, a_title's a_formerText, and a_technical go under Details.
+void warnSaveFailure(QWidget* a_parent, const QString& a_title, const QString& a_formerText,
+                     const FailurePlace& a_place, const QString& a_technical);
+
 } // namespace Orvex

@@ -25,6 +25,7 @@
 #include "fileio/CameraFileSession.h"
 #include "platform/DocumentFileWatcher.h"
 #include "widgets/DragMenu.h"
+#include "widgets/FocusRing.h"
 
 #include <QAction>
 #include <QApplication>
@@ -92,6 +93,7 @@ Window::Window(QWidget* a_parent) : QMainWindow(a_parent)
     createShortcuts();
     connectSources();
     qApp->installEventFilter(this);
+    m_focusRing = new FocusRing(this);
 
     resize(InitialWidth, InitialHeight);
     QSettings settings;
@@ -112,6 +114,7 @@ Window::Window(QWidget* a_parent) : QMainWindow(a_parent)
 Window::~Window()
 {
     qApp->removeEventFilter(this);
+    delete m_focusRing;
     closePreviews();
     storeGeometry();
     m_treeModel->setWindowElement(nullptr);

@@ -28,6 +28,7 @@ class DocumentFileWatcher;
 class DocumentHost;
 class DragMenu;
 class FeatureNavigator;
+class FocusRing;
 class ProblemsDock;
 class LumexExtraDataDialog;
 class LumexTree;
@@ -195,6 +196,7 @@ private:
 
     QPointer<CameraTreeModel> m_treeModel;
     QPointer<QTreeView> m_treeView;
+    QPointer<FocusRing> m_focusRing;
     QPointer<QStackedWidget> m_centralStack;
     QPointer<WindowDocumentsPage> m_documentsPage;
     QPointer<QWidget> m_editorPage;

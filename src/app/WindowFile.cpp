@@ -327,6 +327,11 @@ bool Window::saveTo(const QString& a_savePath)
 
     bool written = false;
     const QString generationError = QStringLiteral("File Generation Error");
+    FailurePlace unwritable;
+    unwritable.m_file = savePath;
+    unwritable.m_problem = QStringLiteral("The program could not put the document into words for the file. "
+                                          "This is a fault of the program, not of the file; the report "
+                                          "under Show Details helps to find it.");
     try {
         written = m_session->save(savePath, &stepper, m_extraDataDialog->preserveExtraData());
         // Before anything lets the event loop run, so that the watcher does not take our own write
@@ -337,20 +342,22 @@ bool Window::saveTo(const QString& a_savePath)
         return false;
     } catch (const ExceptionBase& a_exception) {
         dialog.reset();
-        warnFailure(this, generationError,
-                    QStringLiteral("<p>An error occured generating the LUMEX output data:</p>"),
-                    &a_exception);
+        warnSaveFailure(this, generationError,
+                        QStringLiteral("An error occured generating the LUMEX output data:"), unwritable,
+                        QString::fromUtf8(a_exception.what()));
         return false;
     } catch (...) {
         dialog.reset();
-        warnFailure(this, generationError,
-                    QStringLiteral("<p>Caught an unknown exception while generating the file.</p>"));
+        warnSaveFailure(this, generationError,
+                        QStringLiteral("Caught an unknown exception while generating the file."), unwritable,
+                        QString());
         return false;
     }
     if (!written) {
         dialog.reset();
-        DialogSeam::warning(this, QStringLiteral("File Save Error"),
-                            QStringLiteral("An error occured saving the camera file."));
+        warnSaveFailure(this, QStringLiteral("File Save Error"),
+                        QStringLiteral("An error occured saving the camera file."), m_session->saveFailure(),
+                        m_session->saveReport());
         return false;
     }
 

@@ -102,7 +102,9 @@ bool CameraFileSession::save(const QString& a_path, ProgressStepper* a_progress,
     printer.setKeepsLayout(m_keepsLayout);
     printer.print(camera);
     beginStage(a_progress, QStringLiteral("Saving LUMEX file"), 90, 99);
-    return printer.save(QFileInfo(a_path).absoluteFilePath());
+    m_saveFailure = FailurePlace();
+    m_saveReport.clear();
+    return printer.save(QFileInfo(a_path).absoluteFilePath(), &m_saveFailure, &m_saveReport);
 }
 
 void CameraFileSession::close()

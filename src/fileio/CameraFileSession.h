@@ -62,6 +62,10 @@ public:
     // Throws the printer's kinds (ExceptionBase) when the document cannot be generated, and
     // OperationCanceledException; false when the file could not be written, which leaves it as it was.
     bool save(const QString& a_path, ProgressStepper* a_progress, bool a_preserveExtraData);
+    // After a save that returned false: the file and why it could not be written, in the user's words,
+    // and the technical report of the write.
+    const FailurePlace& saveFailure() const { return m_saveFailure; }
+    const QString& saveReport() const { return m_saveReport; }
 
     // On by default: saving writes into the text the file was read from, changing it only where the
     // content changed. Off, every save lays the whole document out anew.
@@ -91,6 +95,8 @@ private:
     QPointer<LumexTree> m_tree;
     QPointer<WindowElement> m_windowElement;
     QString m_filePath;
+    FailurePlace m_saveFailure;
+    QString m_saveReport;
     QString m_coaXPressXsdPath;
     QString m_cameraLinkXsdPath;
     bool m_keepsLayout = true;

@@ -6,7 +6,12 @@
 #include "elements/StringFeature.h"
 #include "platform/Lumex.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QRegularExpression>
+
+#include <cerrno>
+#include <cstring>
 
 namespace Orvex {
 
@@ -25,7 +30,67 @@ QString utf8(const char* a_text)
     return QString::fromUtf8(a_text ? a_text : "");
 }
 
+// The nearest folder on the way to a_path that exists, or the first part of it that is not a folder.
+QFileInfo nearestOnTheWay(const QString& a_path)
+{
+    QFileInfo info(QFileInfo(a_path).absolutePath());
+    while (!info.exists() && !info.isRoot() && info.absolutePath() != info.absoluteFilePath())
+        info = QFileInfo(info.absolutePath());
+    return info;
+}
+
+// The system's own words for a_error, as the write's report quotes them (in the user's language).
+bool reportSays(const QString& a_report, int a_error)
+{
+    return a_report.contains(QString::fromLocal8Bit(std::strerror(a_error)));
+}
+
 } // namespace
+
+QString LumexFailureWords::saveProblem(const QString& a_path, const Lumex::Error& a_error)
+{
+    const QFileInfo target(a_path);
+    const QFileInfo folder(target.absolutePath());
+    const QString folderName = QDir::toNativeSeparators(folder.absoluteFilePath());
+    const QString elsewhere = QStringLiteral("Save the file in another folder with Save As.");
+    const QFileInfo nearest = nearestOnTheWay(a_path);
+    if (nearest.exists() && !nearest.isDir()) {
+        return QStringLiteral("\"%1\" is a file, not a folder, so nothing can be saved inside it. %2")
+            .arg(QDir::toNativeSeparators(nearest.absoluteFilePath()), elsewhere);
+    }
+    if (!folder.exists()) {
+        return QStringLiteral("The folder %1 does not exist (any more): it may have been moved, renamed or "
+                              "deleted, or its disk removed. %2")
+            .arg(folderName, elsewhere);
+    }
+    if (target.isDir()) {
+        return QStringLiteral("\"%1\" is a folder; a file cannot take its place. Choose another name with "
+                              "Save As.")
+            .arg(target.fileName());
+    }
+    if (target.exists() && !target.isWritable()) {
+        return QStringLiteral("The file is read-only. Allow changes to it in its properties, or save it "
+                              "under another name with Save As.");
+    }
+    if (!folder.isWritable()) {
+        return QStringLiteral("You have no permission to create files in the folder %1 (the file is "
+                              "written beside itself first, so that a failure never leaves it half "
+                              "written). %2")
+            .arg(folderName, elsewhere);
+    }
+    QString report;
+    for (Lumex::Error error = a_error; !bool(error); error = error.skip_next(Lumex::Error::NextError))
+        report += utf8(error.message()) + QLatin1Char(' ') + utf8(error.comment()) + QLatin1Char('\n');
+    if (reportSays(report, ENOSPC) || reportSays(report, EFBIG) || reportSays(report, EDQUOT)) {
+        return QStringLiteral("The disk is full, or the file is larger than the disk allows. Free some "
+                              "space, or save the file on another disk with Save As.");
+    }
+    if (reportSays(report, EACCES) || reportSays(report, EPERM))
+        return QStringLiteral("You have no permission to write this file. %1").arg(elsewhere);
+    return QStringLiteral("The system refused to write the file; the technical report under Show Details "
+                          "says why. %1")
+        .arg(elsewhere);
+}
 
 QString LumexFailureWords::valueProblem(const ValueFeatureElementBase* a_feature, const QString& a_text)
 {

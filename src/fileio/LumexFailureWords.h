@@ -29,6 +29,11 @@ public:
     // unknown "standard" feature. a_line receives the line of the node at fault.
     static QString standardProblem(const Lumex::ConstCamProperty& a_root, unsigned* a_line);
 
+    // Why a_path could not be written, as a sentence with what the user can do about it: the folder
+    // is gone, a folder on the way is a file, the name is a folder, the file is read-only, the folder
+    // refuses new files, the disk is full. a_error is the markup library's report of the write.
+    static QString saveProblem(const QString& a_path, const Lumex::Error& a_error);
+
     // a_path below the mode when a_inMode (it then starts with the mode's own path), else below the
     // camera, joined by "/".
     static QString featurePath(const QStringList& a_path, bool a_inMode);

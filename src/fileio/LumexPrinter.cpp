@@ -6,6 +6,7 @@
 #include "elements/GenericModeCategory.h"
 #include "elements/ModeElement.h"
 #include "elements/ValueFeatureElementBase.h"
+#include "fileio/LumexFailureWords.h"
 #include "fileio/LumexParser.h"
 #include "model/LumexTree.h"
 #include "model/LumexTreeElement.h"
@@ -160,7 +161,7 @@ void LumexPrinter::print(CameraElement* a_camera)
     m_document = std::move(laidOut);
 }
 
-bool LumexPrinter::save(const QString& a_path) const
+bool LumexPrinter::save(const QString& a_path, FailurePlace* a_failure, QString* a_report) const
 {
     const QByteArray path = QFile::encodeName(a_path);
     // Where no temporary file can be made beside the file, the markup library would write over the
@@ -178,6 +179,13 @@ bool LumexPrinter::save(const QString& a_path) const
             QByteArray("[LumexPrinter::") + __func__ + '@' + QByteArray::number(__LINE__) +
             "] Camera file write error: " + (error.message() ? error.message() : "") + '\n';
         QNDebugString(entry.constData());
+        if (a_report)
+            *a_report += QString::fromUtf8(entry).trimmed() + QLatin1Char(' ') + text(error.comment()) +
+                         QLatin1Char('\n');
+    }
+    if (a_failure) {
+        a_failure->m_file = a_path;
+        a_failure->m_problem = LumexFailureWords::saveProblem(a_path, result);
     }
     return false;
 }

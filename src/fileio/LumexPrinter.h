@@ -66,8 +66,9 @@ public:
     // Builds the document anew from a_camera and the tree.
     void print(CameraElement* a_camera);
     // Writes the document; the file is replaced only once the whole document is written, so a failed
-    // save leaves it as it was. Each error is logged; false when it failed.
-    bool save(const QString& a_path) const;
+    // save leaves it as it was. Each error is logged; false when it failed, and then a_failure (when
+    // given) receives the file and why it failed in the user's words, a_report the technical report.
+    bool save(const QString& a_path, FailurePlace* a_failure = nullptr, QString* a_report = nullptr) const;
 
 private:
     Lumex::CamProperty printPath(const QStringList& a_path, const PathHint* a_hint);

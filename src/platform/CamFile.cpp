@@ -15,6 +15,7 @@
 #include <libxml/xmlsave.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -561,16 +562,24 @@ Error CamFile::write(const char* a_path) const
     // overwriting the previous file in place.
     QSaveFile file(QFile::decodeName(a_path));
     const auto failure = [&](const char* a_message) {
-        const std::string comment = std::string(a_path) + ": " + utf8(file.errorString());
+        // Qt loses the system's reason for a failed flush ("Unknown error"); errno still holds it.
+        const int reason = errno;
+        const std::string comment =
+            std::string(a_path) + ": " + utf8(file.errorString()) +
+            (reason ? std::string(" (") + std::strerror(reason) + ")" : std::string());
         return Error("Write error", a_message, comment.c_str());
+    };
+    // The reason is read before cancelling, which puts its own text in its place.
+    const auto cancelled = [&file](const Error& a_error) {
+        file.cancelWriting();
+        return a_error;
     };
     if (!file.open(QIODevice::WriteOnly))
         return failure("The file could not be opened for writing.");
     if (!declaration.text.empty()) {
         const std::string line = declaration.text + "\n";
         if (file.write(line.data(), static_cast<qint64>(line.size())) != static_cast<qint64>(line.size())) {
-            file.cancelWriting();
-            return failure("The file could not be written.");
+            return cancelled(failure("The file could not be written."));
         }
     }
     xmlSaveCtxtPtr save =
@@ -583,14 +592,12 @@ Error CamFile::write(const char* a_path) const
     const long saved = xmlSaveDoc(save, m_document);
     const int closed = xmlSaveClose(save);
     if (saved < 0 || closed < 0) {
-        file.cancelWriting();
-        return failure("The file could not be written.");
+        return cancelled(failure("The file could not be written."));
     }
     // Qt 5's commit() ignores a failed flush of what is still buffered (a disk filling up at the end),
     // and would put the cut-off file in place of the previous one.
     if (!file.flush()) {
-        file.cancelWriting();
-        return failure("The file could not be written.");
+        return cancelled(failure("The file could not be written."));
     }
     if (!file.commit())
         return failure("The file could not be written.");
@@ -603,14 +610,22 @@ Error CamFile::writeBytes(const char* a_path, const char* a_data, long long a_si
         return Error("Write error", "No file name was given.", nullptr);
     QSaveFile file(QFile::decodeName(a_path));
     const auto failure = [&](const char* a_message) {
-        const std::string comment = std::string(a_path) + ": " + utf8(file.errorString());
+        // Qt loses the system's reason for a failed flush ("Unknown error"); errno still holds it.
+        const int reason = errno;
+        const std::string comment =
+            std::string(a_path) + ": " + utf8(file.errorString()) +
+            (reason ? std::string(" (") + std::strerror(reason) + ")" : std::string());
         return Error("Write error", a_message, comment.c_str());
+    };
+    // The reason is read before cancelling, which puts its own text in its place.
+    const auto cancelled = [&file](const Error& a_error) {
+        file.cancelWriting();
+        return a_error;
     };
     if (!file.open(QIODevice::WriteOnly))
         return failure("The file could not be opened for writing.");
     if (file.write(a_data, a_size) != a_size || !file.flush()) {
-        file.cancelWriting();
-        return failure("The file could not be written.");
+        return cancelled(failure("The file could not be written."));
     }
     if (!file.commit())
         return failure("The file could not be written.");

@@ -30,9 +30,9 @@ using namespace OrvexTest;
 
 namespace {
 
-// A folder no one may create files in; false when this system cannot make one. Permission bits do not
-// bind root, so root gets the immutable attribute instead.
-bool lockFolder(const QString& a_path, bool a_locked)
+// A folder no one may create files in, or a file no one may change; false when this system cannot make one.
+// Permission bits do not bind root, so root gets the immutable attribute instead.
+bool lockPath(const QString& a_path, bool a_locked)
 {
     if (geteuid() != 0) {
         return QFile::setPermissions(a_path, QFile::ReadOwner | QFile::ExeOwner |
@@ -41,7 +41,7 @@ bool lockFolder(const QString& a_path, bool a_locked)
     int flags = 0;
     bool done = false;
 #ifdef Q_OS_LINUX
-    const int fd = ::open(QFile::encodeName(a_path).constData(), O_RDONLY | O_DIRECTORY);
+    const int fd = ::open(QFile::encodeName(a_path).constData(), O_RDONLY);
     done = fd >= 0 && ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0;
     flags = a_locked ? flags | FS_IMMUTABLE_FL : flags & ~FS_IMMUTABLE_FL;
     done = done && ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0;
@@ -83,7 +83,7 @@ private slots:
         QVERIFY(loadSimBoards(m_dir->filePath("boards.json"), R"({"boards": []})"));
     }
 
-    void saveFaults_data() { addTableRows("tests/app/data/save-faults.txt", {"fault"}); }
+    void saveFaults_data() { addTableRows("tests/app/data/save-faults.txt", {"fault", "says"}); }
 
     // A failed save leaves every file as it was and the document modified, and a later Save As works.
     void saveFaults()
@@ -101,14 +101,19 @@ private slots:
         const QByteArray original = diskState(document);
 
         QString target = document;
-        if (fault == "read-only" && !lockFolder(folder, true))
-            QSKIP("As root, on a file system without the immutable attribute, no folder is read-only.");
+        const QString locked = fault == "read-only"        ? folder
+                               : fault == "file read-only" ? document
+                                                           : QString();
+        if (!locked.isEmpty() && !lockPath(locked, true))
+            QSKIP("As root, on a file system without the immutable attribute, nothing is read-only.");
         if (fault == "target a folder")
             QVERIFY(QDir().mkpath(target = QDir(folder).filePath("other.lumex")));
         if (fault == "folder a file") {
             QVERIFY(writeFile(QDir(folder).filePath("notes"), "plain text\n"));
             target = QDir(folder).filePath("notes/other.lumex");
         }
+        if (fault == "folder gone")
+            target = QDir(folder).filePath("gone/other.lumex");
         std::unique_ptr<FileSizeLimit> sizeLimit;
         if (fault.startsWith("disk full")) {
             sizeLimit = std::make_unique<FileSizeLimit>(original.size() / 4);
@@ -122,9 +127,17 @@ private slots:
             DialogSeam::queueFileName(target);
         const bool saved = target == document ? window->save() : window->saveAs();
         sizeLimit.reset();
-        const bool unlocked = fault != "read-only" || lockFolder(folder, false);
-        QVERIFY(!saved && unlocked);
-        QCOMPARE(messages(), QStringList{"File Save Error: An error occured saving the camera file."});
+        const bool unlocked = locked.isEmpty() || lockPath(locked, false);
+        QVERIFY2(!saved && unlocked,
+                 qPrintable(QString("%1 %2").arg(saved).arg(unlocked) + messages().join("|")));
+        QCOMPARE(messages(true), QStringList{"File Save Error"});
+        const QString says =
+            QString::fromUtf8(field("says")).replace("{folder}", QDir::toNativeSeparators(folder));
+        QVERIFY2(DialogSeam::log().last().m_text.contains(QDir::toNativeSeparators(target).toHtmlEscaped()) &&
+                     DialogSeam::log().last().m_text.contains(says.toHtmlEscaped()),
+                 qPrintable(DialogSeam::log().last().m_text + DialogSeam::log().last().m_details));
+        QVERIFY(
+            DialogSeam::log().last().m_details.startsWith("An error occured saving the camera file.\n\n"));
         QCOMPARE(diskState(document), original);
         QCOMPARE(diskState(target), targetBefore);
         QCOMPARE(entries(), entriesBefore);

@@ -22,10 +22,13 @@
 #include "model/OperationCanceledException.h"
 #include "widgets/DialogSeam.h"
 
+#include <QAbstractSpinBox>
 #include <QAction>
 #include <QApplication>
+#include <QComboBox>
 #include <QDropEvent>
 #include <QFileSystemWatcher>
+#include <QFocusFrame>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -35,6 +38,7 @@
 #include <QSettings>
 #include <QSignalSpy>
 #include <QStatusBar>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -45,6 +49,7 @@
 #include <QUrl>
 
 #include <cstdio>
+#include <cstdlib>
 
 using namespace Orvex;
 using namespace OrvexTest;
@@ -57,6 +62,27 @@ QString current(const Window& a_window)
 {
     const ModeElement* mode = a_window.windowElement()->camera()->currentMode();
     return mode ? mode->name() : QStringLiteral("camera");
+}
+
+// What the widget holding the focus is known by: "tree", "tabs", a field's or button's text.
+QString focusName(const Window& a_window)
+{
+    const QWidget* focus = a_window.focusWidget();
+    if (!focus)
+        return QStringLiteral("none");
+    if (a_window.cameraTreeView()->isAncestorOf(focus) || focus == a_window.cameraTreeView())
+        return QStringLiteral("tree");
+    if (qobject_cast<const QTabBar*>(focus))
+        return QStringLiteral("tabs");
+    if (const auto* box = qobject_cast<const QAbstractSpinBox*>(focus))
+        return box->text();
+    if (const auto* combo = qobject_cast<const QComboBox*>(focus))
+        return combo->currentText();
+    if (const auto* button = qobject_cast<const QAbstractButton*>(focus))
+        return button->text().isEmpty() ? QStringLiteral("box") : button->text();
+    if (const auto* edit = qobject_cast<const QLineEdit*>(focus))
+        return edit->text();
+    return QString::fromLatin1(focus->metaObject()->className());
 }
 
 // The mode order and the page shown, "Fast Default Precision Calibration @Fast".
@@ -306,6 +332,62 @@ private slots:
                     seen += " focused";
                 if (target && (target->isHighlightActive() || (holder && holder->isHighlightActive())))
                     seen += " lit";
+            } else if (step.startsWith("k:")) {
+                // Shortcuts go only to the active window.
+                QApplication::setActiveWindow(m_window.get());
+                QTest::keySequence(m_window->focusWidget(), QKeySequence(arg));
+                seen += " " + arg + ":" + focusName(*m_window);
+            } else if (step.startsWith("y:")) {
+                // Typed over the whole of the focused field, which stays open (no Enter).
+                if (auto* box = qobject_cast<QAbstractSpinBox*>(m_window->focusWidget()))
+                    box->selectAll();
+                else if (auto* edit = qobject_cast<QLineEdit*>(m_window->focusWidget()))
+                    edit->selectAll();
+                QTest::keyClicks(m_window->focusWidget(), arg);
+            } else if (step.startsWith("tab")) {
+                QApplication::setActiveWindow(m_window.get());
+                m_window->cameraTreeView()->setFocus();
+                seen += " focus:" + focusName(*m_window);
+                const int presses = step.mid(3).toInt();
+                for (int press = 0; press < std::abs(presses); ++press) {
+                    QTest::keyClick(m_window->focusWidget(), presses < 0 ? Qt::Key_Backtab : Qt::Key_Tab,
+                                    presses < 0 ? Qt::ShiftModifier : Qt::NoModifier);
+                    seen += ">" + focusName(*m_window);
+                    // Where the keys go is shown by a ring around the field, not only by a faint frame.
+                    auto* ring = m_window->findChild<QFocusFrame*>("FocusRing");
+                    QWidget* focus = m_window->focusWidget();
+                    if (!ring || !ring->isVisible() || !ring->widget() ||
+                        (ring->widget() != focus && !ring->widget()->isAncestorOf(focus)))
+                        seen += "(no ring)";
+                }
+            } else if (step.startsWith("E:")) {
+                // Renames the current mode in the tree's own editor, as a double click opens it.
+                m_window->cameraTreeView()->edit(m_window->cameraTreeView()->currentIndex());
+                auto* editor = m_window->cameraTreeView()->viewport()->findChild<QLineEdit*>();
+                QVERIFY(editor);
+                editor->selectAll();
+                QTest::keyClicks(editor, arg);
+                QTest::keyClick(editor, Qt::Key_Return);
+                // The refused editor closes first; the new one opens once the events are through.
+                for (int round = 0; round < 3; ++round)
+                    QCoreApplication::processEvents();
+                for (QLineEdit* open : m_window->cameraTreeView()->viewport()->findChildren<QLineEdit*>())
+                    if (open->isVisible())
+                        seen += " editing:" + open->text();
+            } else if (step.startsWith("X:")) {
+                // Opens a copy of the example with a broken value in its first mode.
+                QByteArray broken = diskState(m_document);
+                broken.replace("<Width>2048</Width>", "<Width>" + arg.toUtf8() + "</Width>");
+                QVERIFY(writeFile(m_dir->filePath("broken.lumex"), broken));
+                const int shown = DialogSeam::log().size();
+                seen += m_window->openFile(m_dir->filePath("broken.lumex")) ? " opened" : " refused";
+                for (const DialogSeam::Record& record : DialogSeam::log().mid(shown)) {
+                    if (!record.m_details.isEmpty())
+                        seen +=
+                            " said:" +
+                            record.m_text.section("<p>", 2, 2).section("</p>", 0, 0).replace("&quot;", "\"") +
+                            " details:" + record.m_details.section('\n', 0, 0);
+                }
             } else if (step == "P") {
                 openPreview(seen);
             } else

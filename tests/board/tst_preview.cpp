@@ -238,16 +238,28 @@ private slots:
         QVERIFY(acquisition->stop());
     }
 
+    void softwareTrigger_data()
+    {
+        OrvexTest::addTableRows("tests/board/data/preview-triggers.txt", {"triggers"});
+    }
+
+    // A triggered mode waits for its triggers: one frame each, and none more once they are used up.
     void softwareTrigger()
     {
         const auto acquisition = setUp("Triggered");
         QVERIFY(acquisition);
         QVERIFY(acquisition->start());
         QCOMPARE(acquisition->framesDelivered(), quint64(0));
-        for (int i = 0; i < 3; ++i)
+        const int triggers = OrvexTest::field("triggers").toInt();
+        QStringList sent;
+        for (int i = 0; i < triggers; ++i) {
             QVERIFY(acquisition->trigger());
-        QTRY_COMPARE(acquisition->framesDelivered(), quint64(3));
-        QCOMPARE(takeEvents().mid(1), QStringList({"trigger 40", "trigger 40", "trigger 40"}));
+            sent << "trigger 40";
+        }
+        QTRY_COMPARE(acquisition->framesDelivered(), quint64(triggers));
+        QVERIFY(acquisition->stop());
+        QCOMPARE(acquisition->framesDelivered(), quint64(triggers));
+        QCOMPARE(takeEvents().mid(1, triggers), sent);
     }
 
     void pixelLayout_data()

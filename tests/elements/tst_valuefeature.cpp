@@ -5,6 +5,7 @@
 #include "elements/StringFeatureCompleterHelper.h"
 #include "elements/ValueFeatureElementBase.h"
 #include "elements/ValueFeatureObserverBase.h"
+#include "widgets/FieldGuard.h"
 
 #include <QAbstractItemView>
 #include <QCheckBox>
@@ -396,6 +397,8 @@ private slots:
             QTest::keyClicks(edit, OrvexTest::rowText("typed"));
             QCOMPARE(edit->text(), OrvexTest::rowText("shown"));
             QCOMPARE(edit->maxLength(), lengthMax);
+            const FieldGuard* guard = FieldGuard::of(edit);
+            QCOMPARE(guard && guard->isMarked(), OrvexTest::rowText("markedText") == "true");
             auto* validator = qobject_cast<const QRegExpValidator*>(edit->validator());
             QCOMPARE(validator != nullptr, validated);
             if (validator) {

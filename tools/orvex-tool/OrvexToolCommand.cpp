@@ -335,7 +335,8 @@ int OrvexToolCommand::roundtrip(const QString& a_input, const QString& a_output,
     QString failure;
     try {
         if (!session.save(a_output, nullptr, true))
-            failure = QStringLiteral("An error occured saving the camera file.");
+            failure =
+                QStringLiteral("An error occured saving the camera file. ") + session.saveFailure().m_problem;
     } catch (const ExceptionBase& a_exception) {
         failure = plainText(QString::fromUtf8(a_exception.what()));
     } catch (...) {
