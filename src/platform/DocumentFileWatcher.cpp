@@ -57,7 +57,9 @@ QByteArray DocumentFileWatcher::digest() const
     if (m_path.isEmpty() || !file.open(QIODevice::ReadOnly))
         return QByteArray();
     QCryptographicHash hash(QCryptographicHash::Sha1);
-    hash.addData(&file);
+    // Read whole: hashing from the device goes a kilobyte at a time, which cost a save of a large file
+    // more than the hashing itself. Not mapped: another program may cut the file short meanwhile.
+    hash.addData(file.readAll());
     return hash.result();
 }
 
