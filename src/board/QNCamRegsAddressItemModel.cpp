@@ -45,6 +45,18 @@ QVariant QNCamRegsAddressItemModel::data(const QModelIndex& a_index, int a_role)
     return QVariant();
 }
 
+QString QNCamRegsAddressItemModel::valueNote(const QString& a_value) const
+{
+    quint32 address = 0;
+    if (!QNRegisterAccess::parseCameraAddress(a_value, &address))
+        return QString();
+    for (const Register& entry : m_registers) {
+        if (entry.m_address == address)
+            return entry.m_name;
+    }
+    return QString();
+}
+
 void QNCamRegsAddressItemModel::buildTable()
 {
     beginResetModel();

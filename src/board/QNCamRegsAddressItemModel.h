@@ -34,6 +34,9 @@ public:
     int rowCount(const QModelIndex& a_parent = QModelIndex()) const override;
     // Display: "name  0xADDRESS = value"; edit: the address as a register write holds it.
     QVariant data(const QModelIndex& a_index, int a_role = Qt::DisplayRole) const override;
+    // The name the camera's description gives the register at the address a_value; empty for an address
+    // it does not name.
+    QString valueNote(const QString& a_value) const override;
 
 signals:
     // Every value of the current table has been read (or found unreadable).

@@ -3,6 +3,7 @@
 
 #include "elements/BooleanFeature.h"
 #include "elements/FeatureTableFeature.h"
+#include "elements/StringFeature.h"
 #include "elements/ValueFeatureElementBase.h"
 
 #include <QColor>
@@ -142,6 +143,14 @@ QVariant FeatureTableFeatureModel::data(const QModelIndex& a_index, int a_role) 
     const bool highlighted = member->isHighlightActive();
     switch (a_role) {
     case Qt::DisplayRole:
+        // Only the cell's text carries the note; the value, and so the file, stays without it.
+        if (const auto* text = qobject_cast<const StringFeature*>(member)) {
+            const QString note =
+                text->completerModel() ? text->completerModel()->valueNote(text->displayText()) : QString();
+            if (!note.isEmpty())
+                return QStringLiteral("%1  %2").arg(text->displayText(), note);
+        }
+        Q_FALLTHROUGH();
     case Qt::EditRole:
         if (const auto* valueMember = qobject_cast<const ValueFeatureElementBase*>(member))
             return valueMember->displayText();

@@ -73,4 +73,9 @@ void StringFeatureCompleterItemModel::latestValueChanged(const QString&)
 {
 }
 
+QString StringFeatureCompleterItemModel::valueNote(const QString&) const
+{
+    return QString();
+}
+
 } // namespace Orvex

@@ -42,6 +42,10 @@ public:
     int columnCount(const QModelIndex& a_parent = QModelIndex()) const override;
     QVariant data(const QModelIndex& a_index, int a_role = Qt::DisplayRole) const override;
 
+    // A few words that tell what a_value stands for, which a view may show beside it (a register's name
+    // beside its address); the value itself stays as it is. Empty when the model knows nothing of it.
+    virtual QString valueNote(const QString& a_value) const;
+
 protected:
     virtual void sourceChanged(ValueFeatureElementBase* a_element, int a_index);
     virtual void latestValueChanged(const QString& a_value);

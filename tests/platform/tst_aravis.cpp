@@ -1,9 +1,13 @@
 #include "BoardFixtures.h"
+#include "ElementFixtures.h"
 #include "FileFixtures.h"
 #include "board/PreviewAcqIf.h"
 #include "board/QNBrdDataSource.h"
 #include "board/QNBrdDisplayName.h"
 #include "board/QNCamRegsAddressItemModel.h"
+#include "elements/FeatureTableFeature.h"
+#include "elements/FeatureTableFeatureModel.h"
+#include "elements/StringFeature.h"
 #include "platform/CameraSettings.h"
 #include "platform/QNDriver.h"
 
@@ -116,6 +120,34 @@ private slots:
         }
         QCOMPARE(rows, QStringList({"WidthRegister  0x00000100 = 0x00000200 | 0x00000100",
                                     "TestRegister  0x000001F0 = 0x12345678 | 0x000001F0"}));
+    }
+
+    // A register write's cell shows the name the camera gives its address; the value keeps only the address.
+    void addressNote_data()
+    {
+        QTest::addColumn<QString>("address");
+        QTest::addColumn<QString>("cell");
+        QTest::newRow("named") << "0x000001F0"
+                               << "0x000001F0  TestRegister";
+        QTest::newRow("short form") << "0x100"
+                                    << "0x100  WidthRegister";
+        QTest::newRow("unnamed") << "0x00000FF0"
+                                 << "0x00000FF0";
+    }
+    void addressNote()
+    {
+        QFETCH(QString, address);
+        QFETCH(QString, cell);
+        QNCamRegsAddressItemModel names(m_source.get());
+        OrvexTest::HolderElement holder;
+        FeatureTableFeature table(&holder);
+        auto* field = new StringFeature(&table);
+        field->setCompleterModel(&names);
+        table.addMember(field);
+        qobject_cast<StringFeature*>(table.member(0, 0))->setValue(address);
+        const QModelIndex index = table.model()->index(0, FeatureTableFeatureModel::FirstMemberColumn);
+        QCOMPARE(index.data().toString(), cell);
+        QCOMPARE(index.data(Qt::EditRole).toString(), address);
     }
 
     void apply_data()
