@@ -73,6 +73,7 @@ void QNCamRegsAddressItemModel::buildTable()
             m_registers.append({QString::fromUtf8(name), static_cast<quint32>(address), QStringLiteral("?")});
     }
     endResetModel();
+    emit valueNotesChanged();
     if (m_registers.isEmpty())
         return;
 

@@ -2,6 +2,7 @@
 
 #include "elements/FeatureTableFeatureItemDelegate.h"
 #include "elements/FeatureTableFeatureModel.h"
+#include "elements/StringFeature.h"
 #include "elements/ValueFeatureElementBase.h"
 
 #include <QHeaderView>
@@ -294,6 +295,15 @@ void FeatureTableFeature::connectMember(FeatureElementBase* a_member)
                 &FeatureTableFeature::featureChanged, unique);
     connect(a_member, &WidgetElementBase::highlightTriggered, this, &FeatureTableFeature::featureHighlighted,
             unique);
+    if (auto* text = qobject_cast<StringFeature*>(a_member); text && text->completerModel())
+        connect(text->completerModel(), &StringFeatureCompleterItemModel::valueNotesChanged, this,
+                &FeatureTableFeature::notesChanged, unique);
+}
+
+void FeatureTableFeature::notesChanged()
+{
+    if (m_model)
+        m_model->instanceChange();
 }
 
 } // namespace Orvex

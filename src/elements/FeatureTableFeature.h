@@ -61,6 +61,8 @@ private slots:
     void featureChanged();
     // A member's highlight started or ended: its cell changes colour.
     void featureHighlighted(bool a_active);
+    // What a member's completion model tells of values changed (another camera): every row is shown anew.
+    void notesChanged();
 
 protected:
     // Instances are model rows here, never rows of widgets.

@@ -46,6 +46,10 @@ public:
     // beside its address); the value itself stays as it is. Empty when the model knows nothing of it.
     virtual QString valueNote(const QString& a_value) const;
 
+signals:
+    // What valueNote tells may have changed for any value.
+    void valueNotesChanged();
+
 protected:
     virtual void sourceChanged(ValueFeatureElementBase* a_element, int a_index);
     virtual void latestValueChanged(const QString& a_value);
