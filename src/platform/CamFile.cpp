@@ -430,6 +430,53 @@ int writeToFile(void* a_context, const char* a_buffer, int a_length)
     return file->write(a_buffer, a_length) == a_length ? a_length : -1;
 }
 
+// A file written beside its final place and put there only once every byte has gone out, so that a
+// failed write leaves the previous file as it was. No direct-write fallback: a folder that refuses
+// the temporary file fails the write rather than overwriting the previous file in place.
+class SafeWrite
+{
+public:
+    explicit SafeWrite(const char* a_path) : m_path(a_path), m_file(QFile::decodeName(a_path)) {}
+
+    QSaveFile* file() { return &m_file; }
+
+    bool open() { return m_file.open(QIODevice::WriteOnly); }
+    bool write(const char* a_data, qint64 a_size) { return m_file.write(a_data, a_size) == a_size; }
+
+    Error failure(const char* a_message) const
+    {
+        // Qt loses the system's reason for a failed flush ("Unknown error"); errno still holds it.
+        const int reason = errno;
+        const std::string comment =
+            m_path + ": " + utf8(m_file.errorString()) +
+            (reason ? std::string(" (") + std::strerror(reason) + ")" : std::string());
+        return Error("Write error", a_message, comment.c_str());
+    }
+
+    // The reason is read before cancelling, which puts its own text in its place.
+    Error cancelled()
+    {
+        const Error error = failure("The file could not be written.");
+        m_file.cancelWriting();
+        return error;
+    }
+
+    Error commit()
+    {
+        // Qt 5's commit() ignores a failed flush of what is still buffered (a disk filling up at the
+        // end), and would put the cut-off file in place of the previous one.
+        if (!m_file.flush())
+            return cancelled();
+        if (!m_file.commit())
+            return failure("The file could not be written.");
+        return Error();
+    }
+
+private:
+    std::string m_path;
+    QSaveFile m_file;
+};
+
 } // namespace
 
 CamFile::CamFile() = default;
@@ -558,78 +605,38 @@ Error CamFile::write(const char* a_path) const
     Error result = makeDeclaration(m_declaration, declaration);
     if (!result)
         return result;
-    // No direct-write fallback: a folder that refuses the temporary file fails the write rather than
-    // overwriting the previous file in place.
-    QSaveFile file(QFile::decodeName(a_path));
-    const auto failure = [&](const char* a_message) {
-        // Qt loses the system's reason for a failed flush ("Unknown error"); errno still holds it.
-        const int reason = errno;
-        const std::string comment =
-            std::string(a_path) + ": " + utf8(file.errorString()) +
-            (reason ? std::string(" (") + std::strerror(reason) + ")" : std::string());
-        return Error("Write error", a_message, comment.c_str());
-    };
-    // The reason is read before cancelling, which puts its own text in its place.
-    const auto cancelled = [&file](const Error& a_error) {
-        file.cancelWriting();
-        return a_error;
-    };
-    if (!file.open(QIODevice::WriteOnly))
-        return failure("The file could not be opened for writing.");
+    SafeWrite out(a_path);
+    if (!out.open())
+        return out.failure("The file could not be opened for writing.");
     if (!declaration.text.empty()) {
         const std::string line = declaration.text + "\n";
-        if (file.write(line.data(), static_cast<qint64>(line.size())) != static_cast<qint64>(line.size())) {
-            return cancelled(failure("The file could not be written."));
-        }
+        if (!out.write(line.data(), static_cast<qint64>(line.size())))
+            return out.cancelled();
     }
     xmlSaveCtxtPtr save =
-        xmlSaveToIO(writeToFile, nullptr, &file, declaration.encoding.c_str(), XML_SAVE_NO_DECL);
+        xmlSaveToIO(writeToFile, nullptr, out.file(), declaration.encoding.c_str(), XML_SAVE_NO_DECL);
     if (!save) {
-        file.cancelWriting();
+        out.file()->cancelWriting();
         return Error("Unsupported encoding", "The declared encoding cannot be written.",
                      declaration.encoding.c_str());
     }
     const long saved = xmlSaveDoc(save, m_document);
     const int closed = xmlSaveClose(save);
-    if (saved < 0 || closed < 0) {
-        return cancelled(failure("The file could not be written."));
-    }
-    // Qt 5's commit() ignores a failed flush of what is still buffered (a disk filling up at the end),
-    // and would put the cut-off file in place of the previous one.
-    if (!file.flush()) {
-        return cancelled(failure("The file could not be written."));
-    }
-    if (!file.commit())
-        return failure("The file could not be written.");
-    return Error();
+    if (saved < 0 || closed < 0)
+        return out.cancelled();
+    return out.commit();
 }
 
 Error CamFile::writeBytes(const char* a_path, const char* a_data, long long a_size)
 {
     if (!a_path || !*a_path)
         return Error("Write error", "No file name was given.", nullptr);
-    QSaveFile file(QFile::decodeName(a_path));
-    const auto failure = [&](const char* a_message) {
-        // Qt loses the system's reason for a failed flush ("Unknown error"); errno still holds it.
-        const int reason = errno;
-        const std::string comment =
-            std::string(a_path) + ": " + utf8(file.errorString()) +
-            (reason ? std::string(" (") + std::strerror(reason) + ")" : std::string());
-        return Error("Write error", a_message, comment.c_str());
-    };
-    // The reason is read before cancelling, which puts its own text in its place.
-    const auto cancelled = [&file](const Error& a_error) {
-        file.cancelWriting();
-        return a_error;
-    };
-    if (!file.open(QIODevice::WriteOnly))
-        return failure("The file could not be opened for writing.");
-    if (file.write(a_data, a_size) != a_size || !file.flush()) {
-        return cancelled(failure("The file could not be written."));
-    }
-    if (!file.commit())
-        return failure("The file could not be written.");
-    return Error();
+    SafeWrite out(a_path);
+    if (!out.open())
+        return out.failure("The file could not be opened for writing.");
+    if (!out.write(a_data, a_size))
+        return out.cancelled();
+    return out.commit();
 }
 
 } // namespace Lumex
