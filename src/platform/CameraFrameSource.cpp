@@ -52,6 +52,15 @@ std::int64_t nowUs()
     return std::chrono::duration_cast<std::chrono::microseconds>(now).count() + 1;
 }
 
+// Holds the camera for one call that talks to it; a camera lost since it was opened ends the call here.
+std::unique_lock<std::mutex> reach(Camera& a_camera, const char* a_call)
+{
+    std::unique_lock<std::mutex> lock(a_camera.m_mutex);
+    if (!a_camera.reach())
+        fail(a_call, "the camera stopped answering", QNStatusCameraLost);
+    return lock;
+}
+
 } // namespace
 
 CameraFrameSource::CameraFrameSource(HwBrdHandle a_handle, unsigned a_bufferCount, unsigned a_lineAlignment)
@@ -61,9 +70,7 @@ CameraFrameSource::CameraFrameSource(HwBrdHandle a_handle, unsigned a_bufferCoun
         fail("CameraFrameSource", "no camera is open", QNStatusBadHandle);
     if (a_bufferCount == 0)
         fail("CameraFrameSource", "a stream needs at least one buffer", QNStatusBadArgument);
-    std::lock_guard<std::mutex> lock(m_camera->m_mutex);
-    if (!m_camera->reach())
-        fail("CameraFrameSource", "the camera stopped answering", QNStatusCameraLost);
+    const std::unique_lock<std::mutex> lock = reach(*m_camera, "CameraFrameSource");
     ArvCamera* camera = m_camera->m_camera;
     GError* error = nullptr;
     gint x = 0;
@@ -125,9 +132,7 @@ CameraFrameSource::~CameraFrameSource()
 
 void CameraFrameSource::startAcquisition()
 {
-    std::lock_guard<std::mutex> cameraLock(m_camera->m_mutex);
-    if (!m_camera->reach())
-        fail("CameraFrameSource::start", "the camera stopped answering", QNStatusCameraLost);
+    const std::unique_lock<std::mutex> cameraLock = reach(*m_camera, "CameraFrameSource::start");
     GError* error = nullptr;
     arv_camera_start_acquisition(m_camera->m_camera, &error);
     throwOnError(&error, "CameraFrameSource::start");
@@ -191,9 +196,7 @@ void CameraFrameSource::abort(bool)
 
 void CameraFrameSource::trigger()
 {
-    std::lock_guard<std::mutex> cameraLock(m_camera->m_mutex);
-    if (!m_camera->reach())
-        fail("CameraFrameSource::trigger", "the camera stopped answering", QNStatusCameraLost);
+    const std::unique_lock<std::mutex> cameraLock = reach(*m_camera, "CameraFrameSource::trigger");
     GError* error = nullptr;
     arv_camera_software_trigger(m_camera->m_camera, &error);
     throwOnError(&error, "CameraFrameSource::trigger");
