@@ -4,8 +4,9 @@
 
 #include <QByteArray>
 
+#include <cstddef>
 #include <memory>
-#include <unordered_map>
+#include <vector>
 
 struct _xmlDoc;
 struct _xmlNode;
@@ -45,6 +46,9 @@ private:
     {
         int begin = 0;
         int end = 0;
+        // The element's signature, made by the first merge that needs it and kept, since the source
+        // never changes; 0 until then.
+        mutable std::size_t signature = 0;
     };
 
     struct Recorder;
@@ -59,9 +63,17 @@ private:
 
     friend class LumexSourceMerge;
 
+    // The place of an element of this source's document; null for one read from elsewhere (an entity).
+    const Place* place(const _xmlNode* a_node) const;
+    // Nothing reads the text between the elements of an element holding elements: the merge takes that
+    // from the text itself.
+    static void dropTextBetweenElements(_xmlNode* a_node);
+
     QByteArray m_text;
     _xmlDoc* m_document = nullptr;
-    std::unordered_map<const _xmlNode*, Place> m_places;
+    // Each element of m_document finds its place through its _private pointer, which holds the index
+    // here plus one: a map beside the document cost more to fill than the parse itself.
+    std::vector<Place> m_places;
 };
 
 } // namespace Lumex
