@@ -128,6 +128,21 @@ void LumexPrinter::print(CameraElement* a_camera)
     m_extraBelow.clear();
     if (m_tree && m_tree->root())
         indexTree(m_tree->root());
+    // The links serve only to find extra data: a tree without any needs no index of them.
+    if (m_extraBelow.empty()) {
+        m_links.clear();
+    } else {
+        m_nextLink.assign(m_links.size(), -1);
+        m_firstLink.reserve(m_links.size());
+        for (int link = 0; link < int(m_links.size()); ++link) {
+            const auto inserted = m_firstLink.emplace(quint64(m_links[std::size_t(link)]->elementId()),
+                                                      std::make_pair(link, link));
+            if (!inserted.second) {
+                m_nextLink[std::size_t(inserted.first->second.second)] = link;
+                inserted.first->second.second = link;
+            }
+        }
+    }
 
     printCamera(a_camera);
     writeFrameContent();
@@ -186,7 +201,6 @@ bool LumexPrinter::save(const QString& a_path, FailurePlace* a_failure, QString*
 
 Lumex::CamProperty LumexPrinter::printPath(const QStringList& a_path, const PathHint* a_hint)
 {
-    breathe();
     if (a_path.isEmpty())
         return Lumex::CamProperty();
     Lumex::CamProperty node = m_document.root();
@@ -466,16 +480,8 @@ void LumexPrinter::writeFrameContent()
 
 bool LumexPrinter::indexTree(const LumexTreeElement* a_node)
 {
-    if (a_node->elementId() != 0) {
-        const int link = int(m_links.size());
+    if (a_node->elementId() != 0)
         m_links.push_back(a_node);
-        m_nextLink.push_back(-1);
-        const auto inserted = m_firstLink.emplace(quint64(a_node->elementId()), std::make_pair(link, link));
-        if (!inserted.second) {
-            m_nextLink[std::size_t(inserted.first->second.second)] = link;
-            inserted.first->second.second = link;
-        }
-    }
     bool compliant = a_node->isSchemaCompliant();
     for (const LumexTreeElement* child : a_node->childElements())
         compliant = indexTree(child) && compliant;
@@ -486,7 +492,7 @@ bool LumexPrinter::indexTree(const LumexTreeElement* a_node)
 
 const LumexTreeElement* LumexPrinter::linkedNode(const ElementBase* a_element, int a_index) const
 {
-    if (!a_element || a_element->id() == 0)
+    if (!a_element || a_element->id() == 0 || m_firstLink.empty())
         return nullptr;
     const auto found = m_firstLink.find(a_element->id());
     int link = found == m_firstLink.end() ? -1 : found->second.first;
@@ -498,6 +504,8 @@ const LumexTreeElement* LumexPrinter::linkedNode(const ElementBase* a_element, i
 const LumexTreeElement* LumexPrinter::instanceNode(const FeatureListFeatureBase* a_list,
                                                    size_t a_instance) const
 {
+    if (m_firstLink.empty())
+        return nullptr;
     // The members know their instance whatever was inserted, removed or moved since reading: the node
     // of a member lies in the instance's node, and an unnamed member is that node's own text.
     for (const FeatureElementBase* member : a_list->instanceMembers(a_instance)) {

@@ -90,7 +90,8 @@ private:
     // Records which nodes each element is linked to, and where extra data lies, in one walk of the tree.
     // Returns whether the subtree of a_node holds only schema content.
     bool indexTree(const LumexTreeElement* a_node);
-    // The a_index-th tree node linked to a_element, in tree order; null past the last.
+    // The a_index-th tree node linked to a_element, in tree order; null past the last, and always null
+    // when the tree holds no extra data.
     const LumexTreeElement* linkedNode(const ElementBase* a_element, int a_index) const;
     // The node read for instance a_instance of a_list; null for an instance that was not read.
     const LumexTreeElement* instanceNode(const FeatureListFeatureBase* a_list, size_t a_instance) const;
@@ -105,7 +106,8 @@ private:
     QString m_cameraLinkXsdPath;
     bool m_preserveExtraData = true;
     // The nodes linked to one element lie in m_links, chained through m_nextLink in tree order; the
-    // tree is walked once per save, since each visit of its nodes costs a cache miss.
+    // tree is walked once per save, since each visit of its nodes costs a cache miss. All empty when the
+    // tree holds no extra data, which is all they serve to find.
     // Per element id, the first and the last of its links.
     std::unordered_map<quint64, std::pair<int, int>> m_firstLink;
     std::vector<const LumexTreeElement*> m_links;

@@ -61,7 +61,8 @@ void LumexSource::recordStart(void* a_context, const xmlChar* a_local, const xml
     if (context->node && context->inputNr == 1) {
         const int at = offset(context);
         std::vector<Place>& places = recorder->source->m_places;
-        places.push_back({recorder->source->m_text.lastIndexOf('<', at), at});
+        const QByteArray& text = recorder->source->m_text;
+        places.push_back({text.lastIndexOf('<', at), at, text.indexOf('>', at) + 1});
         context->node->_private = reinterpret_cast<void*>(std::uintptr_t(places.size()));
     }
 }
@@ -77,9 +78,8 @@ void LumexSource::recordEnd(void* a_context, const xmlChar* a_local, const xmlCh
             const_cast<Place*>(place)->end = offset(context);
     }
     recorder->end(a_context, a_local, a_prefix, a_uri);
-    // Dropped as each element ends, so that the layout's nodes never all stand in memory at once.
     if (node && node != context->node && a_context == recorder->context)
-        dropTextBetweenElements(node);
+        recorder->source->dropText(node);
 }
 
 const LumexSource::Place* LumexSource::place(const xmlNode* a_node) const
@@ -88,8 +88,22 @@ const LumexSource::Place* LumexSource::place(const xmlNode* a_node) const
     return index > 0 && index <= m_places.size() ? &m_places[index - 1] : nullptr;
 }
 
-void LumexSource::dropTextBetweenElements(xmlNode* a_node)
+void LumexSource::dropText(xmlNode* a_node) const
 {
+    xmlNode* only = a_node->children;
+    if (only && !only->next && only->type == XML_TEXT_NODE) {
+        // Equal bytes mean no reference, no CDATA and no line end the parser normalized.
+        const Place* found = place(a_node);
+        const int closing = found ? closingTag(*found) : -1;
+        const std::size_t size =
+            only->content ? std::strlen(reinterpret_cast<const char*>(only->content)) : 0;
+        if (closing >= 0 && std::size_t(closing - found->inner) == size &&
+            std::memcmp(m_text.constData() + found->inner, only->content, size) == 0) {
+            xmlUnlinkNode(only);
+            xmlFreeNode(only);
+        }
+        return;
+    }
     bool holdsElements = false;
     for (const xmlNode* child = a_node->children; child && !holdsElements; child = child->next)
         holdsElements = child->type == XML_ELEMENT_NODE;
@@ -103,6 +117,16 @@ void LumexSource::dropTextBetweenElements(xmlNode* a_node)
         }
         child = next;
     }
+}
+
+int LumexSource::closingTag(const Place& a_place) const
+{
+    if (a_place.inner <= a_place.begin)
+        return -1;
+    if (a_place.inner >= a_place.end)
+        return a_place.inner;
+    const int closing = m_text.lastIndexOf("</", a_place.end - 1);
+    return closing >= a_place.inner ? closing : -1;
 }
 
 LumexSource::LumexSource(const QByteArray& a_text) : m_text(a_text)

@@ -46,6 +46,9 @@ private:
     {
         int begin = 0;
         int end = 0;
+        // Just past the start tag. An element left without children holds as its value the text from
+        // here to its end tag, as it stands in the file.
+        int inner = 0;
         // The element's signature, made by the first merge that needs it and kept, since the source
         // never changes; 0 until then.
         mutable std::size_t signature = 0;
@@ -65,9 +68,12 @@ private:
 
     // The place of an element of this source's document; null for one read from elsewhere (an entity).
     const Place* place(const _xmlNode* a_node) const;
-    // Nothing reads the text between the elements of an element holding elements: the merge takes that
-    // from the text itself.
-    static void dropTextBetweenElements(_xmlNode* a_node);
+    // The text nodes the merge does not need, dropped as each element ends so that they never all
+    // stand in memory at once: the text between the elements of an element holding elements (the merge
+    // takes the layout from the file's text), and a value that reads as it is written in the file.
+    void dropText(_xmlNode* a_node) const;
+    // The end tag's start of an element with content.
+    int closingTag(const Place& a_place) const;
 
     QByteArray m_text;
     _xmlDoc* m_document = nullptr;

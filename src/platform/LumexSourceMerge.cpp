@@ -73,14 +73,14 @@ bool isAsciiSpace(char a_character)
     return a_character == ' ' || (a_character >= '\t' && a_character <= '\r');
 }
 
-// The value of an element without child elements, trimmed as trimmed() does. Most values are a single
-// text node of plain ASCII, which needs no copy.
-std::string_view valueText(const xmlNode* a_node, std::string& a_buffer)
+// The value of an element without child elements, trimmed as trimmed() does; a_childless when it has
+// no children at all. Most values are a single text node of plain ASCII, which needs no copy.
+std::string_view valueText(const xmlNode* a_node, std::string_view a_childless, std::string& a_buffer)
 {
     const xmlNode* child = a_node->children;
     std::string_view text;
     if (!child) {
-        text = std::string_view();
+        text = a_childless;
     } else if (!child->next && child->type == XML_TEXT_NODE) {
         text = bytes(reinterpret_cast<const char*>(child->content));
     } else {
@@ -260,7 +260,7 @@ bool LumexSourceMerge::element(const xmlNode* a_old, const xmlNode* a_new)
     startTag(a_old, a_new, place.begin, end, false);
     const int closing = m_text.lastIndexOf("</", place.end - 1);
     if (!newElements && !hasElements(a_old)) {
-        const std::string oldText = content(a_old);
+        const std::string oldText = a_old->children ? content(a_old) : std::string(sourceValue(place));
         if (newText == oldText || newText == trimmed(oldText))
             m_out += m_text.mid(end, closing - end);
         else
@@ -707,6 +707,14 @@ LumexSourceMerge::Kid LumexSourceMerge::kid(const xmlNode* a_node, int a_lowerBo
     return result;
 }
 
+std::string_view LumexSourceMerge::sourceValue(const LumexSource::Place& a_place) const
+{
+    const int closing = m_source.closingTag(a_place);
+    return closing > a_place.inner
+               ? std::string_view(m_text.constData() + a_place.inner, std::size_t(closing - a_place.inner))
+               : std::string_view();
+}
+
 QByteArray LumexSourceMerge::indentOf(int a_begin) const
 {
     int position = a_begin;
@@ -743,7 +751,8 @@ std::size_t LumexSourceMerge::signature(const xmlNode* a_node)
         }
     } else {
         std::string buffer;
-        result = mixed(mixed(result, std::size_t(3)), valueText(a_node, buffer));
+        const std::string_view childless = place ? sourceValue(*place) : std::string_view();
+        result = mixed(mixed(result, std::size_t(3)), valueText(a_node, childless, buffer));
     }
     if (place)
         place->signature = result;
