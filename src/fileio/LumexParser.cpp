@@ -50,6 +50,18 @@ QString quotedValue(const QString& a_value)
     return escaped(a_value.size() > limit ? a_value.left(limit) + QChar(0x2026) : a_value);
 }
 
+// Whether a node's name reads a_name, without a string made for every feature looked up.
+bool sameName(const char* a_utf8, const QString& a_name)
+{
+    const char* utf8 = a_utf8 ? a_utf8 : "";
+    const int length = int(qstrlen(utf8));
+    for (int i = 0; i < length; ++i) {
+        if (uchar(utf8[i]) >= 0x80)
+            return text(utf8) == a_name;
+    }
+    return a_name == QLatin1String(utf8, length);
+}
+
 bool isBlank(const char* a_text)
 {
     for (const char* character = a_text; character && *character; ++character) {
@@ -156,7 +168,7 @@ void LumexParser::parse(CameraElement* a_camera)
 {
     if (!a_camera)
         return;
-    m_modesByName.clear();
+    m_modeNodesByName.clear();
     step(QStringLiteral("Loading global features"));
     parseCategory(a_camera->globalCategory(), nullptr);
     parseModes(a_camera);
@@ -183,7 +195,7 @@ Lumex::ConstCamProperty LumexParser::parsePath(const QStringList& a_path, const 
         if (a_path.size() == next)
             return node;
     }
-    if (!node || text(node.name()) != a_path.at(next))
+    if (!node || !sameName(node.name(), a_path.at(next)))
         return Lumex::ConstCamProperty();
     for (int i = next + 1; i < a_path.size(); ++i) {
         if (a_path.at(i).isEmpty())
@@ -256,6 +268,9 @@ void LumexParser::parseModes(CameraElement* a_camera)
     }
 
     const QVector<ModeElement*> modeElements = a_camera->modes();
+    // Only the tree can attach a node to a mode, and it has done so for none of the copies made above: a
+    // search of the attached modes for each of them would make loading quadratic in the modes.
+    const int copiesFrom = modeElements.size() - (count - 1);
     for (int index = 0; index < count; ++index) {
         const Lumex::ConstCamProperty& node = nodes.at(index);
         const QString& name = names.at(index);
@@ -265,13 +280,13 @@ void LumexParser::parseModes(CameraElement* a_camera)
                 BadModeException,
                 QStringLiteral("Unable to find entry for camera mode, \"%1\".").arg(quotedValue(name)));
         }
-        m_modesByName.insert(name, mode);
         LumexTreeElement* modeNode = nullptr;
         if (m_tree) {
-            modeNode = m_tree->modeNode(mode);
+            modeNode = index < copiesFrom ? m_tree->modeNode(mode) : nullptr;
             if (!modeNode)
                 modeNode = m_tree->attachMode(mode);
         }
+        m_modeNodesByName.insert(name, modeNode);
         step(QStringLiteral("Loading mode: ") + name);
 
         const PathHint hint(node, s_modesPath, modeNode);
@@ -454,7 +469,8 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
         } else {
             readable = bool(holder.get(read));
         }
-        const QStringList valuePath = name.isEmpty() ? path : QStringList(path) << name;
+        // Only a failure names the path.
+        const auto valuePath = [&] { return name.isEmpty() ? path : QStringList(path) << name; };
         if (!readable) {
             ORVEX_THROW_AT(
                 BadValueException,
@@ -462,19 +478,20 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
                                         ? "Unable to retrieve an attribute value for the \"%1\" feature."
                                         : "Unable to retrieve a value for the \"%1\" feature.")
                     .arg(name),
-                placeOf(valueNode, valuePath, QStringLiteral("the value cannot be read")));
+                placeOf(valueNode, valuePath(), QStringLiteral("the value cannot be read")));
         }
-        const QString problem = readValue(value, instance, text(read));
+        const QString readText = text(read);
+        const QString problem = readValue(value, instance, readText);
         if (!problem.isEmpty()) {
             ORVEX_THROW_AT(BadValueException, problem,
-                           placeOf(valueNode, valuePath, LumexFailureWords::valueProblem(value, text(read))));
+                           placeOf(valueNode, valuePath(), LumexFailureWords::valueProblem(value, readText)));
         }
         // An unnamed feature is the text of its holder, whose node stands for it.
         LumexTreeElement* node = name.isEmpty() ? treeHolder : treeNodes.value(int(instance));
         if (node) {
             link(node, value);
             node->setLine(int(valueNode.line()));
-            node->setValue(text(read).trimmed().toLocal8Bit());
+            node->setValue(readText.trimmed().toLocal8Bit());
         }
     }
 }
@@ -529,8 +546,10 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
         const char* attribute = a_node.attribute(index);
         const QString name = text(attribute);
         bool known = false;
-        for (const LumexTreeElement* child : a_treeElement->childElements(name))
-            known = known || child->isAttribute();
+        for (int child = 0; !known && child < a_treeElement->childCount(); ++child) {
+            const LumexTreeElement* node = a_treeElement->childAt(child);
+            known = node->isAttribute() && node->name() == name;
+        }
         if (known)
             continue;
         const char* value = nullptr;
@@ -590,8 +609,7 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
             const char* modeName = nullptr;
             if (!child->get("name", modeName))
                 ORVEX_THROW(BadModeException, "Camera mode property lacks the \"name\" attribute.");
-            const ModeElement* mode = m_modesByName.value(text(modeName));
-            next = mode && m_tree ? m_tree->modeNode(mode) : nullptr;
+            next = m_modeNodesByName.value(text(modeName));
             if (!next) {
                 ORVEX_THROW(BadModeException, QStringLiteral("Unable to find entry for camera mode, \"%1\".")
                                                   .arg(quotedValue(text(modeName))));

@@ -112,9 +112,9 @@ private:
     QString m_mode;
     QPointer<LumexTree> m_tree;
     QPointer<ProgressStepper> m_progress;
-    // The modes as the file names them, for the walk over content the schema does not know, which meets
-    // every mode again.
-    QHash<QString, ModeElement*> m_modesByName;
+    // The document tree node of each mode as the file names it, for the walk over content the schema does
+    // not know, which meets every mode again.
+    QHash<QString, LumexTreeElement*> m_modeNodesByName;
 };
 
 } // namespace Orvex
