@@ -32,6 +32,19 @@ QString text(const char* a_utf8)
     return QString::fromUtf8(a_utf8 ? a_utf8 : "");
 }
 
+// Compared without a QString made per node: every value written asks. Names are nearly always ASCII.
+bool isNamed(const QString& a_name, const char* a_utf8)
+{
+    if (!a_utf8)
+        return a_name.isEmpty();
+    int size = 0;
+    for (const char* at = a_utf8; *at; ++at, ++size) {
+        if (static_cast<unsigned char>(*at) >= 0x80)
+            return a_name == QString::fromUtf8(a_utf8);
+    }
+    return a_name == QLatin1String(a_utf8, size);
+}
+
 QString escaped(const QString& a_text)
 {
     return a_text.toHtmlEscaped();
@@ -204,7 +217,7 @@ Lumex::CamProperty LumexPrinter::printPath(const QStringList& a_path, const Path
         if (a_path.size() == next)
             return node;
     }
-    if (node.isNull() || text(node.name()) != a_path.at(next))
+    if (node.isNull() || !isNamed(a_path.at(next), node.name()))
         return Lumex::CamProperty();
     for (int index = next + 1; index < a_path.size(); ++index) {
         if (a_path.at(index).isEmpty())
@@ -363,6 +376,7 @@ Lumex::CamProperty LumexPrinter::printFeature(FeatureElementBase* a_feature, con
         ORVEX_THROW(FeatureLoadErrorException,
                     QStringLiteral("Unable to print a path for the \"%1\" feature.").arg(name));
     QStringList texts;
+    texts.reserve(int(value->instanceCount()));
     for (size_t instance = 0; instance < value->instanceCount(); ++instance)
         texts << value->valueText(instance);
     if (texts.isEmpty())
