@@ -24,6 +24,8 @@
 #include <QHash>
 #include <QSet>
 
+#include <algorithm>
+
 namespace Orvex {
 
 namespace {
@@ -69,17 +71,6 @@ bool isBlank(const char* a_text)
             return false;
     }
     return true;
-}
-
-// A node the schema knows holds the value of an element feature: its text is that value, which the
-// feature keeps and writes, so the text must not be kept a second time.
-bool holdsFeatureValue(const LumexTreeElement* a_node)
-{
-    if (a_node->elementId() == 0)
-        return false;
-    const auto* feature =
-        qobject_cast<const ValueFeatureElementBase*>(ElementBase::findById(quint64(a_node->elementId())));
-    return feature && !feature->isAttribute();
 }
 
 void link(LumexTreeElement* a_node, const ElementBase* a_element)
@@ -169,6 +160,7 @@ void LumexParser::parse(CameraElement* a_camera)
     if (!a_camera)
         return;
     m_modeNodesByName.clear();
+    m_valueHolders.clear();
     step(QStringLiteral("Loading global features"));
     parseCategory(a_camera->globalCategory(), nullptr);
     parseModes(a_camera);
@@ -260,12 +252,15 @@ void LumexParser::parseModes(CameraElement* a_camera)
     // Every mode starts as a copy of the untouched template, before the first one is filled.
     ModeElement* modeTemplate = a_camera->mode(0);
     modeTemplate->setName(names.first());
+    QVector<ModeElement*> copies;
+    copies.reserve(count);
     for (int added = a_camera->modeCount(); added < count; ++added) {
         breathe();
         ModeElement* copy = modeTemplate->clone();
         copy->setName(names.at(added));
-        a_camera->appendUniquelyNamedMode(copy);
+        copies.append(copy);
     }
+    a_camera->appendUniquelyNamedModes(copies);
 
     const QVector<ModeElement*> modeElements = a_camera->modes();
     // Only the tree can attach a node to a mode, and it has done so for none of the copies made above: a
@@ -299,7 +294,7 @@ void LumexParser::parseModes(CameraElement* a_camera)
 
 void LumexParser::parseCategory(CategoryElementBase* a_category, const PathHint* a_hint)
 {
-    breathe();
+    // parsePath breathes.
     const QStringList path = a_category->elementPath();
     const Lumex::ConstCamProperty node = parsePath(path, a_hint);
     if (!node) {
@@ -341,7 +336,7 @@ bool LumexParser::parseCategoryPresence(GenericModeCategory* a_category, const P
 
 void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_hint)
 {
-    breathe();
+    // parsePath breathes.
     const QString name = a_feature->name();
     const QByteArray utf8Name = name.toUtf8();
     const QStringList path = a_feature->elementPath();
@@ -490,6 +485,7 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
         LumexTreeElement* node = name.isEmpty() ? treeHolder : treeNodes.value(int(instance));
         if (node) {
             link(node, value);
+            noteValueHolder(value);
             node->setLine(int(valueNode.line()));
             node->setValue(readText.trimmed().toLocal8Bit());
         }
@@ -575,7 +571,15 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
     const bool dropBlanks = hasElements && !hasText;
     const bool holdsValue = holdsFeatureValue(a_treeElement);
 
-    QHash<QString, int> seen;
+    // Per name, the elements met so far and where the node of the last one stands among the children:
+    // the next one of that name is looked for from there rather than from the first child, since a
+    // node may hold hundreds of the same name.
+    struct Met
+    {
+        int count = 0;
+        int position = -1;
+    };
+    QHash<QString, Met> seen;
     for (auto child = a_node.begin(nullptr); child != children; ++child) {
         if (child->is(Lumex::CamProperty::OtherNode))
             continue;
@@ -600,7 +604,8 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
         }
 
         const QString name = text(child->name());
-        const int occurrence = seen[name]++;
+        Met& met = seen[name];
+        ++met.count;
         LumexTreeElement* next = nullptr;
         // Only the modes of the first "modes" block of the first camera are the camera's; a second block
         // is content the schema does not know, kept as it is.
@@ -615,14 +620,53 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
                                                   .arg(quotedValue(text(modeName))));
             }
         } else {
-            next = a_treeElement->childByName(name, occurrence);
-            if (!next)
+            for (int position = met.position + 1; !next && position < a_treeElement->childCount();
+                 ++position) {
+                if (a_treeElement->childAt(position)->name() == name) {
+                    next = a_treeElement->childAt(position);
+                    met.position = position;
+                }
+            }
+            if (!next) {
                 next = a_treeElement->addChild(name);
+                met.position = a_treeElement->childCount() - 1;
+            }
         }
         if (next->line() == 0)
             next->setLine(int(child->line()));
         populateNonSchemaCompliant(a_camera, *child, next);
     }
+}
+
+bool LumexParser::holdsFeatureValue(const LumexTreeElement* a_node) const
+{
+    const quint64 id = quint64(a_node->elementId());
+    if (id == 0)
+        return false;
+    // The nodes linked above answer from their bit, without a visit to their element; the rest ask it.
+    if (id >= m_valueHolderBase && id - m_valueHolderBase < quint64(m_valueHolders.size()) &&
+        m_valueHolders[size_t(id - m_valueHolderBase)] && ElementBase::findById(id))
+        return true;
+    const auto* feature = qobject_cast<const ValueFeatureElementBase*>(ElementBase::findById(id));
+    return feature && !feature->isAttribute();
+}
+
+void LumexParser::noteValueHolder(const ValueFeatureElementBase* a_feature)
+{
+    if (a_feature->isAttribute())
+        return;
+    // Ids come from a counter, so a bit per id from the first one noted stays small; an id far from it
+    // is not noted and is asked of its element instead.
+    constexpr quint64 span = quint64(1) << 24;
+    const quint64 id = a_feature->id();
+    if (m_valueHolders.empty())
+        m_valueHolderBase = id;
+    if (id < m_valueHolderBase || id - m_valueHolderBase >= span)
+        return;
+    const size_t bit = size_t(id - m_valueHolderBase);
+    if (bit >= m_valueHolders.size())
+        m_valueHolders.resize(std::max(bit + 1, 2 * m_valueHolders.size()));
+    m_valueHolders[bit] = true;
 }
 
 void LumexParser::breathe()
