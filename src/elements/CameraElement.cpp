@@ -7,7 +7,6 @@
 
 #include <QRegularExpression>
 #include <QScopedValueRollback>
-#include <QSet>
 
 #include <vector>
 
@@ -132,26 +131,9 @@ int CameraElement::insertMode(int a_position, ModeElement* a_mode)
     return placeMode(a_position, a_mode, true);
 }
 
-void CameraElement::appendUniquelyNamedModes(const QVector<ModeElement*>& a_modes)
+int CameraElement::appendUniquelyNamedMode(ModeElement* a_mode)
 {
-    dropDestroyedModes();
-    QSet<const ModeElement*> held;
-    held.reserve(m_modes.size() + a_modes.size());
-    for (const QPointer<ModeElement>& mode : qAsConst(m_modes))
-        held.insert(mode);
-    m_modes.reserve(m_modes.size() + a_modes.size());
-    for (ModeElement* mode : a_modes) {
-        if (!mode || mode->camera() != this || held.contains(mode))
-            continue;
-        held.insert(mode);
-        if (mode->parent() != this)
-            mode->setParent(this);
-        const int position = m_modes.size();
-        m_modes.append(mode);
-        forgetLivingModes();
-        connect(mode, &QObject::destroyed, this, &CameraElement::dropDestroyedModes, Qt::UniqueConnection);
-        emit modeInserted(position);
-    }
+    return placeMode(-1, a_mode, false);
 }
 
 int CameraElement::placeMode(int a_position, ModeElement* a_mode, bool a_makeNameUnique)

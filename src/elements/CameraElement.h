@@ -57,11 +57,10 @@ public:
     // null, for a mode of another camera and for one in the camera already.
     int insertMode(int a_position, ModeElement* a_mode);
     int appendMode(ModeElement* a_mode) { return insertMode(-1, a_mode); }
-    // appendMode() of each of a_modes, in order, for a loader that has named them apart from every mode
-    // of the camera and from one another: names are taken as they are, and the camera's modes are
-    // compared with the new ones once rather than for each of them, which for the thousands of modes of a
-    // large file would be quadratic. Modes refused by appendMode are left out.
-    void appendUniquelyNamedModes(const QVector<ModeElement*>& a_modes);
+    // appendMode() for a loader that has named a_mode apart from every mode of the camera itself: its
+    // name is taken as it is, without comparing it with all the others, which for the thousands of modes
+    // of a large file would be quadratic.
+    int appendUniquelyNamedMode(ModeElement* a_mode);
     // Takes a mode out without destroying it; it stays a Qt child until the caller gives it another
     // parent. Taking the current mode shows the global page first. Null for a position out of range.
     ModeElement* takeMode(int a_position);

@@ -252,15 +252,12 @@ void LumexParser::parseModes(CameraElement* a_camera)
     // Every mode starts as a copy of the untouched template, before the first one is filled.
     ModeElement* modeTemplate = a_camera->mode(0);
     modeTemplate->setName(names.first());
-    QVector<ModeElement*> copies;
-    copies.reserve(count);
     for (int added = a_camera->modeCount(); added < count; ++added) {
         breathe();
         ModeElement* copy = modeTemplate->clone();
         copy->setName(names.at(added));
-        copies.append(copy);
+        a_camera->appendUniquelyNamedMode(copy);
     }
-    a_camera->appendUniquelyNamedModes(copies);
 
     const QVector<ModeElement*> modeElements = a_camera->modes();
     // Only the tree can attach a node to a mode, and it has done so for none of the copies made above: a
