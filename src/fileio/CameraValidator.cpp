@@ -282,7 +282,9 @@ void CameraValidator::checkFeature(const FeatureElementBase* a_feature, const QS
         for (size_t instance = 0; instance < count; ++instance) {
             const QString prefix =
                 name.isEmpty() ? holder : joined(holder, indexed(name, repeated, instance));
-            for (const FeatureElementBase* member : list->instanceMembers(instance))
+            // Member by member: a list of each instance's members would be made for every instance.
+            for (size_t position = 0; const FeatureElementBase* member = list->member(instance, position);
+                 ++position)
                 checkFeature(member, memberHolder, prefix);
         }
         checkUniqueKeys(list, holder);

@@ -24,6 +24,8 @@
 #include <QHash>
 #include <QSet>
 
+#include <algorithm>
+
 namespace Orvex {
 
 namespace {
@@ -69,23 +71,6 @@ bool isBlank(const char* a_text)
             return false;
     }
     return true;
-}
-
-// A node the schema knows holds the value of an element feature: its text is that value, which the
-// feature keeps and writes, so the text must not be kept a second time.
-bool holdsFeatureValue(const LumexTreeElement* a_node)
-{
-    if (a_node->elementId() == 0)
-        return false;
-    const auto* feature =
-        qobject_cast<const ValueFeatureElementBase*>(ElementBase::findById(quint64(a_node->elementId())));
-    return feature && !feature->isAttribute();
-}
-
-void link(LumexTreeElement* a_node, const ElementBase* a_element)
-{
-    if (a_node)
-        a_node->setElementId(qint64(a_element->id()));
 }
 
 } // namespace
@@ -169,6 +154,7 @@ void LumexParser::parse(CameraElement* a_camera)
     if (!a_camera)
         return;
     m_modeNodesByName.clear();
+    m_linked.clear();
     step(QStringLiteral("Loading global features"));
     parseCategory(a_camera->globalCategory(), nullptr);
     parseModes(a_camera);
@@ -299,7 +285,7 @@ void LumexParser::parseModes(CameraElement* a_camera)
 
 void LumexParser::parseCategory(CategoryElementBase* a_category, const PathHint* a_hint)
 {
-    breathe();
+    // parsePath breathes.
     const QStringList path = a_category->elementPath();
     const Lumex::ConstCamProperty node = parsePath(path, a_hint);
     if (!node) {
@@ -341,7 +327,7 @@ bool LumexParser::parseCategoryPresence(GenericModeCategory* a_category, const P
 
 void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_hint)
 {
-    breathe();
+    // parsePath breathes.
     const QString name = a_feature->name();
     const QByteArray utf8Name = name.toUtf8();
     const QStringList path = a_feature->elementPath();
@@ -489,7 +475,7 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
         // An unnamed feature is the text of its holder, whose node stands for it.
         LumexTreeElement* node = name.isEmpty() ? treeHolder : treeNodes.value(int(instance));
         if (node) {
-            link(node, value);
+            link(node, value, !value->isAttribute());
             node->setLine(int(valueNode.line()));
             node->setValue(readText.trimmed().toLocal8Bit());
         }
@@ -575,7 +561,15 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
     const bool dropBlanks = hasElements && !hasText;
     const bool holdsValue = holdsFeatureValue(a_treeElement);
 
-    QHash<QString, int> seen;
+    // Per name, the elements met so far and where the node of the last one stands among the children:
+    // the next one of that name is looked for from there rather than from the first child, since a
+    // node may hold hundreds of the same name.
+    struct Met
+    {
+        int count = 0;
+        int position = -1;
+    };
+    QHash<QString, Met> seen;
     for (auto child = a_node.begin(nullptr); child != children; ++child) {
         if (child->is(Lumex::CamProperty::OtherNode))
             continue;
@@ -600,7 +594,8 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
         }
 
         const QString name = text(child->name());
-        const int occurrence = seen[name]++;
+        Met& met = seen[name];
+        ++met.count;
         LumexTreeElement* next = nullptr;
         // Only the modes of the first "modes" block of the first camera are the camera's; a second block
         // is content the schema does not know, kept as it is.
@@ -615,14 +610,55 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
                                                   .arg(quotedValue(text(modeName))));
             }
         } else {
-            next = a_treeElement->childByName(name, occurrence);
-            if (!next)
+            for (int position = met.position + 1; !next && position < a_treeElement->childCount();
+                 ++position) {
+                if (a_treeElement->childAt(position)->name() == name) {
+                    next = a_treeElement->childAt(position);
+                    met.position = position;
+                }
+            }
+            if (!next) {
                 next = a_treeElement->addChild(name);
+                met.position = a_treeElement->childCount() - 1;
+            }
         }
         if (next->line() == 0)
             next->setLine(int(child->line()));
         populateNonSchemaCompliant(a_camera, *child, next);
     }
+}
+
+bool LumexParser::holdsFeatureValue(const LumexTreeElement* a_node) const
+{
+    const quint64 id = quint64(a_node->elementId());
+    if (id == 0)
+        return false;
+    // The elements linked above answer from their note, without a visit to each element; others are asked.
+    const quint8 note = id >= m_linkedBase && id - m_linkedBase < quint64(m_linked.size())
+                            ? m_linked[size_t(id - m_linkedBase)]
+                            : quint8(0);
+    if (note != 0 && ElementBase::findById(id))
+        return note == HoldsValue;
+    const auto* feature = qobject_cast<const ValueFeatureElementBase*>(ElementBase::findById(id));
+    return feature && !feature->isAttribute();
+}
+
+void LumexParser::link(LumexTreeElement* a_node, const ElementBase* a_element, bool a_holdsValue)
+{
+    if (a_node)
+        a_node->setElementId(qint64(a_element->id()));
+    // Ids come from a counter, so a note per id from the first one noted stays small; an id far from it
+    // is not noted, and its element is asked instead.
+    constexpr quint64 span = quint64(1) << 24;
+    const quint64 id = a_element->id();
+    if (m_linked.empty())
+        m_linkedBase = id;
+    if (id < m_linkedBase || id - m_linkedBase >= span)
+        return;
+    const size_t at = size_t(id - m_linkedBase);
+    if (at >= m_linked.size())
+        m_linked.resize(std::max(at + 1, 2 * m_linked.size()), quint8(0));
+    m_linked[at] = a_holdsValue ? HoldsValue : HoldsNoValue;
 }
 
 void LumexParser::breathe()
