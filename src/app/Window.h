@@ -152,7 +152,8 @@ private:
     bool settleChangedFile(const QString& a_path);
     void showQueuedMessages();
 
-    void setDocumentPath(const QString& a_docPath);
+    // a_contents, when given, are the file's present contents, just written.
+    void setDocumentPath(const QString& a_docPath, const QByteArray* a_contents = nullptr);
     // The question before saving a document the schema would reject; true when the caller may save.
     bool settleProblems();
     // The save-state question; true when the caller may go on, the document then being closed.

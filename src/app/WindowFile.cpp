@@ -75,13 +75,16 @@ void Window::updateExtraDataDialog()
     m_extraDataDialog->fill(documentTree());
 }
 
-void Window::setDocumentPath(const QString& a_docPath)
+void Window::setDocumentPath(const QString& a_docPath, const QByteArray* a_contents)
 {
     m_documentPath =
         a_docPath.isEmpty() ? QString() : QDir::toNativeSeparators(QFileInfo(a_docPath).absoluteFilePath());
     if (documentTree())
         documentTree()->setFile(m_documentPath);
-    m_watcher->watch(m_documentPath);
+    if (a_contents)
+        m_watcher->watch(m_documentPath, *a_contents);
+    else
+        m_watcher->watch(m_documentPath);
     if (!m_documentPath.isEmpty())
         m_recentSource->addPath(m_documentPath);
     updateDocumentState();
@@ -336,8 +339,11 @@ bool Window::saveTo(const QString& a_savePath)
         written = m_session->save(savePath, &stepper, m_extraDataDialog->preserveExtraData());
         // Before anything lets the event loop run, so that the watcher does not take our own write
         // for another program's.
-        if (written)
-            setDocumentPath(savePath);
+        if (written) {
+            // The digest of what was written rather than of the file read back, which cost as much.
+            const QByteArray text = m_session->takeSavedText();
+            setDocumentPath(savePath, text.isNull() ? nullptr : &text);
+        }
     } catch (const OperationCanceledException&) {
         return false;
     } catch (const ExceptionBase& a_exception) {

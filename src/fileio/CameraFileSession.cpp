@@ -104,7 +104,11 @@ bool CameraFileSession::save(const QString& a_path, ProgressStepper* a_progress,
     beginStage(a_progress, QStringLiteral("Saving LUMEX file"), 90, 99);
     m_saveFailure = FailurePlace();
     m_saveReport.clear();
-    return printer.save(QFileInfo(a_path).absoluteFilePath(), &m_saveFailure, &m_saveReport);
+    m_savedText = QByteArray();
+    const bool saved = printer.save(QFileInfo(a_path).absoluteFilePath(), &m_saveFailure, &m_saveReport);
+    if (saved)
+        m_savedText = printer.writtenText();
+    return saved;
 }
 
 void CameraFileSession::close()

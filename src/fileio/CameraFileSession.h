@@ -6,6 +6,8 @@
 #include <QPointer>
 #include <QString>
 
+#include <utility>
+
 namespace Orvex {
 
 class CameraElement;
@@ -66,6 +68,9 @@ public:
     // and the technical report of the write.
     const FailurePlace& saveFailure() const { return m_saveFailure; }
     const QString& saveReport() const { return m_saveReport; }
+    // After a save that returned true: the bytes written, handed over once; null when the file was
+    // written without them at hand.
+    QByteArray takeSavedText() { return std::exchange(m_savedText, QByteArray()); }
 
     // On by default: saving writes into the text the file was read from, changing it only where the
     // content changed. Off, every save lays the whole document out anew.
@@ -97,6 +102,7 @@ private:
     QString m_filePath;
     FailurePlace m_saveFailure;
     QString m_saveReport;
+    QByteArray m_savedText;
     QString m_coaXPressXsdPath;
     QString m_cameraLinkXsdPath;
     bool m_keepsLayout = true;

@@ -74,6 +74,9 @@ public:
     // save leaves it as it was. Each error is logged; false when it failed, and then a_failure (when
     // given) receives the file and why it failed in the user's words, a_report the technical report.
     bool save(const QString& a_path, FailurePlace* a_failure = nullptr, QString* a_report = nullptr) const;
+    // The bytes save() writes when the document was written into the file's own text; empty when it is
+    // laid out anew, which the markup library writes straight to the file.
+    const QByteArray& writtenText() const { return m_text; }
 
 private:
     Lumex::CamProperty printPath(const QStringList& a_path, const PathHint* a_hint);

@@ -23,6 +23,13 @@ void DocumentFileWatcher::watch(const QString& a_path)
     rewatch();
 }
 
+void DocumentFileWatcher::watch(const QString& a_path, const QByteArray& a_contents)
+{
+    m_path = a_path.isEmpty() ? QString() : QDir::toNativeSeparators(a_path);
+    m_digest = m_path.isEmpty() ? QByteArray() : digestOf(a_contents);
+    rewatch();
+}
+
 void DocumentFileWatcher::rewatch()
 {
     // Dropping the old watch also drops whatever it had still to report, our own writes included.
@@ -56,11 +63,14 @@ QByteArray DocumentFileWatcher::digest() const
     QFile file(m_path);
     if (m_path.isEmpty() || !file.open(QIODevice::ReadOnly))
         return QByteArray();
-    QCryptographicHash hash(QCryptographicHash::Sha1);
     // Read whole: hashing from the device goes a kilobyte at a time, which cost a save of a large file
     // more than the hashing itself. Not mapped: another program may cut the file short meanwhile.
-    hash.addData(file.readAll());
-    return hash.result();
+    return digestOf(file.readAll());
+}
+
+QByteArray DocumentFileWatcher::digestOf(const QByteArray& a_contents)
+{
+    return QCryptographicHash::hash(a_contents, QCryptographicHash::Sha1);
 }
 
 } // namespace Orvex

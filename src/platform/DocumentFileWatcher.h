@@ -22,6 +22,8 @@ public:
     // Watches a_path (none when empty) and takes its present contents as known. Call it right after
     // reading or writing the file, before anything lets the event loop run.
     void watch(const QString& a_path);
+    // As above, with a_contents taken as the file's present contents instead of reading them.
+    void watch(const QString& a_path, const QByteArray& a_contents);
     // Watches the same file again, as after a report, keeping the known contents. Whatever the old
     // watch had still to report is dropped.
     void rewatch();
@@ -36,6 +38,7 @@ signals:
 private:
     void onChanged(const QString& a_path);
     QByteArray digest() const;
+    static QByteArray digestOf(const QByteArray& a_contents);
 
     QFileSystemWatcher* m_watcher = nullptr;
     QString m_path;
