@@ -61,6 +61,9 @@ private:
                             const unsigned char* a_uri, int a_namespaceCount,
                             const unsigned char** a_namespaces, int a_attributeCount, int a_defaultedCount,
                             const unsigned char** a_attributes);
+    static bool followsElement(void* a_context);
+    static void recordText(void* a_context, const unsigned char* a_text, int a_length);
+    static void recordWhitespace(void* a_context, const unsigned char* a_text, int a_length);
     static void recordEnd(void* a_context, const unsigned char* a_local, const unsigned char* a_prefix,
                           const unsigned char* a_uri);
 
