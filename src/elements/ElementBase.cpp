@@ -11,6 +11,7 @@ namespace Orvex {
 namespace {
 
 std::atomic<quint64> s_nextId{1};
+std::atomic<quint64> s_nameGeneration{0};
 
 // Function-local so that it exists before the first element registers, whenever that happens. Only
 // ever looked up by id, never walked in order, so it is hashed: a large file registers tens of
@@ -91,7 +92,14 @@ void ElementBase::setId(quint64 a_id)
 
 void ElementBase::setName(const QString& a_name)
 {
+    if (a_name != m_name)
+        ++s_nameGeneration;
     m_name = a_name;
+}
+
+quint64 ElementBase::nameGeneration()
+{
+    return s_nameGeneration;
 }
 
 void ElementBase::setAnnotation(const QString& a_annotation)
