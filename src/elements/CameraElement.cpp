@@ -138,17 +138,19 @@ int CameraElement::appendUniquelyNamedMode(ModeElement* a_mode)
 
 int CameraElement::placeMode(int a_position, ModeElement* a_mode, bool a_makeNameUnique)
 {
-    if (!a_mode || a_mode->camera() != this || m_modes.contains(a_mode))
+    // A destroyed mode has left the list already, through forgetDestroyedMode: going over the list here
+    // would make loading a file of many modes quadratic.
+    if (!a_mode || a_mode->camera() != this || m_placedModes.contains(a_mode))
         return -1;
-    dropDestroyedModes();
     if (a_mode->parent() != this)
         a_mode->setParent(this);
     if (a_makeNameUnique)
         a_mode->setName(uniqueModeName(a_mode->name(), a_mode));
     const int position = a_position < 0 || a_position > m_modes.size() ? m_modes.size() : a_position;
     m_modes.insert(position, a_mode);
+    m_placedModes.insert(a_mode);
     forgetLivingModes();
-    connect(a_mode, &QObject::destroyed, this, &CameraElement::dropDestroyedModes, Qt::UniqueConnection);
+    connect(a_mode, &QObject::destroyed, this, &CameraElement::forgetDestroyedMode, Qt::UniqueConnection);
     emit modeInserted(position);
     return position;
 }
@@ -165,6 +167,7 @@ ModeElement* CameraElement::takeMode(int a_position)
     }
     mode->lower();
     m_modes.removeAt(a_position);
+    m_placedModes.remove(mode);
     forgetLivingModes();
     emit modeRemoved(a_position);
     return mode;
@@ -227,7 +230,7 @@ QString CameraElement::uniqueModeName(const QString& a_name, const ModeElement* 
 
 void CameraElement::activateMode(ModeElement* a_mode)
 {
-    if (m_selecting || (a_mode && !m_modes.contains(a_mode)))
+    if (m_selecting || (a_mode && !m_placedModes.contains(a_mode)))
         return;
     const QScopedValueRollback<bool> selecting(m_selecting, true);
     if (m_currentMode && m_currentMode != a_mode)
@@ -308,6 +311,13 @@ void CameraElement::onLower()
     for (ModeElement* mode : modes())
         mode->lower();
     m_globalCategory->lower();
+}
+
+void CameraElement::forgetDestroyedMode(QObject* a_mode)
+{
+    // Only the address is used: the mode is half destroyed by now.
+    m_placedModes.remove(a_mode);
+    dropDestroyedModes();
 }
 
 void CameraElement::dropDestroyedModes()

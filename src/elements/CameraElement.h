@@ -3,6 +3,7 @@
 #include "elements/ElementBase.h"
 
 #include <QPointer>
+#include <QSet>
 #include <QVector>
 
 namespace Orvex {
@@ -99,6 +100,7 @@ protected:
     void onLower() override;
 
 private slots:
+    void forgetDestroyedMode(QObject* a_mode);
     void dropDestroyedModes();
 
 private:
@@ -109,6 +111,8 @@ private:
     QPointer<QObject> m_mainWindow;
     CameraGlobalCategory* m_globalCategory = nullptr;
     QVector<QPointer<ModeElement>> m_modes;
+    // The modes in m_modes, for telling in constant time whether a mode is one of them.
+    QSet<const QObject*> m_placedModes;
     // m_modes without the destroyed ones, rebuilt on first use after a change: modes are looked up by
     // position inside loops over all of them.
     mutable QVector<ModeElement*> m_livingModes;

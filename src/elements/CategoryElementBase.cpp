@@ -22,10 +22,14 @@ CategoryElementBase::CategoryElementBase(const CategoryElementBase* a_source, El
 {
     if (!a_source)
         return;
-    for (FeatureElementBase* original : a_source->features()) {
+    const QVector<FeatureElementBase*> originals = a_source->features();
+    m_features.reserve(originals.size());
+    for (FeatureElementBase* original : originals) {
         FeatureElementBase* copy = FeatureListFeatureBase::cloneMember(original, this);
+        // A fresh copy is none of the features yet and the page does not exist: addFeature's checks,
+        // made for every feature, would make copying a category quadratic in its features.
         if (copy)
-            addFeature(copy);
+            m_features.append(copy);
         else
             qWarning() << "Category" << name() << "cannot copy its feature" << original->name();
     }

@@ -2,9 +2,12 @@
 
 #include "elements/ElementBaseDelayQueue.h"
 
+#include <array>
 #include <atomic>
 #include <limits>
+#include <memory>
 #include <unordered_map>
+#include <vector>
 
 namespace Orvex {
 
@@ -13,31 +16,94 @@ namespace {
 std::atomic<quint64> s_nextId{1};
 std::atomic<quint64> s_nameGeneration{0};
 
-// Function-local so that it exists before the first element registers, whenever that happens. Only
-// ever looked up by id, never walked in order, so it is hashed: a large file registers tens of
-// thousands of elements.
-std::unordered_map<quint64, ElementBase*>& registry()
+// Elements by id. Ids come from a counter, so nearly all of them are dense: a table of pages indexed by
+// the id finds one without hashing, and registering the tens of thousands of elements of a large file
+// allocates a page per few thousand instead of a node each. An id given explicitly far beyond the counter
+// (a test's, a foreign one) goes to a hash instead, so that it cannot make the table huge.
+class Registry
 {
-    static std::unordered_map<quint64, ElementBase*> s_registry;
+public:
+    ElementBase* find(quint64 a_id) const
+    {
+        if (a_id < DenseLimit) {
+            const size_t page = size_t(a_id >> PageBits);
+            return page < m_pages.size() && m_pages[page] ? m_pages[page]->entries[a_id & PageMask] : nullptr;
+        }
+        const auto it = m_sparse.find(a_id);
+        return it == m_sparse.end() ? nullptr : it->second;
+    }
+
+    void set(quint64 a_id, ElementBase* a_element)
+    {
+        if (a_id >= DenseLimit) {
+            m_sparse[a_id] = a_element;
+            return;
+        }
+        const size_t page = size_t(a_id >> PageBits);
+        if (page >= m_pages.size())
+            m_pages.resize(page + 1);
+        if (!m_pages[page])
+            m_pages[page] = std::make_unique<Page>();
+        ElementBase*& slot = m_pages[page]->entries[a_id & PageMask];
+        if (!slot)
+            ++m_pages[page]->used;
+        slot = a_element;
+    }
+
+    // Only drops the entry if it still points at a_element: an id handed to another element through
+    // setId must stay findable when its former holder goes away.
+    void remove(quint64 a_id, const ElementBase* a_element)
+    {
+        if (a_id >= DenseLimit) {
+            const auto it = m_sparse.find(a_id);
+            if (it != m_sparse.end() && it->second == a_element)
+                m_sparse.erase(it);
+            return;
+        }
+        const size_t page = size_t(a_id >> PageBits);
+        if (page >= m_pages.size() || !m_pages[page])
+            return;
+        ElementBase*& slot = m_pages[page]->entries[a_id & PageMask];
+        if (slot != a_element)
+            return;
+        slot = nullptr;
+        // Ids are never handed out twice, so a page whose elements are all gone is not needed again.
+        if (--m_pages[page]->used == 0)
+            m_pages[page].reset();
+    }
+
+private:
+    static constexpr int PageBits = 12;
+    static constexpr quint64 PageMask = (quint64(1) << PageBits) - 1;
+    static constexpr quint64 DenseLimit = quint64(1) << 32;
+
+    struct Page
+    {
+        std::array<ElementBase*, size_t(1) << PageBits> entries{};
+        int used = 0;
+    };
+
+    std::vector<std::unique_ptr<Page>> m_pages;
+    std::unordered_map<quint64, ElementBase*> m_sparse;
+};
+
+// Function-local so that it exists before the first element registers, whenever that happens.
+Registry& registry()
+{
+    static Registry s_registry;
     return s_registry;
 }
 
 void registerElement(quint64 a_id, ElementBase* a_element)
 {
     if (a_id != 0)
-        registry()[a_id] = a_element;
+        registry().set(a_id, a_element);
 }
 
-// Only drops the entry if it still points at a_element: an id handed to another element through
-// setId must stay findable when its former holder goes away.
 void unregisterElement(quint64 a_id, const ElementBase* a_element)
 {
-    if (a_id == 0)
-        return;
-    auto& elements = registry();
-    const auto it = elements.find(a_id);
-    if (it != elements.end() && it->second == a_element)
-        elements.erase(it);
+    if (a_id != 0)
+        registry().remove(a_id, a_element);
 }
 
 // An id given explicitly must never be handed out again by the counter.
@@ -73,11 +139,7 @@ ElementBase::~ElementBase()
 
 ElementBase* ElementBase::findById(quint64 a_id)
 {
-    if (a_id == 0)
-        return nullptr;
-    const auto& elements = registry();
-    const auto it = elements.find(a_id);
-    return it == elements.end() ? nullptr : it->second;
+    return a_id == 0 ? nullptr : registry().find(a_id);
 }
 
 void ElementBase::setId(quint64 a_id)

@@ -342,6 +342,7 @@ void FeatureListFeatureBase::insertInstanceValue(size_t a_index)
 {
     const Group& pattern = m_groupPattern ? *m_groupPattern : m_templates;
     Group group;
+    group.reserve(pattern.size());
     for (const QPointer<FeatureElementBase>& patternMember : pattern) {
         if (FeatureElementBase* copy = createMember(patternMember))
             group.append(copy);

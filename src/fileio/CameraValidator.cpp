@@ -282,7 +282,9 @@ void CameraValidator::checkFeature(const FeatureElementBase* a_feature, const QS
         for (size_t instance = 0; instance < count; ++instance) {
             const QString prefix =
                 name.isEmpty() ? holder : joined(holder, indexed(name, repeated, instance));
-            for (const FeatureElementBase* member : list->instanceMembers(instance))
+            // Member by member: a list of each instance's members would be made for every instance.
+            for (size_t position = 0; const FeatureElementBase* member = list->member(instance, position);
+                 ++position)
                 checkFeature(member, memberHolder, prefix);
         }
         checkUniqueKeys(list, holder);
@@ -341,11 +343,12 @@ void CameraValidator::checkValue(const ValueFeatureElementBase* a_feature, size_
                        .arg(name, quoted(text), NumericSpelling::allowedForm(type)));
             return;
         }
-        const QString typeMinimum = NumericSpelling::typeMinimum(type);
-        const QString typeMaximum = NumericSpelling::typeMaximum(type);
+        // The type's bounds are strings of their own, which only a reported value needs.
         if (NumericSpelling::compareWithTypeRange(text, type) != 0) {
-            report(ValidationProblem::Error,
-                   QStringLiteral("%1 is %2; %3").arg(name, text, allowedRange(typeMinimum, typeMaximum)));
+            report(ValidationProblem::Error, QStringLiteral("%1 is %2; %3")
+                                                 .arg(name, text,
+                                                      allowedRange(NumericSpelling::typeMinimum(type),
+                                                                   NumericSpelling::typeMaximum(type))));
             return;
         }
         if (NumericSpelling::underflows(text, type)) {
@@ -354,10 +357,10 @@ void CameraValidator::checkValue(const ValueFeatureElementBase* a_feature, size_
             return;
         }
         if (!numeric->isWithinRange(numeric->value(a_index))) {
-            const QString minimum =
-                numeric->hasExplicitMinimum() ? boundText(numeric->minimumValue()) : typeMinimum;
-            const QString maximum =
-                numeric->hasExplicitMaximum() ? boundText(numeric->maximumValue()) : typeMaximum;
+            const QString minimum = numeric->hasExplicitMinimum() ? boundText(numeric->minimumValue())
+                                                                  : NumericSpelling::typeMinimum(type);
+            const QString maximum = numeric->hasExplicitMaximum() ? boundText(numeric->maximumValue())
+                                                                  : NumericSpelling::typeMaximum(type);
             report(ValidationProblem::Error,
                    QStringLiteral("%1 is %2; %3")
                        .arg(name, text,
@@ -485,32 +488,48 @@ QHash<QString, QVector<ValidationProblem>> CameraValidator::checkUnknownContent(
     QHash<QString, QVector<ValidationProblem>> found;
     m_globalPath = m_camera ? m_camera->globalCategory()->elementPath().join(QLatin1Char('/')) : QString();
     if (m_tree && m_tree->root())
-        collectUnknown(m_tree->root(), QString(), QString(), found);
+        collectUnknown(m_tree->root(), QString(), m_tree->root(), found);
     return found;
 }
 
+QString CameraValidator::unknownPath(const LumexTreeElement* a_node, const LumexTreeElement* a_start,
+                                     bool a_global) const
+{
+    QVector<const LumexTreeElement*> chain;
+    for (const LumexTreeElement* node = a_node; node && node != a_start; node = node->parentElement())
+        chain.prepend(node);
+    QString path;
+    for (const LumexTreeElement* node : qAsConst(chain)) {
+        if (node->isComment() || node->isText())
+            continue;
+        // Below a mode, paths start at the mode; the global features' own element is left out too.
+        path = joined(path, node->isAttribute() ? QLatin1Char('@') + node->name() : node->name());
+        if (a_global && path.startsWith(m_globalPath + QLatin1Char('/')))
+            path = path.mid(m_globalPath.size() + 1);
+        else if (a_global && path == m_globalPath)
+            path.clear();
+    }
+    return path;
+}
+
 void CameraValidator::collectUnknown(const LumexTreeElement* a_node, const QString& a_mode,
-                                     const QString& a_path,
+                                     const LumexTreeElement* a_pathStart,
                                      QHash<QString, QVector<ValidationProblem>>& a_found) const
 {
-    const QString& globalPath = m_globalPath;
     for (const LumexTreeElement* child : a_node->childElements()) {
         QString mode = a_mode;
-        QString path = a_path;
-        const QString shownName = child->isAttribute() ? QLatin1Char('@') + child->name() : child->name();
+        // Where the path of what is found below starts; the path itself is made only for a problem, as
+        // the walk meets every node of the file.
+        const LumexTreeElement* pathStart = a_pathStart;
         if (child->isModeElement()) {
             const auto* modeNode = static_cast<const LumexTreeMode*>(child);
             const auto* element = qobject_cast<const ModeElement*>(modeNode->modeObject());
             mode = element ? element->name() : QString();
-            path.clear();
-        } else if (!child->isComment() && !child->isText()) {
-            // Below a mode, paths start at the mode; the global features' own element is left out too.
-            path = joined(a_path, shownName);
-            if (mode.isEmpty() && path.startsWith(globalPath + QLatin1Char('/')))
-                path = path.mid(globalPath.size() + 1);
-            else if (mode.isEmpty() && path == globalPath)
-                path.clear();
+            pathStart = child;
         }
+        const auto shownName = [child] {
+            return child->isAttribute() ? QLatin1Char('@') + child->name() : child->name();
+        };
         // Namespace declarations are no attributes to a schema.
         const bool namespaceDeclaration =
             child->isAttribute() &&
@@ -520,12 +539,12 @@ void CameraValidator::collectUnknown(const LumexTreeElement* a_node, const QStri
         const auto declared =
             child->isSchemaCompliant() || child->isText() || child->isComment()
                 ? m_schema.declared.cend()
-                : m_schema.declared.constFind(a_node->name() + QLatin1Char('/') + shownName);
+                : m_schema.declared.constFind(a_node->name() + QLatin1Char('/') + shownName());
         const bool known = child->isSchemaCompliant() || declared != m_schema.declared.cend();
         if (child->isComment() || child->isSchemaCompliant() || namespaceDeclaration || known ||
             (child->isText() && isBlank(child->value()))) {
             if (!child->isText() && !child->isComment() && !child->isAttribute())
-                collectUnknown(child, mode, path, a_found);
+                collectUnknown(child, mode, pathStart, a_found);
             if (!known)
                 continue;
         }
@@ -543,7 +562,7 @@ void CameraValidator::collectUnknown(const LumexTreeElement* a_node, const QStri
         ValidationProblem problem;
         problem.severity = known ? ValidationProblem::Error : ValidationProblem::Warning;
         problem.mode = mode;
-        problem.path = child->isText() ? a_path : path;
+        problem.path = unknownPath(child->isText() ? a_node : child, pathStart, mode.isEmpty());
         problem.line = child->line();
         const QString kept = QStringLiteral("the schema does not know it; it is kept and written back");
         if (excess)
@@ -552,7 +571,7 @@ void CameraValidator::collectUnknown(const LumexTreeElement* a_node, const QStri
                     .arg(child->name());
         else if (known)
             problem.message = QStringLiteral("%1 is %2; allowed %3")
-                                  .arg(shownName, quoted(QString::fromUtf8(child->value()).trimmed()),
+                                  .arg(shownName(), quoted(QString::fromUtf8(child->value()).trimmed()),
                                        declared->join(QStringLiteral(", ")));
         else if (child->isText())
             problem.message = QStringLiteral("Text %1 where the schema allows none; %2")

@@ -82,8 +82,12 @@ private:
     void checkUniqueKeys(const FeatureListFeatureBase* a_list, const QString& a_prefix);
     void add(ValidationProblem::Severity a_severity, const FeatureElementBase* a_feature, size_t a_index,
              const QString& a_path, const QString& a_message);
-    void collectUnknown(const LumexTreeElement* a_node, const QString& a_mode, const QString& a_path,
+    void collectUnknown(const LumexTreeElement* a_node, const QString& a_mode,
+                        const LumexTreeElement* a_pathStart,
                         QHash<QString, QVector<ValidationProblem>>& a_found) const;
+    // The path a problem at a_node shows: the names from below a_start down to it, the global features'
+    // own element left out when a_global.
+    QString unknownPath(const LumexTreeElement* a_node, const LumexTreeElement* a_start, bool a_global) const;
     int lineOf(const FeatureElementBase* a_feature, size_t a_index);
 
     const CameraElement* m_camera = nullptr;

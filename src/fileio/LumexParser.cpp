@@ -24,6 +24,8 @@
 #include <QHash>
 #include <QSet>
 
+#include <algorithm>
+
 namespace Orvex {
 
 namespace {
@@ -50,6 +52,18 @@ QString quotedValue(const QString& a_value)
     return escaped(a_value.size() > limit ? a_value.left(limit) + QChar(0x2026) : a_value);
 }
 
+// Whether a node's name reads a_name, without a string made for every feature looked up.
+bool sameName(const char* a_utf8, const QString& a_name)
+{
+    const char* utf8 = a_utf8 ? a_utf8 : "";
+    const int length = int(qstrlen(utf8));
+    for (int i = 0; i < length; ++i) {
+        if (uchar(utf8[i]) >= 0x80)
+            return text(utf8) == a_name;
+    }
+    return a_name == QLatin1String(utf8, length);
+}
+
 bool isBlank(const char* a_text)
 {
     for (const char* character = a_text; character && *character; ++character) {
@@ -57,17 +71,6 @@ bool isBlank(const char* a_text)
             return false;
     }
     return true;
-}
-
-// A node the schema knows holds the value of an element feature: its text is that value, which the
-// feature keeps and writes, so the text must not be kept a second time.
-bool holdsFeatureValue(const LumexTreeElement* a_node)
-{
-    if (a_node->elementId() == 0)
-        return false;
-    const auto* feature =
-        qobject_cast<const ValueFeatureElementBase*>(ElementBase::findById(quint64(a_node->elementId())));
-    return feature && !feature->isAttribute();
 }
 
 void link(LumexTreeElement* a_node, const ElementBase* a_element)
@@ -156,7 +159,8 @@ void LumexParser::parse(CameraElement* a_camera)
 {
     if (!a_camera)
         return;
-    m_modesByName.clear();
+    m_modeNodesByName.clear();
+    m_valueHolders.clear();
     step(QStringLiteral("Loading global features"));
     parseCategory(a_camera->globalCategory(), nullptr);
     parseModes(a_camera);
@@ -183,7 +187,7 @@ Lumex::ConstCamProperty LumexParser::parsePath(const QStringList& a_path, const 
         if (a_path.size() == next)
             return node;
     }
-    if (!node || text(node.name()) != a_path.at(next))
+    if (!node || !sameName(node.name(), a_path.at(next)))
         return Lumex::ConstCamProperty();
     for (int i = next + 1; i < a_path.size(); ++i) {
         if (a_path.at(i).isEmpty())
@@ -256,6 +260,9 @@ void LumexParser::parseModes(CameraElement* a_camera)
     }
 
     const QVector<ModeElement*> modeElements = a_camera->modes();
+    // Only the tree can attach a node to a mode, and it has done so for none of the copies made above: a
+    // search of the attached modes for each of them would make loading quadratic in the modes.
+    const int copiesFrom = modeElements.size() - (count - 1);
     for (int index = 0; index < count; ++index) {
         const Lumex::ConstCamProperty& node = nodes.at(index);
         const QString& name = names.at(index);
@@ -265,13 +272,13 @@ void LumexParser::parseModes(CameraElement* a_camera)
                 BadModeException,
                 QStringLiteral("Unable to find entry for camera mode, \"%1\".").arg(quotedValue(name)));
         }
-        m_modesByName.insert(name, mode);
         LumexTreeElement* modeNode = nullptr;
         if (m_tree) {
-            modeNode = m_tree->modeNode(mode);
+            modeNode = index < copiesFrom ? m_tree->modeNode(mode) : nullptr;
             if (!modeNode)
                 modeNode = m_tree->attachMode(mode);
         }
+        m_modeNodesByName.insert(name, modeNode);
         step(QStringLiteral("Loading mode: ") + name);
 
         const PathHint hint(node, s_modesPath, modeNode);
@@ -284,7 +291,7 @@ void LumexParser::parseModes(CameraElement* a_camera)
 
 void LumexParser::parseCategory(CategoryElementBase* a_category, const PathHint* a_hint)
 {
-    breathe();
+    // parsePath breathes.
     const QStringList path = a_category->elementPath();
     const Lumex::ConstCamProperty node = parsePath(path, a_hint);
     if (!node) {
@@ -326,7 +333,7 @@ bool LumexParser::parseCategoryPresence(GenericModeCategory* a_category, const P
 
 void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_hint)
 {
-    breathe();
+    // parsePath breathes.
     const QString name = a_feature->name();
     const QByteArray utf8Name = name.toUtf8();
     const QStringList path = a_feature->elementPath();
@@ -454,7 +461,8 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
         } else {
             readable = bool(holder.get(read));
         }
-        const QStringList valuePath = name.isEmpty() ? path : QStringList(path) << name;
+        // Only a failure names the path.
+        const auto valuePath = [&] { return name.isEmpty() ? path : QStringList(path) << name; };
         if (!readable) {
             ORVEX_THROW_AT(
                 BadValueException,
@@ -462,19 +470,21 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
                                         ? "Unable to retrieve an attribute value for the \"%1\" feature."
                                         : "Unable to retrieve a value for the \"%1\" feature.")
                     .arg(name),
-                placeOf(valueNode, valuePath, QStringLiteral("the value cannot be read")));
+                placeOf(valueNode, valuePath(), QStringLiteral("the value cannot be read")));
         }
-        const QString problem = readValue(value, instance, text(read));
+        const QString readText = text(read);
+        const QString problem = readValue(value, instance, readText);
         if (!problem.isEmpty()) {
             ORVEX_THROW_AT(BadValueException, problem,
-                           placeOf(valueNode, valuePath, LumexFailureWords::valueProblem(value, text(read))));
+                           placeOf(valueNode, valuePath(), LumexFailureWords::valueProblem(value, readText)));
         }
         // An unnamed feature is the text of its holder, whose node stands for it.
         LumexTreeElement* node = name.isEmpty() ? treeHolder : treeNodes.value(int(instance));
         if (node) {
             link(node, value);
+            noteValueHolder(value);
             node->setLine(int(valueNode.line()));
-            node->setValue(text(read).trimmed().toLocal8Bit());
+            node->setValue(readText.trimmed().toLocal8Bit());
         }
     }
 }
@@ -529,8 +539,10 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
         const char* attribute = a_node.attribute(index);
         const QString name = text(attribute);
         bool known = false;
-        for (const LumexTreeElement* child : a_treeElement->childElements(name))
-            known = known || child->isAttribute();
+        for (int child = 0; !known && child < a_treeElement->childCount(); ++child) {
+            const LumexTreeElement* node = a_treeElement->childAt(child);
+            known = node->isAttribute() && node->name() == name;
+        }
         if (known)
             continue;
         const char* value = nullptr;
@@ -556,7 +568,15 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
     const bool dropBlanks = hasElements && !hasText;
     const bool holdsValue = holdsFeatureValue(a_treeElement);
 
-    QHash<QString, int> seen;
+    // Per name, the elements met so far and where the node of the last one stands among the children:
+    // the next one of that name is looked for from there rather than from the first child, since a
+    // node may hold hundreds of the same name.
+    struct Met
+    {
+        int count = 0;
+        int position = -1;
+    };
+    QHash<QString, Met> seen;
     for (auto child = a_node.begin(nullptr); child != children; ++child) {
         if (child->is(Lumex::CamProperty::OtherNode))
             continue;
@@ -581,7 +601,8 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
         }
 
         const QString name = text(child->name());
-        const int occurrence = seen[name]++;
+        Met& met = seen[name];
+        ++met.count;
         LumexTreeElement* next = nullptr;
         // Only the modes of the first "modes" block of the first camera are the camera's; a second block
         // is content the schema does not know, kept as it is.
@@ -590,21 +611,59 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
             const char* modeName = nullptr;
             if (!child->get("name", modeName))
                 ORVEX_THROW(BadModeException, "Camera mode property lacks the \"name\" attribute.");
-            const ModeElement* mode = m_modesByName.value(text(modeName));
-            next = mode && m_tree ? m_tree->modeNode(mode) : nullptr;
+            next = m_modeNodesByName.value(text(modeName));
             if (!next) {
                 ORVEX_THROW(BadModeException, QStringLiteral("Unable to find entry for camera mode, \"%1\".")
                                                   .arg(quotedValue(text(modeName))));
             }
         } else {
-            next = a_treeElement->childByName(name, occurrence);
-            if (!next)
+            for (int position = met.position + 1; !next && position < a_treeElement->childCount();
+                 ++position) {
+                if (a_treeElement->childAt(position)->name() == name) {
+                    next = a_treeElement->childAt(position);
+                    met.position = position;
+                }
+            }
+            if (!next) {
                 next = a_treeElement->addChild(name);
+                met.position = a_treeElement->childCount() - 1;
+            }
         }
         if (next->line() == 0)
             next->setLine(int(child->line()));
         populateNonSchemaCompliant(a_camera, *child, next);
     }
+}
+
+bool LumexParser::holdsFeatureValue(const LumexTreeElement* a_node) const
+{
+    const quint64 id = quint64(a_node->elementId());
+    if (id == 0)
+        return false;
+    // The nodes linked above answer from their bit, without a visit to their element; the rest ask it.
+    if (id >= m_valueHolderBase && id - m_valueHolderBase < quint64(m_valueHolders.size()) &&
+        m_valueHolders[size_t(id - m_valueHolderBase)] && ElementBase::findById(id))
+        return true;
+    const auto* feature = qobject_cast<const ValueFeatureElementBase*>(ElementBase::findById(id));
+    return feature && !feature->isAttribute();
+}
+
+void LumexParser::noteValueHolder(const ValueFeatureElementBase* a_feature)
+{
+    if (a_feature->isAttribute())
+        return;
+    // Ids come from a counter, so a bit per id from the first one noted stays small; an id far from it
+    // is not noted and is asked of its element instead.
+    constexpr quint64 span = quint64(1) << 24;
+    const quint64 id = a_feature->id();
+    if (m_valueHolders.empty())
+        m_valueHolderBase = id;
+    if (id < m_valueHolderBase || id - m_valueHolderBase >= span)
+        return;
+    const size_t bit = size_t(id - m_valueHolderBase);
+    if (bit >= m_valueHolders.size())
+        m_valueHolders.resize(std::max(bit + 1, 2 * m_valueHolders.size()));
+    m_valueHolders[bit] = true;
 }
 
 void LumexParser::breathe()

@@ -12,6 +12,7 @@
 #include <QVector>
 
 #include <cstddef>
+#include <vector>
 
 namespace Orvex {
 
@@ -102,6 +103,11 @@ private:
     FailurePlace placeOf(const Lumex::ConstCamProperty& a_node, const QStringList& a_path,
                          const QString& a_problem) const;
 
+    // A node the schema knows holds the value of an element feature: its text is that value, which the
+    // feature keeps and writes, so the text must not be kept a second time.
+    bool holdsFeatureValue(const LumexTreeElement* a_node) const;
+    void noteValueHolder(const ValueFeatureElementBase* a_feature);
+
     bool standardIs(const QString& a_standard) const;
     void breathe();
     void step(const QString& a_detail);
@@ -112,9 +118,12 @@ private:
     QString m_mode;
     QPointer<LumexTree> m_tree;
     QPointer<ProgressStepper> m_progress;
-    // The modes as the file names them, for the walk over content the schema does not know, which meets
-    // every mode again.
-    QHash<QString, ModeElement*> m_modesByName;
+    // The document tree node of each mode as the file names it, for the walk over content the schema does
+    // not know, which meets every mode again.
+    QHash<QString, LumexTreeElement*> m_modeNodesByName;
+    // Bit n: the element of id m_valueHolderBase + n is a value feature whose node holds its value.
+    std::vector<bool> m_valueHolders;
+    quint64 m_valueHolderBase = 0;
 };
 
 } // namespace Orvex

@@ -19,8 +19,6 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <algorithm>
-
 namespace Orvex {
 
 namespace {
@@ -124,25 +122,36 @@ void LumexPrinter::print(CameraElement* a_camera)
         return;
     m_text.clear();
     m_document = Lumex::CamFile(s_rootName, Lumex::CamFile::SourceRootName);
-    m_linkedNodes.clear();
-    if (m_tree && m_tree->root()) {
-        QList<const LumexTreeElement*> pending{m_tree->root()};
-        while (!pending.isEmpty()) {
-            const LumexTreeElement* node = pending.takeFirst();
-            if (node->elementId() != 0)
-                m_linkedNodes.insert(quint64(node->elementId()), node);
-            const QList<LumexTreeElement*> children = node->childElements();
-            for (int index = children.size() - 1; index >= 0; --index)
-                pending.prepend(children.at(index));
+    m_firstLink.clear();
+    m_links.clear();
+    m_nextLink.clear();
+    m_extraBelow.clear();
+    if (m_tree && m_tree->root())
+        indexTree(m_tree->root());
+    // The links serve only to find extra data: a tree without any needs no index of them.
+    if (m_extraBelow.empty()) {
+        m_links.clear();
+    } else {
+        m_nextLink.assign(m_links.size(), -1);
+        m_firstLink.reserve(m_links.size());
+        for (int link = 0; link < int(m_links.size()); ++link) {
+            const auto inserted = m_firstLink.emplace(quint64(m_links[std::size_t(link)]->elementId()),
+                                                      std::make_pair(link, link));
+            if (!inserted.second) {
+                m_nextLink[std::size_t(inserted.first->second.second)] = link;
+                inserted.first->second.second = link;
+            }
         }
     }
 
     printCamera(a_camera);
     writeFrameContent();
 
-    // Without the extra data the file's own text would bring back what the user chose to drop.
-    const std::shared_ptr<const Lumex::LumexSource> source = m_tree ? m_tree->source() : nullptr;
-    if (source && m_keepsLayout && m_preserveExtraData) {
+    // Without the extra data the file's own text would bring back what the user chose to drop. The
+    // layout is read only where it is kept: reading it costs about as much as the file's own parse.
+    const std::shared_ptr<const Lumex::LumexSource> source =
+        m_tree && m_keepsLayout && m_preserveExtraData ? m_tree->source() : nullptr;
+    if (source) {
         const Lumex::Error merged = source->merge(m_document, m_text);
         if (merged)
             return;
@@ -192,7 +201,6 @@ bool LumexPrinter::save(const QString& a_path, FailurePlace* a_failure, QString*
 
 Lumex::CamProperty LumexPrinter::printPath(const QStringList& a_path, const PathHint* a_hint)
 {
-    breathe();
     if (a_path.isEmpty())
         return Lumex::CamProperty();
     Lumex::CamProperty node = m_document.root();
@@ -396,7 +404,6 @@ Lumex::CamProperty LumexPrinter::printFeature(FeatureElementBase* a_feature, con
     }
     if (!repeated && texts.size() != 1)
         return holder;
-    const QList<const LumexTreeElement*> nodes = linkedNodes(value);
     Lumex::CamProperty element = holder;
     for (int instance = 0; instance < texts.size(); ++instance) {
         element = holder.push_back(utf8Name.constData());
@@ -405,14 +412,14 @@ Lumex::CamProperty LumexPrinter::printFeature(FeatureElementBase* a_feature, con
                         QStringLiteral("Unable to print a path for the \"%1\" feature.").arg(name));
         }
         written(element.set(texts.at(instance).toUtf8().constData()), texts.at(instance));
-        writeTreeContent(element, nodes.value(instance));
+        writeTreeContent(element, linkedNode(value, instance));
     }
     return element;
 }
 
 void LumexPrinter::writeTreeContent(Lumex::CamProperty a_node, const LumexTreeElement* a_element)
 {
-    if (!m_preserveExtraData || !a_element)
+    if (!m_preserveExtraData || !a_element || m_extraBelow.count(a_element) == 0)
         return;
     for (const LumexTreeElement* child : a_element->childElements()) {
         if (child->isSchemaCompliant())
@@ -447,7 +454,7 @@ void LumexPrinter::writeTreeContent(Lumex::CamProperty a_node, const LumexTreeEl
 
 void LumexPrinter::writeLinkedContent(const ElementBase* a_element, Lumex::CamProperty a_node)
 {
-    for (const LumexTreeElement* node : linkedNodes(a_element))
+    for (int index = 0; const LumexTreeElement* node = linkedNode(a_element, index); ++index)
         writeTreeContent(a_node, node);
 }
 
@@ -463,7 +470,7 @@ void LumexPrinter::writeFrameContent()
         if (!node)
             return;
         path << name;
-        if (node->allSchemaCompliant())
+        if (m_extraBelow.count(node) == 0)
             continue;
         const Lumex::CamProperty element = printPath(path, nullptr);
         if (!element.isNull())
@@ -471,28 +478,44 @@ void LumexPrinter::writeFrameContent()
     }
 }
 
-QList<const LumexTreeElement*> LumexPrinter::linkedNodes(const ElementBase* a_element) const
+bool LumexPrinter::indexTree(const LumexTreeElement* a_node)
 {
-    if (!a_element || a_element->id() == 0)
-        return {};
-    QList<const LumexTreeElement*> nodes = m_linkedNodes.values(a_element->id());
-    std::reverse(nodes.begin(), nodes.end());
-    return nodes;
+    if (a_node->elementId() != 0)
+        m_links.push_back(a_node);
+    bool compliant = a_node->isSchemaCompliant();
+    for (const LumexTreeElement* child : a_node->childElements())
+        compliant = indexTree(child) && compliant;
+    if (!compliant)
+        m_extraBelow.insert(a_node);
+    return compliant;
+}
+
+const LumexTreeElement* LumexPrinter::linkedNode(const ElementBase* a_element, int a_index) const
+{
+    if (!a_element || a_element->id() == 0 || m_firstLink.empty())
+        return nullptr;
+    const auto found = m_firstLink.find(a_element->id());
+    int link = found == m_firstLink.end() ? -1 : found->second.first;
+    for (; link >= 0 && a_index > 0; --a_index)
+        link = m_nextLink[std::size_t(link)];
+    return link >= 0 ? m_links[std::size_t(link)] : nullptr;
 }
 
 const LumexTreeElement* LumexPrinter::instanceNode(const FeatureListFeatureBase* a_list,
                                                    size_t a_instance) const
 {
+    if (m_firstLink.empty())
+        return nullptr;
     // The members know their instance whatever was inserted, removed or moved since reading: the node
     // of a member lies in the instance's node, and an unnamed member is that node's own text.
     for (const FeatureElementBase* member : a_list->instanceMembers(a_instance)) {
-        const QList<const LumexTreeElement*> nodes = linkedNodes(member);
-        if (nodes.isEmpty())
+        const LumexTreeElement* node = linkedNode(member, 0);
+        if (!node)
             continue;
-        return member->name().isEmpty() ? nodes.first() : nodes.first()->parentElement();
+        return member->name().isEmpty() ? node : node->parentElement();
     }
     // None of its members was in the file: the instance can only be found by its position.
-    return linkedNodes(a_list).value(int(a_instance));
+    return linkedNode(a_list, int(a_instance));
 }
 
 void LumexPrinter::breathe()

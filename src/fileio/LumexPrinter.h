@@ -5,11 +5,15 @@
 #include "platform/Lumex.h"
 
 #include <QList>
-#include <QMultiMap>
 #include <QObject>
 #include <QPointer>
 #include <QString>
 #include <QStringList>
+
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
 
 namespace Orvex {
 
@@ -83,8 +87,12 @@ private:
     void writeLinkedContent(const ElementBase* a_element, Lumex::CamProperty a_node);
     void writeFrameContent();
 
-    // The tree nodes linked to the element with that id, in tree order.
-    QList<const LumexTreeElement*> linkedNodes(const ElementBase* a_element) const;
+    // Records which nodes each element is linked to, and where extra data lies, in one walk of the tree.
+    // Returns whether the subtree of a_node holds only schema content.
+    bool indexTree(const LumexTreeElement* a_node);
+    // The a_index-th tree node linked to a_element, in tree order; null past the last, and always null
+    // when the tree holds no extra data.
+    const LumexTreeElement* linkedNode(const ElementBase* a_element, int a_index) const;
     // The node read for instance a_instance of a_list; null for an instance that was not read.
     const LumexTreeElement* instanceNode(const FeatureListFeatureBase* a_list, size_t a_instance) const;
 
@@ -97,7 +105,16 @@ private:
     QString m_coaXPressXsdPath;
     QString m_cameraLinkXsdPath;
     bool m_preserveExtraData = true;
-    QMultiMap<quint64, const LumexTreeElement*> m_linkedNodes;
+    // The nodes linked to one element lie in m_links, chained through m_nextLink in tree order; the
+    // tree is walked once per save, since each visit of its nodes costs a cache miss. All empty when the
+    // tree holds no extra data, which is all they serve to find.
+    // Per element id, the first and the last of its links.
+    std::unordered_map<quint64, std::pair<int, int>> m_firstLink;
+    std::vector<const LumexTreeElement*> m_links;
+    std::vector<int> m_nextLink;
+    // The nodes holding, themselves or below them, anything the schema does not know: everywhere else
+    // there is no extra data to look for.
+    std::unordered_set<const LumexTreeElement*> m_extraBelow;
     bool m_keepsLayout = true;
     // The source with the document written into it; empty when the document is laid out anew.
     QByteArray m_text;

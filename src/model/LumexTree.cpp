@@ -73,9 +73,9 @@ LumexTreeMode* LumexTree::modeNode(const QObject* a_modeObj) const
 {
     if (!a_modeObj)
         return nullptr;
-    for (const AttachedMode& attached : m_modes) {
-        if (attached.m_modeObject == a_modeObj && attached.m_node && attached.m_node->parentElement())
-            return attached.m_node;
+    for (const QPointer<LumexTreeMode>& node : m_nodesByMode.value(a_modeObj)) {
+        if (node && node->parentElement())
+            return node;
     }
     return nullptr;
 }
@@ -92,6 +92,7 @@ QList<LumexTreeMode*> LumexTree::attachedModes() const
 
 void LumexTree::removeMode(QObject* a_modeObj)
 {
+    m_nodesByMode.remove(a_modeObj);
     for (int i = m_modes.size() - 1; i >= 0; --i) {
         const AttachedMode attached = m_modes.at(i);
         if (attached.m_node && attached.m_modeObject != a_modeObj)
@@ -105,6 +106,7 @@ void LumexTree::removeMode(QObject* a_modeObj)
 void LumexTree::trackMode(LumexTreeMode* a_node, QObject* a_modeObj)
 {
     m_modes.append({a_modeObj, a_node});
+    m_nodesByMode[a_modeObj].append(a_node);
     connect(a_modeObj, &QObject::destroyed, this, &LumexTree::removeMode, Qt::UniqueConnection);
 }
 

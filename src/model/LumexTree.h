@@ -1,11 +1,13 @@
 #pragma once
 
 #include <QByteArray>
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QPointer>
 #include <QString>
 #include <QStringList>
+#include <QVector>
 
 #include <memory>
 
@@ -71,6 +73,9 @@ private:
     mutable QByteArray m_sourceText;
     QPointer<LumexTreeElement> m_root;
     QList<AttachedMode> m_modes;
+    // The nodes of m_modes by mode, in the same order: finding a mode's node by going over every mode
+    // would make loading and saving a file of many modes quadratic.
+    QHash<const QObject*, QVector<QPointer<LumexTreeMode>>> m_nodesByMode;
 };
 
 } // namespace Orvex

@@ -183,15 +183,19 @@ LumexTreeElement* LumexTreeElement::cloneChild(const QString& a_name)
 
 LumexTreeElement* LumexTreeElement::descendantByPath(const QStringList& a_path, bool a_schemaCompliant)
 {
-    const QStringList own = path();
-    if (own.size() > a_path.size())
+    // Compared along the parents rather than through path(): the load asks this for every feature.
+    int depth = 0;
+    for (const LumexTreeElement* node = this; node->m_parent; node = node->m_parent)
+        ++depth;
+    if (depth > a_path.size())
         return nullptr;
-    for (int i = 0; i < own.size(); ++i) {
-        if (own.at(i) != a_path.at(i))
+    int at = depth;
+    for (const LumexTreeElement* node = this; node->m_parent; node = node->m_parent) {
+        if (node->m_name != a_path.at(--at))
             return nullptr;
     }
     LumexTreeElement* node = this;
-    for (int i = own.size(); i < a_path.size(); ++i) {
+    for (int i = depth; i < a_path.size(); ++i) {
         LumexTreeElement* next = node->childByName(a_path.at(i));
         if (!next) {
             next = new LumexTreeElement(a_path.at(i), node);

@@ -108,6 +108,14 @@ bool NumericSpelling::isWellFormed(const QString& a_text, NumericValue::RepTypeE
         a_type == NumericValue::RT_unsignedShort || a_type == NumericValue::RT_unsignedByte;
     if (isUnsigned && (text.startsWith(QLatin1Char('+')) || text.startsWith(QLatin1Char('-'))))
         return false;
+    // Most numbers of a file are digits with at most a sign, which every form takes: the problem check
+    // asks for each of them, so they need no pattern.
+    const int start = text.startsWith(QLatin1Char('+')) || text.startsWith(QLatin1Char('-')) ? 1 : 0;
+    bool digits = text.size() > start;
+    for (int i = start; digits && i < text.size(); ++i)
+        digits = text.at(i) >= QLatin1Char('0') && text.at(i) <= QLatin1Char('9');
+    if (digits)
+        return true;
     if (NumericValue::isIntegerType(a_type))
         return integer.match(text).hasMatch();
     if (a_type == NumericValue::RT_decimal)

@@ -6,6 +6,7 @@
 #include <libxml/parserInternals.h>
 #include <libxml/tree.h>
 
+#include <cstdint>
 #include <cstring>
 #include <vector>
 
@@ -38,6 +39,8 @@ int offset(const xmlParserCtxt* a_context)
 struct LumexSource::Recorder
 {
     LumexSource* source;
+    // The document's own parse; an entity's content is parsed in a context of its own.
+    const void* context;
     startElementNsSAX2Func start;
     endElementNsSAX2Func end;
 
@@ -57,7 +60,10 @@ void LumexSource::recordStart(void* a_context, const xmlChar* a_local, const xml
                     a_defaultedCount, a_attributes);
     if (context->node && context->inputNr == 1) {
         const int at = offset(context);
-        recorder->source->m_places[context->node] = {recorder->source->m_text.lastIndexOf('<', at), at};
+        std::vector<Place>& places = recorder->source->m_places;
+        const QByteArray& text = recorder->source->m_text;
+        places.push_back({text.lastIndexOf('<', at), at, text.indexOf('>', at) + 1});
+        context->node->_private = reinterpret_cast<void*>(std::uintptr_t(places.size()));
     }
 }
 
@@ -66,13 +72,61 @@ void LumexSource::recordEnd(void* a_context, const xmlChar* a_local, const xmlCh
 {
     Recorder* recorder = Recorder::of(a_context);
     auto* context = static_cast<xmlParserCtxtPtr>(a_context);
-    const xmlNode* node = context->node;
+    xmlNode* node = context->node;
     if (node && context->inputNr == 1) {
-        const auto found = recorder->source->m_places.find(node);
-        if (found != recorder->source->m_places.end())
-            found->second.end = offset(context);
+        if (const Place* place = recorder->source->place(node))
+            const_cast<Place*>(place)->end = offset(context);
     }
     recorder->end(a_context, a_local, a_prefix, a_uri);
+    if (node && node != context->node && a_context == recorder->context)
+        recorder->source->dropText(node);
+}
+
+const LumexSource::Place* LumexSource::place(const xmlNode* a_node) const
+{
+    const auto index = reinterpret_cast<std::uintptr_t>(a_node ? a_node->_private : nullptr);
+    return index > 0 && index <= m_places.size() ? &m_places[index - 1] : nullptr;
+}
+
+void LumexSource::dropText(xmlNode* a_node) const
+{
+    xmlNode* only = a_node->children;
+    if (only && !only->next && only->type == XML_TEXT_NODE) {
+        // Equal bytes mean no reference, no CDATA and no line end the parser normalized.
+        const Place* found = place(a_node);
+        const int closing = found ? closingTag(*found) : -1;
+        const std::size_t size =
+            only->content ? std::strlen(reinterpret_cast<const char*>(only->content)) : 0;
+        if (closing >= 0 && std::size_t(closing - found->inner) == size &&
+            std::memcmp(m_text.constData() + found->inner, only->content, size) == 0) {
+            xmlUnlinkNode(only);
+            xmlFreeNode(only);
+        }
+        return;
+    }
+    bool holdsElements = false;
+    for (const xmlNode* child = a_node->children; child && !holdsElements; child = child->next)
+        holdsElements = child->type == XML_ELEMENT_NODE;
+    if (!holdsElements)
+        return;
+    for (xmlNode* child = a_node->children; child;) {
+        xmlNode* next = child->next;
+        if (child->type == XML_TEXT_NODE) {
+            xmlUnlinkNode(child);
+            xmlFreeNode(child);
+        }
+        child = next;
+    }
+}
+
+int LumexSource::closingTag(const Place& a_place) const
+{
+    if (a_place.inner <= a_place.begin)
+        return -1;
+    if (a_place.inner >= a_place.end)
+        return a_place.inner;
+    const int closing = m_text.lastIndexOf("</", a_place.end - 1);
+    return closing >= a_place.inner ? closing : -1;
 }
 
 LumexSource::LumexSource(const QByteArray& a_text) : m_text(a_text)
@@ -97,13 +151,14 @@ std::shared_ptr<const LumexSource> LumexSource::read(const QByteArray& a_text)
     }
     // Entities are not substituted, so that a reference is a node of its own whose text is kept; no
     // external resource is read, and libxml2's amplification limits stay on.
-    xmlCtxtUseOptions(context,
-                      XML_PARSE_NONET | XML_PARSE_BIG_LINES | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+    // The document is only read once made, so short texts may live inside their nodes.
+    xmlCtxtUseOptions(context, XML_PARSE_NONET | XML_PARSE_BIG_LINES | XML_PARSE_NOERROR |
+                                   XML_PARSE_NOWARNING | XML_PARSE_COMPACT);
     std::shared_ptr<LumexSource> source(new LumexSource(a_text));
     // libxml2's own record of places loses where elements with content begin, so the places are taken
     // as each tag is read: at the start of an element the parser stands at the end of its start tag, and
     // a start tag holds no "<" of its own; at its end, just past its end tag.
-    Recorder recorder{source.get(), context->sax->startElementNs, context->sax->endElementNs};
+    Recorder recorder{source.get(), context, context->sax->startElementNs, context->sax->endElementNs};
     context->_private = &recorder;
     context->sax->startElementNs = recordStart;
     context->sax->endElementNs = recordEnd;
@@ -121,10 +176,10 @@ std::shared_ptr<const LumexSource> LumexSource::read(const QByteArray& a_text)
     while (!pending.empty()) {
         const xmlNode* node = pending.back();
         pending.pop_back();
-        const auto found = source->m_places.find(node);
-        if (!node || found == source->m_places.end())
+        const Place* found = source->place(node);
+        if (!found)
             return nullptr;
-        const Place& place = found->second;
+        const Place& place = *found;
         const std::string name = qualifiedName(node);
         if (place.begin < 0 || place.end > a_text.size() || place.end - place.begin < int(name.size()) + 2 ||
             a_text.at(place.begin) != '<' || a_text.at(place.end - 1) != '>' ||
@@ -135,7 +190,7 @@ std::shared_ptr<const LumexSource> LumexSource::read(const QByteArray& a_text)
                 pending.push_back(child);
         }
     }
-    const Place& place = source->m_places.at(root);
+    const Place& place = *source->place(root);
     const int lineBreak = a_text.indexOf('\n', place.begin);
     if (lineBreak < 0 || lineBreak >= place.end)
         return nullptr;

@@ -4,8 +4,9 @@
 
 #include <QByteArray>
 
+#include <cstddef>
 #include <memory>
-#include <unordered_map>
+#include <vector>
 
 struct _xmlDoc;
 struct _xmlNode;
@@ -45,6 +46,12 @@ private:
     {
         int begin = 0;
         int end = 0;
+        // Just past the start tag. An element left without children holds as its value the text from
+        // here to its end tag, as it stands in the file.
+        int inner = 0;
+        // The element's signature, made by the first merge that needs it and kept, since the source
+        // never changes; 0 until then.
+        mutable std::size_t signature = 0;
     };
 
     struct Recorder;
@@ -59,9 +66,20 @@ private:
 
     friend class LumexSourceMerge;
 
+    // The place of an element of this source's document; null for one read from elsewhere (an entity).
+    const Place* place(const _xmlNode* a_node) const;
+    // The text nodes the merge does not need, dropped as each element ends so that they never all
+    // stand in memory at once: the text between the elements of an element holding elements (the merge
+    // takes the layout from the file's text), and a value that reads as it is written in the file.
+    void dropText(_xmlNode* a_node) const;
+    // The end tag's start of an element with content.
+    int closingTag(const Place& a_place) const;
+
     QByteArray m_text;
     _xmlDoc* m_document = nullptr;
-    std::unordered_map<const _xmlNode*, Place> m_places;
+    // Each element of m_document finds its place through its _private pointer, which holds the index
+    // here plus one: a map beside the document cost more to fill than the parse itself.
+    std::vector<Place> m_places;
 };
 
 } // namespace Lumex

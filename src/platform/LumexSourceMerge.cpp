@@ -73,14 +73,14 @@ bool isAsciiSpace(char a_character)
     return a_character == ' ' || (a_character >= '\t' && a_character <= '\r');
 }
 
-// The value of an element without child elements, trimmed as trimmed() does. Most values are a single
-// text node of plain ASCII, which needs no copy.
-std::string_view valueText(const xmlNode* a_node, std::string& a_buffer)
+// The value of an element without child elements, trimmed as trimmed() does; a_childless when it has
+// no children at all. Most values are a single text node of plain ASCII, which needs no copy.
+std::string_view valueText(const xmlNode* a_node, std::string_view a_childless, std::string& a_buffer)
 {
     const xmlNode* child = a_node->children;
     std::string_view text;
     if (!child) {
-        text = std::string_view();
+        text = a_childless;
     } else if (!child->next && child->type == XML_TEXT_NODE) {
         text = bytes(reinterpret_cast<const char*>(child->content));
     } else {
@@ -199,36 +199,36 @@ Error LumexSourceMerge::merge(const CamFile& a_document, QByteArray& a_result)
 {
     const xmlNode* oldRoot = xmlDocGetRootElement(m_source.m_document);
     const xmlNode* newRoot = a_document.m_document ? xmlDocGetRootElement(a_document.m_document) : nullptr;
-    const auto place = m_source.m_places.find(oldRoot);
-    if (!newRoot || place == m_source.m_places.end() || qualifiedName(oldRoot) != qualifiedName(newRoot))
+    const LumexSource::Place* place = m_source.place(oldRoot);
+    if (!newRoot || !place || qualifiedName(oldRoot) != qualifiedName(newRoot))
         return Error("Layout error", "The document has another root than its source.", nullptr);
     m_unit = "  ";
     for (const xmlNode* child = oldRoot->children; child; child = child->next) {
-        const auto childPlace = m_source.m_places.find(child);
-        if (childPlace == m_source.m_places.end())
+        const LumexSource::Place* childPlace = m_source.place(child);
+        if (!childPlace)
             continue;
-        const QByteArray indent = indentOf(childPlace->second.begin);
-        if (!indent.isEmpty() && indent.size() > indentOf(place->second.begin).size())
-            m_unit = indent.mid(indentOf(place->second.begin).size());
+        const QByteArray indent = indentOf(childPlace->begin);
+        if (!indent.isEmpty() && indent.size() > indentOf(place->begin).size())
+            m_unit = indent.mid(indentOf(place->begin).size());
         break;
     }
-    m_signatures.reserve(2 * m_source.m_places.size());
+    m_signatures.reserve(m_source.m_places.size());
     m_out.clear();
     m_out.reserve(m_text.size() + m_text.size() / 8);
-    m_out += m_text.left(place->second.begin);
+    m_out += m_text.left(place->begin);
     if (!element(oldRoot, newRoot))
         return Error("Layout error", "An element of the source has no place in its text.", nullptr);
-    m_out += m_text.mid(place->second.end);
+    m_out += m_text.mid(place->end);
     a_result = m_out;
     return Error();
 }
 
 bool LumexSourceMerge::element(const xmlNode* a_old, const xmlNode* a_new)
 {
-    const auto found = m_source.m_places.find(a_old);
-    if (found == m_source.m_places.end())
+    const LumexSource::Place* found = m_source.place(a_old);
+    if (!found)
         return false;
-    const LumexSource::Place place = found->second;
+    const LumexSource::Place place = *found;
     if (signature(a_old) == signature(a_new)) {
         m_out += m_text.mid(place.begin, place.end - place.begin);
         return true;
@@ -260,7 +260,7 @@ bool LumexSourceMerge::element(const xmlNode* a_old, const xmlNode* a_new)
     startTag(a_old, a_new, place.begin, end, false);
     const int closing = m_text.lastIndexOf("</", place.end - 1);
     if (!newElements && !hasElements(a_old)) {
-        const std::string oldText = content(a_old);
+        const std::string oldText = a_old->children ? content(a_old) : std::string(sourceValue(place));
         if (newText == oldText || newText == trimmed(oldText))
             m_out += m_text.mid(end, closing - end);
         else
@@ -280,7 +280,7 @@ bool LumexSourceMerge::children(const xmlNode* a_old, const xmlNode* a_new, int 
     for (const xmlNode* child = a_old->children; child; child = child->next) {
         if (child->type != XML_ELEMENT_NODE)
             continue;
-        if (m_source.m_places.find(child) == m_source.m_places.end())
+        if (!m_source.place(child))
             return false;
         olds.push_back(kid(child, lowerBound));
         lowerBound = olds.back().end;
@@ -666,7 +666,7 @@ int LumexSourceMerge::tagEnd(int a_begin) const
 
 LumexSourceMerge::Kid LumexSourceMerge::kid(const xmlNode* a_node, int a_lowerBound) const
 {
-    const LumexSource::Place& place = m_source.m_places.at(a_node);
+    const LumexSource::Place& place = *m_source.place(a_node);
     Kid result;
     result.node = a_node;
     result.begin = place.begin;
@@ -707,6 +707,14 @@ LumexSourceMerge::Kid LumexSourceMerge::kid(const xmlNode* a_node, int a_lowerBo
     return result;
 }
 
+std::string_view LumexSourceMerge::sourceValue(const LumexSource::Place& a_place) const
+{
+    const int closing = m_source.closingTag(a_place);
+    return closing > a_place.inner
+               ? std::string_view(m_text.constData() + a_place.inner, std::size_t(closing - a_place.inner))
+               : std::string_view();
+}
+
 QByteArray LumexSourceMerge::indentOf(int a_begin) const
 {
     int position = a_begin;
@@ -719,7 +727,10 @@ QByteArray LumexSourceMerge::indentOf(int a_begin) const
 
 std::size_t LumexSourceMerge::signature(const xmlNode* a_node)
 {
-    const auto found = m_signatures.find(a_node);
+    const LumexSource::Place* place = a_node->doc == m_source.m_document ? m_source.place(a_node) : nullptr;
+    if (place && place->signature != 0)
+        return place->signature;
+    const auto found = place ? m_signatures.end() : m_signatures.find(a_node);
     if (found != m_signatures.end())
         return found->second;
     // A copied element carries its prefix in its name, a parsed one in its namespace: both hash alike.
@@ -740,9 +751,13 @@ std::size_t LumexSourceMerge::signature(const xmlNode* a_node)
         }
     } else {
         std::string buffer;
-        result = mixed(mixed(result, std::size_t(3)), valueText(a_node, buffer));
+        const std::string_view childless = place ? sourceValue(*place) : std::string_view();
+        result = mixed(mixed(result, std::size_t(3)), valueText(a_node, childless, buffer));
     }
-    m_signatures.emplace(a_node, result);
+    if (place)
+        place->signature = result;
+    else
+        m_signatures.emplace(a_node, result);
     return result;
 }
 

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -52,6 +53,8 @@ private:
     int tagEnd(int a_begin) const;
     Kid kid(const _xmlNode* a_node, int a_lowerBound) const;
     QByteArray indentOf(int a_begin) const;
+    // The value of a source element without children, as its text holds it.
+    std::string_view sourceValue(const LumexSource::Place& a_place) const;
     std::size_t signature(const _xmlNode* a_node);
     Attributes attributes(const _xmlNode* a_node) const;
 

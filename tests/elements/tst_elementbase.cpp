@@ -193,11 +193,13 @@ private slots:
     // id does not take the entry with it.
     void idPropertyRekeysRegistry()
     {
-        for (const QString target : {"unused", "zero", "other", "same"}) {
+        // "far" lies beyond the ids the counter hands out densely; it runs last, as it moves the counter.
+        for (const QString target : {"unused", "zero", "other", "same", "far"}) {
             auto element = std::make_unique<HookElement>();
             auto other = std::make_unique<HookElement>();
             const quint64 oldId = element->id();
             const quint64 newId = target == "unused"  ? other->id() + 1000
+                                  : target == "far"   ? quint64(1) << 40
                                   : target == "zero"  ? 0
                                   : target == "other" ? other->id()
                                                       : oldId;
