@@ -6,6 +6,7 @@
 #include "elements/WindowElement.h"
 #include "model/NumericValue.h"
 
+#include <QMetaMethod>
 #include <QSharedPointer>
 
 #include <QtDebug>
@@ -61,7 +62,10 @@ void ValueFeatureElementBase::setValue(size_t a_index, const QVariant& a_value)
     if (a_index >= m_values.size() || !a_value.isValid())
         return;
     const QVariant stored = m_fixedValue.isValid() ? m_fixedValue : a_value;
-    const bool changed = m_values[a_index] != stored;
+    // Values of different types are compared by converting them, which a load pays several times for
+    // every value; only a listener needs to know whether the value changed.
+    static const QMetaMethod changedSignal = QMetaMethod::fromSignal(&ValueFeatureElementBase::valueChanged);
+    const bool changed = isSignalConnected(changedSignal) && m_values[a_index] != stored;
     m_values[a_index] = stored;
     showValue(a_index, stored);
     if (changed)

@@ -73,12 +73,6 @@ bool isBlank(const char* a_text)
     return true;
 }
 
-void link(LumexTreeElement* a_node, const ElementBase* a_element)
-{
-    if (a_node)
-        a_node->setElementId(qint64(a_element->id()));
-}
-
 } // namespace
 
 LumexParser::LumexParser(const QString& a_path, LumexTree* a_tree, ProgressStepper* a_progress)
@@ -160,7 +154,7 @@ void LumexParser::parse(CameraElement* a_camera)
     if (!a_camera)
         return;
     m_modeNodesByName.clear();
-    m_valueHolders.clear();
+    m_linked.clear();
     step(QStringLiteral("Loading global features"));
     parseCategory(a_camera->globalCategory(), nullptr);
     parseModes(a_camera);
@@ -481,8 +475,7 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
         // An unnamed feature is the text of its holder, whose node stands for it.
         LumexTreeElement* node = name.isEmpty() ? treeHolder : treeNodes.value(int(instance));
         if (node) {
-            link(node, value);
-            noteValueHolder(value);
+            link(node, value, !value->isAttribute());
             node->setLine(int(valueNode.line()));
             node->setValue(readText.trimmed().toLocal8Bit());
         }
@@ -640,30 +633,32 @@ bool LumexParser::holdsFeatureValue(const LumexTreeElement* a_node) const
     const quint64 id = quint64(a_node->elementId());
     if (id == 0)
         return false;
-    // The nodes linked above answer from their bit, without a visit to their element; the rest ask it.
-    if (id >= m_valueHolderBase && id - m_valueHolderBase < quint64(m_valueHolders.size()) &&
-        m_valueHolders[size_t(id - m_valueHolderBase)] && ElementBase::findById(id))
-        return true;
+    // The elements linked above answer from their note, without a visit to each element; others are asked.
+    const quint8 note = id >= m_linkedBase && id - m_linkedBase < quint64(m_linked.size())
+                            ? m_linked[size_t(id - m_linkedBase)]
+                            : quint8(0);
+    if (note != 0 && ElementBase::findById(id))
+        return note == HoldsValue;
     const auto* feature = qobject_cast<const ValueFeatureElementBase*>(ElementBase::findById(id));
     return feature && !feature->isAttribute();
 }
 
-void LumexParser::noteValueHolder(const ValueFeatureElementBase* a_feature)
+void LumexParser::link(LumexTreeElement* a_node, const ElementBase* a_element, bool a_holdsValue)
 {
-    if (a_feature->isAttribute())
-        return;
-    // Ids come from a counter, so a bit per id from the first one noted stays small; an id far from it
-    // is not noted and is asked of its element instead.
+    if (a_node)
+        a_node->setElementId(qint64(a_element->id()));
+    // Ids come from a counter, so a note per id from the first one noted stays small; an id far from it
+    // is not noted, and its element is asked instead.
     constexpr quint64 span = quint64(1) << 24;
-    const quint64 id = a_feature->id();
-    if (m_valueHolders.empty())
-        m_valueHolderBase = id;
-    if (id < m_valueHolderBase || id - m_valueHolderBase >= span)
+    const quint64 id = a_element->id();
+    if (m_linked.empty())
+        m_linkedBase = id;
+    if (id < m_linkedBase || id - m_linkedBase >= span)
         return;
-    const size_t bit = size_t(id - m_valueHolderBase);
-    if (bit >= m_valueHolders.size())
-        m_valueHolders.resize(std::max(bit + 1, 2 * m_valueHolders.size()));
-    m_valueHolders[bit] = true;
+    const size_t at = size_t(id - m_linkedBase);
+    if (at >= m_linked.size())
+        m_linked.resize(std::max(at + 1, 2 * m_linked.size()), quint8(0));
+    m_linked[at] = a_holdsValue ? HoldsValue : HoldsNoValue;
 }
 
 void LumexParser::breathe()

@@ -17,6 +17,7 @@
 namespace Orvex {
 
 class CameraElement;
+class ElementBase;
 class CategoryElementBase;
 class FeatureElementBase;
 class GenericModeCategory;
@@ -106,7 +107,9 @@ private:
     // A node the schema knows holds the value of an element feature: its text is that value, which the
     // feature keeps and writes, so the text must not be kept a second time.
     bool holdsFeatureValue(const LumexTreeElement* a_node) const;
-    void noteValueHolder(const ValueFeatureElementBase* a_feature);
+    // Links a_node (when there is one) to a_element, and notes whether the element is a value feature
+    // whose node holds its value, for holdsFeatureValue.
+    void link(LumexTreeElement* a_node, const ElementBase* a_element, bool a_holdsValue = false);
 
     bool standardIs(const QString& a_standard) const;
     void breathe();
@@ -121,9 +124,15 @@ private:
     // The document tree node of each mode as the file names it, for the walk over content the schema does
     // not know, which meets every mode again.
     QHash<QString, LumexTreeElement*> m_modeNodesByName;
-    // Bit n: the element of id m_valueHolderBase + n is a value feature whose node holds its value.
-    std::vector<bool> m_valueHolders;
-    quint64 m_valueHolderBase = 0;
+    // Entry n: what was noted of the element of id m_linkedBase + n when it was linked.
+    enum LinkNote : quint8
+    {
+        NotLinked,
+        HoldsNoValue,
+        HoldsValue,
+    };
+    std::vector<quint8> m_linked;
+    quint64 m_linkedBase = 0;
 };
 
 } // namespace Orvex
