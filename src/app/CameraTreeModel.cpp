@@ -80,6 +80,7 @@ void CameraTreeModel::reload()
             m_names.append(mode->name());
         }
     }
+    m_namesChecked = ElementBase::nameGeneration();
     endResetModel();
     emit treeChanged();
     emit labelsChanged();
@@ -443,6 +444,10 @@ void CameraTreeModel::onModeMoved(int a_from, int a_to)
 
 void CameraTreeModel::refreshLabels()
 {
+    // Runs after every edit, undo and redo; almost none of them renames anything.
+    if (ElementBase::nameGeneration() == m_namesChecked)
+        return;
+    m_namesChecked = ElementBase::nameGeneration();
     bool changed = false;
     for (int row = 0; row < m_modes.size(); ++row) {
         const QString name = m_modes.at(row) ? m_modes.at(row)->name() : QString();

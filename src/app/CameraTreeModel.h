@@ -116,6 +116,8 @@ private:
     // The rows as the view knows them, with the names they show.
     QVector<QPointer<ModeElement>> m_modes;
     QVector<QString> m_names;
+    // The element name generation m_names were last compared at.
+    quint64 m_namesChecked = ~quint64(0);
     bool m_changingRows = false;
     // The data of the latest drag out of this tree and its mode: a drop carrying that very data is a
     // reorder, while the same name dragged from another window's tree is not.

@@ -14,6 +14,7 @@ namespace Orvex {
 namespace {
 
 std::atomic<quint64> s_nextId{1};
+std::atomic<quint64> s_nameGeneration{0};
 
 // Elements by id. Ids come from a counter, so nearly all of them are dense: a table of pages indexed by
 // the id finds one without hashing, and registering the tens of thousands of elements of a large file
@@ -153,7 +154,14 @@ void ElementBase::setId(quint64 a_id)
 
 void ElementBase::setName(const QString& a_name)
 {
+    if (a_name != m_name)
+        ++s_nameGeneration;
     m_name = a_name;
+}
+
+quint64 ElementBase::nameGeneration()
+{
+    return s_nameGeneration;
 }
 
 void ElementBase::setAnnotation(const QString& a_annotation)

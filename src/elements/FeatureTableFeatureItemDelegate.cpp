@@ -110,7 +110,11 @@ QSize FeatureTableFeatureItemDelegate::sizeHint(const QStyleOptionViewItem& a_op
     const QWidget* widget = a_option.widget;
     const QStyle* style = widget ? widget->style() : QApplication::style();
     const int margin = style->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, widget) + 1;
-    const QSize sample = QFontMetrics(a_option.font).size(Qt::TextSingleLine, QLatin1String(SampleText));
+    if (!m_sampleSize.isValid() || a_option.font != m_sampleFont) {
+        m_sampleFont = a_option.font;
+        m_sampleSize = QFontMetrics(m_sampleFont).size(Qt::TextSingleLine, QLatin1String(SampleText));
+    }
+    const QSize sample = m_sampleSize;
     int height = std::max(hint.height(), sample.height() + 2 * margin);
 
     if (a_index.column() < FeatureTableFeatureModel::FirstMemberColumn) {

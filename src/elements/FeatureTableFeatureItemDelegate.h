@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QFont>
 #include <QHash>
 #include <QPersistentModelIndex>
 #include <QPointer>
@@ -78,6 +79,10 @@ private:
     mutable QVector<OpenEditor> m_openEditors;
     // The member editors' sizes per column, measured once: each measurement builds a widget.
     mutable QHash<int, QSize> m_editorSizes;
+    // The sample sentence measured in the font last asked about: sizing a column asks for every row, and
+    // laying out the sentence anew each time was most of a table page's first showing.
+    mutable QFont m_sampleFont;
+    mutable QSize m_sampleSize;
 };
 
 } // namespace Orvex

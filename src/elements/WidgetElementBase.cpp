@@ -1,17 +1,12 @@
 #include "elements/WidgetElementBase.h"
 
-#include <QEasingCurve>
-#include <QGraphicsColorizeEffect>
-#include <QPropertyAnimation>
+#include "widgets/HighlightTint.h"
+
 #include <QScrollArea>
 
 namespace Orvex {
 
 namespace {
-
-// The name under which the animation is found again on a container highlighted before.
-const char* const s_highlightAnimationName =
-    "ValueFeatureElementBase::Orvex::ValueFeatureElementBase::highlight";
 
 void scrollIntoView(QWidget* a_container)
 {
@@ -21,16 +16,6 @@ void scrollIntoView(QWidget* a_container)
             return;
         }
     }
-}
-
-QGraphicsColorizeEffect* colorizeEffect(QWidget* a_container)
-{
-    if (auto* effect = qobject_cast<QGraphicsColorizeEffect*>(a_container->graphicsEffect()))
-        return effect;
-    auto* effect = new QGraphicsColorizeEffect;
-    effect->setColor(Qt::red);
-    a_container->setGraphicsEffect(effect);
-    return effect;
 }
 
 } // namespace
@@ -121,28 +106,11 @@ void WidgetElementBase::highlightContainers(const QList<QWidget*>& a_containers)
             first = false;
         }
 
-        QGraphicsColorizeEffect* effect = colorizeEffect(container);
-        auto* animation = container->findChild<QPropertyAnimation*>(QLatin1String(s_highlightAnimationName),
-                                                                    Qt::FindDirectChildrenOnly);
-        if (!animation) {
-            animation = new QPropertyAnimation(effect, "strength", container);
-            animation->setObjectName(QLatin1String(s_highlightAnimationName));
-            animation->setDuration(350);
-            animation->setStartValue(0.8);
-            animation->setEndValue(0.0);
-            animation->setEasingCurve(QEasingCurve::InCirc);
-            animation->setLoopCount(2);
-        }
-        if (animation->state() == QAbstractAnimation::Running)
-            animation->stop();
-        // The effect the animation was made for may have been replaced on the container since.
-        if (animation->targetObject() != effect)
-            animation->setTargetObject(effect);
-
+        HighlightTint* tint = HighlightTint::of(container);
         setHighlightActive(true);
-        connect(animation, &QAbstractAnimation::finished, this,
-                &WidgetElementBase::highlightAnimationFinished, Qt::UniqueConnection);
-        animation->start();
+        connect(tint, &HighlightTint::faded, this, &WidgetElementBase::highlightAnimationFinished,
+                Qt::UniqueConnection);
+        tint->flash();
     }
 }
 

@@ -19,6 +19,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
+
 namespace Orvex {
 
 namespace {
@@ -28,6 +30,19 @@ const char* const s_rootName = "quarnel_config";
 QString text(const char* a_utf8)
 {
     return QString::fromUtf8(a_utf8 ? a_utf8 : "");
+}
+
+// Compared without a QString made per node: every value written asks. Names are nearly always ASCII.
+bool isNamed(const QString& a_name, const char* a_utf8)
+{
+    if (!a_utf8)
+        return a_name.isEmpty();
+    int size = 0;
+    for (const char* at = a_utf8; *at; ++at, ++size) {
+        if (static_cast<unsigned char>(*at) >= 0x80)
+            return a_name == QString::fromUtf8(a_utf8);
+    }
+    return a_name == QLatin1String(a_utf8, size);
 }
 
 QString escaped(const QString& a_text)
@@ -122,27 +137,15 @@ void LumexPrinter::print(CameraElement* a_camera)
         return;
     m_text.clear();
     m_document = Lumex::CamFile(s_rootName, Lumex::CamFile::SourceRootName);
-    m_firstLink.clear();
     m_links.clear();
-    m_nextLink.clear();
+    m_nearExtra.clear();
     m_extraBelow.clear();
+    m_allIndex = LinkIndex();
+    m_allIndexed = false;
     if (m_tree && m_tree->root())
         indexTree(m_tree->root());
-    // The links serve only to find extra data: a tree without any needs no index of them.
-    if (m_extraBelow.empty()) {
-        m_links.clear();
-    } else {
-        m_nextLink.assign(m_links.size(), -1);
-        m_firstLink.reserve(m_links.size());
-        for (int link = 0; link < int(m_links.size()); ++link) {
-            const auto inserted = m_firstLink.emplace(quint64(m_links[std::size_t(link)]->elementId()),
-                                                      std::make_pair(link, link));
-            if (!inserted.second) {
-                m_nextLink[std::size_t(inserted.first->second.second)] = link;
-                inserted.first->second.second = link;
-            }
-        }
-    }
+    m_nearIndex = LinkIndex();
+    buildIndex(m_nearIndex, &m_nearExtra);
 
     printCamera(a_camera);
     writeFrameContent();
@@ -214,7 +217,7 @@ Lumex::CamProperty LumexPrinter::printPath(const QStringList& a_path, const Path
         if (a_path.size() == next)
             return node;
     }
-    if (node.isNull() || text(node.name()) != a_path.at(next))
+    if (node.isNull() || !isNamed(a_path.at(next), node.name()))
         return Lumex::CamProperty();
     for (int index = next + 1; index < a_path.size(); ++index) {
         if (a_path.at(index).isEmpty())
@@ -348,7 +351,7 @@ Lumex::CamProperty LumexPrinter::printFeatureList(ElementBase* a_list, const Pat
         for (FeatureElementBase* member : members)
             printFeature(member, hint);
         if (list)
-            writeTreeContent(element, instanceNode(list, instance));
+            writeTreeContent(element, instanceNode(list, instance, members));
         last = element;
     }
     if (category)
@@ -373,6 +376,7 @@ Lumex::CamProperty LumexPrinter::printFeature(FeatureElementBase* a_feature, con
         ORVEX_THROW(FeatureLoadErrorException,
                     QStringLiteral("Unable to print a path for the \"%1\" feature.").arg(name));
     QStringList texts;
+    texts.reserve(int(value->instanceCount()));
     for (size_t instance = 0; instance < value->instanceCount(); ++instance)
         texts << value->valueText(instance);
     if (texts.isEmpty())
@@ -481,41 +485,83 @@ void LumexPrinter::writeFrameContent()
 bool LumexPrinter::indexTree(const LumexTreeElement* a_node)
 {
     if (a_node->elementId() != 0)
-        m_links.push_back(a_node);
+        m_links.emplace_back(quint64(a_node->elementId()), a_node);
     bool compliant = a_node->isSchemaCompliant();
-    for (const LumexTreeElement* child : a_node->childElements())
+    const QList<LumexTreeElement*> children = a_node->childElements();
+    for (const LumexTreeElement* child : children)
         compliant = indexTree(child) && compliant;
-    if (!compliant)
+    if (!compliant) {
         m_extraBelow.insert(a_node);
+        if (a_node->elementId() != 0)
+            m_nearExtra.insert(quint64(a_node->elementId()));
+        for (const LumexTreeElement* child : children) {
+            if (child->elementId() != 0)
+                m_nearExtra.insert(quint64(child->elementId()));
+        }
+    }
     return compliant;
+}
+
+void LumexPrinter::buildIndex(LinkIndex& a_index, const std::unordered_set<quint64>* a_only) const
+{
+    a_index.next.assign(m_links.size(), -1);
+    if (!a_only)
+        a_index.firstAndLast.reserve(m_links.size());
+    if (a_only && a_only->empty())
+        return;
+    for (int link = 0; link < int(m_links.size()); ++link) {
+        const quint64 id = m_links[std::size_t(link)].first;
+        if (a_only && a_only->count(id) == 0)
+            continue;
+        const auto inserted = a_index.firstAndLast.emplace(id, std::make_pair(link, link));
+        if (!inserted.second) {
+            a_index.next[std::size_t(inserted.first->second.second)] = link;
+            inserted.first->second.second = link;
+        }
+    }
+}
+
+const LumexTreeElement* LumexPrinter::linkAt(const LinkIndex& a_index, const ElementBase* a_element,
+                                             int a_position) const
+{
+    if (!a_element || a_element->id() == 0)
+        return nullptr;
+    const auto found = a_index.firstAndLast.find(a_element->id());
+    int link = found == a_index.firstAndLast.end() ? -1 : found->second.first;
+    for (; link >= 0 && a_position > 0; --a_position)
+        link = a_index.next[std::size_t(link)];
+    return link >= 0 ? m_links[std::size_t(link)].second : nullptr;
 }
 
 const LumexTreeElement* LumexPrinter::linkedNode(const ElementBase* a_element, int a_index) const
 {
-    if (!a_element || a_element->id() == 0 || m_firstLink.empty())
-        return nullptr;
-    const auto found = m_firstLink.find(a_element->id());
-    int link = found == m_firstLink.end() ? -1 : found->second.first;
-    for (; link >= 0 && a_index > 0; --a_index)
-        link = m_nextLink[std::size_t(link)];
-    return link >= 0 ? m_links[std::size_t(link)] : nullptr;
+    return linkAt(m_nearIndex, a_element, a_index);
 }
 
-const LumexTreeElement* LumexPrinter::instanceNode(const FeatureListFeatureBase* a_list,
-                                                   size_t a_instance) const
+const LumexTreeElement* LumexPrinter::instanceNode(const FeatureListFeatureBase* a_list, size_t a_instance,
+                                                   const QVector<FeatureElementBase*>& a_members)
 {
-    if (m_firstLink.empty())
+    // Whichever member answers below, its node or that node's parent holds extra data only if the
+    // member is near some.
+    const auto nearExtra = [this](const ElementBase* a_element) {
+        return a_element && m_nearExtra.count(a_element->id()) != 0;
+    };
+    if (!nearExtra(a_list) && std::none_of(a_members.begin(), a_members.end(), nearExtra))
         return nullptr;
+    if (!m_allIndexed) {
+        buildIndex(m_allIndex, nullptr);
+        m_allIndexed = true;
+    }
     // The members know their instance whatever was inserted, removed or moved since reading: the node
     // of a member lies in the instance's node, and an unnamed member is that node's own text.
-    for (const FeatureElementBase* member : a_list->instanceMembers(a_instance)) {
-        const LumexTreeElement* node = linkedNode(member, 0);
+    for (const FeatureElementBase* member : a_members) {
+        const LumexTreeElement* node = linkAt(m_allIndex, member, 0);
         if (!node)
             continue;
         return member->name().isEmpty() ? node : node->parentElement();
     }
     // None of its members was in the file: the instance can only be found by its position.
-    return linkedNode(a_list, int(a_instance));
+    return linkAt(m_allIndex, a_list, int(a_instance));
 }
 
 void LumexPrinter::breathe()

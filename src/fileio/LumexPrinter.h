@@ -9,6 +9,7 @@
 #include <QPointer>
 #include <QString>
 #include <QStringList>
+#include <QVector>
 
 #include <unordered_map>
 #include <unordered_set>
@@ -87,14 +88,28 @@ private:
     void writeLinkedContent(const ElementBase* a_element, Lumex::CamProperty a_node);
     void writeFrameContent();
 
+    // Nodes linked to elements, chained per element id in tree order.
+    struct LinkIndex
+    {
+        // Per element id, the first and the last of its links.
+        std::unordered_map<quint64, std::pair<int, int>> firstAndLast;
+        std::vector<int> next;
+    };
+
     // Records which nodes each element is linked to, and where extra data lies, in one walk of the tree.
     // Returns whether the subtree of a_node holds only schema content.
     bool indexTree(const LumexTreeElement* a_node);
-    // The a_index-th tree node linked to a_element, in tree order; null past the last, and always null
-    // when the tree holds no extra data.
+    // Indexes the links of the ids in a_only, or of every id when it is null.
+    void buildIndex(LinkIndex& a_index, const std::unordered_set<quint64>* a_only) const;
+    const LumexTreeElement* linkAt(const LinkIndex& a_index, const ElementBase* a_element,
+                                   int a_position) const;
+    // The a_index-th tree node linked to a_element, in tree order; null past the last, and null for an
+    // element none of whose nodes holds extra data, whatever it is linked to.
     const LumexTreeElement* linkedNode(const ElementBase* a_element, int a_index) const;
-    // The node read for instance a_instance of a_list; null for an instance that was not read.
-    const LumexTreeElement* instanceNode(const FeatureListFeatureBase* a_list, size_t a_instance) const;
+    // The node read for instance a_instance of a_list, made of a_members; null for an instance that was
+    // not read, and for one whose node cannot hold extra data.
+    const LumexTreeElement* instanceNode(const FeatureListFeatureBase* a_list, size_t a_instance,
+                                         const QVector<FeatureElementBase*>& a_members);
 
     void breathe();
     void step(const QString& a_detail);
@@ -105,13 +120,16 @@ private:
     QString m_coaXPressXsdPath;
     QString m_cameraLinkXsdPath;
     bool m_preserveExtraData = true;
-    // The nodes linked to one element lie in m_links, chained through m_nextLink in tree order; the
-    // tree is walked once per save, since each visit of its nodes costs a cache miss. All empty when the
-    // tree holds no extra data, which is all they serve to find.
-    // Per element id, the first and the last of its links.
-    std::unordered_map<quint64, std::pair<int, int>> m_firstLink;
-    std::vector<const LumexTreeElement*> m_links;
-    std::vector<int> m_nextLink;
+    // Every node with an element id, in tree order; the tree is walked once per save, since each visit
+    // of its nodes costs a cache miss.
+    std::vector<std::pair<quint64, const LumexTreeElement*>> m_links;
+    // The elements linked to a node holding extra data or to a child of one: extra data is written only
+    // from their nodes (a list instance's from its members' parent), so only their links are indexed up
+    // front, and every link only when a list instance needs them.
+    std::unordered_set<quint64> m_nearExtra;
+    LinkIndex m_nearIndex;
+    LinkIndex m_allIndex;
+    bool m_allIndexed = false;
     // The nodes holding, themselves or below them, anything the schema does not know: everywhere else
     // there is no extra data to look for.
     std::unordered_set<const LumexTreeElement*> m_extraBelow;

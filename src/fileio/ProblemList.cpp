@@ -3,6 +3,8 @@
 #include "elements/CameraElement.h"
 #include "elements/ModeElement.h"
 
+#include <QSet>
+
 #include <algorithm>
 
 namespace Orvex {
@@ -27,10 +29,11 @@ void ProblemList::attach(const CameraElement* a_camera, const LumexTree* a_tree,
     m_global = m_validator->checkGlobal();
     m_order = a_camera->modes();
     for (const ModeElement* mode : qAsConst(m_order)) {
-        m_modes.insert(mode, m_validator->checkMode(mode));
+        keep(mode, m_validator->checkMode(mode));
         m_modeNames << mode->name();
     }
     m_names = m_validator->checkModeNames();
+    m_namesChecked = ElementBase::nameGeneration();
     assemble();
 }
 
@@ -59,31 +62,42 @@ void ProblemList::refresh(const ModeElement* a_mode)
     const bool reordered = modes != m_order;
     if (reordered) {
         // Modes came, went or moved: those still here keep what was found, new ones are checked.
-        QHash<const ModeElement*, QVector<ValidationProblem>> kept;
-        kept.reserve(modes.size());
+        const QSet<const ModeElement*> checked(m_order.cbegin(), m_order.cend());
+        QHash<const ModeElement*, QVector<ValidationProblem>> found = std::move(m_modes);
+        m_modes.clear();
         for (const ModeElement* mode : modes) {
-            auto known = m_modes.find(mode);
-            if (known == m_modes.end() || mode == edited)
-                kept.insert(mode, m_validator->checkMode(mode));
+            if (!checked.contains(mode) || mode == edited)
+                keep(mode, m_validator->checkMode(mode));
             else
-                kept.insert(mode, std::move(known.value()));
+                keep(mode, found.take(mode));
         }
-        m_modes = std::move(kept);
         m_order = modes;
-    } else if (m_modes.contains(edited)) {
-        m_modes[edited] = m_validator->checkMode(edited);
+    } else if (edited && m_order.contains(const_cast<ModeElement*>(edited))) {
+        keep(edited, m_validator->checkMode(edited));
     }
     m_global = m_validator->checkGlobal();
-    // The names are judged together (duplicates), so they are checked again only when one changed.
-    QStringList names;
-    names.reserve(modes.size());
-    for (const ModeElement* mode : modes)
-        names << mode->name();
-    if (reordered || names != m_modeNames) {
-        m_names = m_validator->checkModeNames();
-        m_modeNames = names;
+    // The names are judged together (duplicates), so they are checked again only when one changed; and
+    // they are only compared when some element was renamed at all.
+    if (reordered || ElementBase::nameGeneration() != m_namesChecked) {
+        m_namesChecked = ElementBase::nameGeneration();
+        QStringList names;
+        names.reserve(modes.size());
+        for (const ModeElement* mode : modes)
+            names << mode->name();
+        if (reordered || names != m_modeNames) {
+            m_names = m_validator->checkModeNames();
+            m_modeNames = names;
+        }
     }
     assemble();
+}
+
+void ProblemList::keep(const ModeElement* a_mode, QVector<ValidationProblem> a_problems)
+{
+    if (a_problems.isEmpty())
+        m_modes.remove(a_mode);
+    else
+        m_modes.insert(a_mode, std::move(a_problems));
 }
 
 int ProblemList::count(ValidationProblem::Severity a_severity) const
@@ -94,15 +108,29 @@ int ProblemList::count(ValidationProblem::Severity a_severity) const
 void ProblemList::assemble()
 {
     m_problems = CameraValidator::byLine(m_global + m_unknown.value(nullptr));
+    // Runs after every step: the modes' own lists are looked at without copying, and the name problems
+    // are sorted to their modes once rather than looked through at every mode.
+    QHash<int, QVector<ValidationProblem>> named;
+    for (const ValidationProblem& problem : qAsConst(m_names))
+        named[problem.locator.steps().value(0, -1)] << problem;
+    const auto listed = [](const QHash<const ModeElement*, QVector<ValidationProblem>>& a_lists,
+                           const ModeElement* a_mode) {
+        const auto found = a_lists.constFind(a_mode);
+        return found == a_lists.cend() ? nullptr : &found.value();
+    };
     const QVector<ModeElement*> modes = m_camera->modes();
+    const bool anyUnknown = m_unknown.size() > (m_unknown.contains(nullptr) ? 1 : 0);
     for (int index = 0; index < modes.size(); ++index) {
         const ModeElement* mode = modes.at(index);
-        for (const ValidationProblem& problem : qAsConst(m_names))
-            if (problem.locator.steps().value(0, -1) == index)
-                m_problems << problem;
-        QVector<ValidationProblem> own = m_modes.value(mode) + m_unknown.value(mode);
-        if (own.isEmpty())
+        if (!named.isEmpty())
+            m_problems += named.value(index);
+        const QVector<ValidationProblem>* checked = m_modes.isEmpty() ? nullptr : listed(m_modes, mode);
+        const QVector<ValidationProblem>* unknown = anyUnknown ? listed(m_unknown, mode) : nullptr;
+        if (!checked && (!unknown || unknown->isEmpty()))
             continue;
+        QVector<ValidationProblem> own = checked ? *checked : QVector<ValidationProblem>();
+        if (unknown)
+            own += *unknown;
         // Problems found before modes moved, came or went, or before a rename, follow their mode: the
         // way to their element starts again from where the mode stands now.
         const ElementLocator modeWay = ElementLocator::locate(m_camera, m_camera).child(index);

@@ -48,10 +48,14 @@ signals:
 
 private:
     void assemble();
+    // Only modes with problems are kept: the list is walked after every step, and a look-up in a table
+    // of every mode of a large file misses the cache each time.
+    void keep(const ModeElement* a_mode, QVector<ValidationProblem> a_problems);
 
     QPointer<CameraElement> m_camera;
     std::unique_ptr<CameraValidator> m_validator;
     QVector<ValidationProblem> m_global;
+    // Modes without problems have no entry.
     QHash<const ModeElement*, QVector<ValidationProblem>> m_modes;
     // Found at open, by the mode they stand in (null: outside any mode).
     QHash<const ModeElement*, QVector<ValidationProblem>> m_unknown;
@@ -59,6 +63,8 @@ private:
     // The modes and their names as last checked.
     QVector<ModeElement*> m_order;
     QStringList m_modeNames;
+    // The element name generation m_modeNames were taken at.
+    quint64 m_namesChecked = 0;
     QVector<ValidationProblem> m_problems;
 };
 

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 #include <vector>
 
 namespace Lumex {
@@ -18,14 +19,6 @@ bool isUtf8Name(const xmlChar* a_encoding)
 {
     return !a_encoding || xmlStrcasecmp(a_encoding, reinterpret_cast<const xmlChar*>("UTF-8")) == 0 ||
            xmlStrcasecmp(a_encoding, reinterpret_cast<const xmlChar*>("UTF8")) == 0;
-}
-
-std::string qualifiedName(const xmlNode* a_node)
-{
-    std::string name = reinterpret_cast<const char*>(a_node->name);
-    if (a_node->ns && a_node->ns->prefix)
-        name = std::string(reinterpret_cast<const char*>(a_node->ns->prefix)) + ':' + name;
-    return name;
 }
 
 int offset(const xmlParserCtxt* a_context)
@@ -73,13 +66,34 @@ void LumexSource::recordEnd(void* a_context, const xmlChar* a_local, const xmlCh
     Recorder* recorder = Recorder::of(a_context);
     auto* context = static_cast<xmlParserCtxtPtr>(a_context);
     xmlNode* node = context->node;
-    if (node && context->inputNr == 1) {
-        if (const Place* place = recorder->source->place(node))
-            const_cast<Place*>(place)->end = offset(context);
-    }
+    const Place* place = node && context->inputNr == 1 ? recorder->source->place(node) : nullptr;
+    if (place)
+        const_cast<Place*>(place)->end = offset(context);
+    // Every element must be found where it was placed; anything else would splice at wrong places.
+    // Checked as each ends, while its node is at hand.
+    if (a_context == recorder->context && (!place || !recorder->source->holds(node, *place)))
+        recorder->source->m_misplaced = true;
     recorder->end(a_context, a_local, a_prefix, a_uri);
     if (node && node != context->node && a_context == recorder->context)
         recorder->source->dropText(node);
+}
+
+bool LumexSource::holds(const xmlNode* a_node, const Place& a_place) const
+{
+    const std::string_view name(reinterpret_cast<const char*>(a_node->name));
+    const std::string_view prefix(
+        a_node->ns && a_node->ns->prefix ? reinterpret_cast<const char*>(a_node->ns->prefix) : "");
+    const int size = int(name.size() + (prefix.empty() ? 0 : prefix.size() + 1));
+    if (a_place.begin < 0 || a_place.end > m_text.size() || a_place.end - a_place.begin < size + 2 ||
+        m_text.at(a_place.begin) != '<' || m_text.at(a_place.end - 1) != '>')
+        return false;
+    const char* at = m_text.constData() + a_place.begin + 1;
+    if (!prefix.empty()) {
+        if (std::memcmp(at, prefix.data(), prefix.size()) != 0 || at[prefix.size()] != ':')
+            return false;
+        at += prefix.size() + 1;
+    }
+    return std::memcmp(at, name.data(), name.size()) == 0;
 }
 
 const LumexSource::Place* LumexSource::place(const xmlNode* a_node) const
@@ -170,26 +184,9 @@ std::shared_ptr<const LumexSource> LumexSource::read(const QByteArray& a_text)
     if (!wellFormed || !isUtf8Name(source->m_document->encoding))
         return nullptr;
 
-    // Every element must be found where it was placed; anything else would splice at wrong places.
     const xmlNode* root = xmlDocGetRootElement(source->m_document);
-    std::vector<const xmlNode*> pending{root};
-    while (!pending.empty()) {
-        const xmlNode* node = pending.back();
-        pending.pop_back();
-        const Place* found = source->place(node);
-        if (!found)
-            return nullptr;
-        const Place& place = *found;
-        const std::string name = qualifiedName(node);
-        if (place.begin < 0 || place.end > a_text.size() || place.end - place.begin < int(name.size()) + 2 ||
-            a_text.at(place.begin) != '<' || a_text.at(place.end - 1) != '>' ||
-            std::memcmp(a_text.constData() + place.begin + 1, name.data(), name.size()) != 0)
-            return nullptr;
-        for (const xmlNode* child = node->children; child; child = child->next) {
-            if (child->type == XML_ELEMENT_NODE)
-                pending.push_back(child);
-        }
-    }
+    if (source->m_misplaced || !source->place(root))
+        return nullptr;
     const Place& place = *source->place(root);
     const int lineBreak = a_text.indexOf('\n', place.begin);
     if (lineBreak < 0 || lineBreak >= place.end)

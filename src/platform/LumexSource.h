@@ -68,6 +68,8 @@ private:
 
     // The place of an element of this source's document; null for one read from elsewhere (an entity).
     const Place* place(const _xmlNode* a_node) const;
+    // Whether a_place is a whole element of the text, tags included, with a_node's name.
+    bool holds(const _xmlNode* a_node, const Place& a_place) const;
     // The text nodes the merge does not need, dropped as each element ends so that they never all
     // stand in memory at once: the text between the elements of an element holding elements (the merge
     // takes the layout from the file's text), and a value that reads as it is written in the file.
@@ -80,6 +82,8 @@ private:
     // Each element of m_document finds its place through its _private pointer, which holds the index
     // here plus one: a map beside the document cost more to fill than the parse itself.
     std::vector<Place> m_places;
+    // Set while reading when an element was not where its place says.
+    bool m_misplaced = false;
 };
 
 } // namespace Lumex

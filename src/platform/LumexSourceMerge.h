@@ -56,6 +56,9 @@ private:
     // The value of a source element without children, as its text holds it.
     std::string_view sourceValue(const LumexSource::Place& a_place) const;
     std::size_t signature(const _xmlNode* a_node);
+    // The slot of a_node in m_signatures: its own, or the empty one where it would go.
+    std::pair<const _xmlNode*, std::size_t>* signatureSlot(const _xmlNode* a_node);
+    void storeSignature(const _xmlNode* a_node, std::size_t a_signature);
     Attributes attributes(const _xmlNode* a_node) const;
 
     const LumexSource& m_source;
@@ -63,7 +66,9 @@ private:
     QByteArray m_out;
     QByteArray m_newline;
     QByteArray m_unit;
-    std::unordered_map<const _xmlNode*, std::size_t> m_signatures;
+    // The signatures of the new document's elements; the source keeps its own.
+    std::vector<std::pair<const _xmlNode*, std::size_t>> m_signatures;
+    std::size_t m_signatureCount = 0;
 };
 
 } // namespace Lumex

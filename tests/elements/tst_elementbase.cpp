@@ -4,6 +4,7 @@
 #include "elements/FeatureElementBase.h"
 #include "elements/WidgetElementBase.h"
 #include "elements/WidgetSimpleDragEventFilter.h"
+#include "widgets/HighlightTint.h"
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -341,8 +342,8 @@ private slots:
         QVERIFY(!TestElement(nullptr, nullptr).windowElement());
     }
 
-    // A red tint fades out twice on every container; highlighting again restarts the same animation, and
-    // the state clears when the first animation ends.
+    // A red tint fades out twice on every container; highlighting again restarts the same fade, and the
+    // state clears when the first fade ends.
     void highlightEffect()
     {
         TestElement element(nullptr, nullptr);
@@ -353,30 +354,71 @@ private slots:
         QSignalSpy deactivated(&element, &WidgetElementBase::highlightDeactivated);
 
         element.highlightContainers({first, nullptr, second});
-        auto* effect = qobject_cast<QGraphicsColorizeEffect*>(first->graphicsEffect());
-        QVERIFY(effect && effect->color() == Qt::red);
-        QCOMPARE(qobject_cast<QGraphicsColorizeEffect*>(second->graphicsEffect())->color(), QColor(Qt::red));
-        const auto animations = first->findChildren<QPropertyAnimation*>();
-        QCOMPARE(animations.size(), 1);
-        QPropertyAnimation* animation = animations.first();
-        QVERIFY(animation->targetObject() == effect && animation->propertyName() == "strength");
-        QVERIFY(animation->state() == QAbstractAnimation::Running && element.isHighlightActive());
-
-        animation->setCurrentTime(animation->duration() / 2);
+        HighlightTint* tint = first->findChild<HighlightTint*>();
+        QVERIFY(tint && tint->isFlashing() && element.isHighlightActive());
+        QVERIFY(second->findChild<HighlightTint*>() && second->findChild<HighlightTint*>()->isFlashing());
+        auto* fade = tint->findChild<QPropertyAnimation*>();
+        fade->setCurrentTime(fade->duration() / 2);
+        const qreal halfway = tint->strength();
         element.highlightContainers({first});
-        QCOMPARE(first->graphicsEffect(), effect);
-        QCOMPARE(first->findChildren<QPropertyAnimation*>(), animations);
-        QCOMPARE(animation->state(), QAbstractAnimation::Running);
-        QVERIFY(animation->currentLoop() == 0 && animation->currentLoopTime() < animation->duration() / 2);
+        QCOMPARE(first->findChildren<HighlightTint*>(), QList<HighlightTint*>{tint});
+        QVERIFY(tint->isFlashing() && tint->strength() > halfway && tint->isVisibleTo(first));
 
         QTRY_VERIFY(!element.isHighlightActive());
-        QTRY_COMPARE(animation->state(), QAbstractAnimation::Stopped);
-        QCOMPARE(effect->strength(), 0.0);
+        QTRY_VERIFY(!tint->isFlashing());
+        QVERIFY(tint->strength() == 0.0 && !tint->isVisibleTo(first));
         QCOMPARE((QList<int>{activated.count(), deactivated.count()}), (QList<int>{1, 1}));
         element.highlightContainers({first});
         QVERIFY(element.isHighlightActive());
         QCOMPARE(activated.count(), 2);
         QTRY_COMPARE(deactivated.count(), 2);
+    }
+
+    void highlightLooksLikeColorize_data()
+    {
+        QTest::addColumn<qreal>("strength");
+        QTest::newRow("strong") << 0.8;
+        QTest::newRow("fading") << 0.3;
+    }
+
+    // Inside the container's widgets the tint looks like a colorize effect of the same strength; the
+    // page behind the gaps between them stays untouched.
+    void highlightLooksLikeColorize()
+    {
+        QFETCH(qreal, strength);
+        const auto shot = [strength](bool a_effect) {
+            QWidget page;
+            QPalette palette = page.palette();
+            palette.setColor(QPalette::Window, Qt::darkGray);
+            page.setPalette(palette);
+            page.setAutoFillBackground(true);
+            page.resize(220, 60);
+            auto* row = new QWidget(&page);
+            row->setGeometry(10, 10, 200, 40);
+            (new QLineEdit(QStringLiteral("1500"), row))->setGeometry(0, 0, 120, 30);
+            auto* effect = new QGraphicsColorizeEffect;
+            effect->setColor(Qt::red);
+            effect->setStrength(strength);
+            if (a_effect)
+                row->setGraphicsEffect(effect);
+            else
+                HighlightTint::of(row)->setStrength(strength);
+            page.show();
+            return page.grab().toImage();
+        };
+        const QImage expected = shot(true);
+        const QImage tinted = shot(false);
+        int worst = 0;
+        for (const QRect& area : {QRect(12, 12, 116, 26), QRect(140, 10, 80, 50)}) {
+            for (int y = area.top(); y <= area.bottom(); ++y) {
+                for (int x = area.left(); x <= area.right(); ++x) {
+                    const QRgb a = expected.pixel(x, y), b = tinted.pixel(x, y);
+                    worst = std::max({worst, std::abs(qRed(a) - qRed(b)), std::abs(qGreen(a) - qGreen(b)),
+                                      std::abs(qBlue(a) - qBlue(b))});
+                }
+            }
+        }
+        QVERIFY2(worst <= 2, qPrintable(QString::number(worst)));
     }
 
     void highlightScrollsFirstContainerIntoView()

@@ -6,11 +6,11 @@
 #include "elements/ValueFeatureElementBase.h"
 #include "elements/ValueFeatureObserverBase.h"
 #include "widgets/FieldGuard.h"
+#include "widgets/HighlightTint.h"
 
 #include <QAbstractItemView>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QGraphicsColorizeEffect>
 #include <QLayout>
 #include <QLineEdit>
 #include <QRegExpValidator>
@@ -231,9 +231,8 @@ private slots:
             feature.highlight(index);
             for (size_t i = 0; feature.edit(i); ++i) {
                 QCOMPARE(feature.edit(i)->text(), expected[int(i)]);
-                const QGraphicsEffect* effect = feature.edit(i)->parentWidget()->graphicsEffect();
-                QCOMPARE(qobject_cast<const QGraphicsColorizeEffect*>(effect) != nullptr,
-                         i == 1 || index >= feature.instanceCount());
+                const auto* tint = feature.edit(i)->parentWidget()->findChild<HighlightTint*>();
+                QCOMPARE(tint && tint->isFlashing(), i == 1 || index >= feature.instanceCount());
             }
         }
         QCOMPARE(feature.isHighlightActive(), widget != "none");
