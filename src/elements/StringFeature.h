@@ -39,6 +39,8 @@ public:
     void setStringValue(const QString& a_value) { setValue(a_value); }
 
     QRegExp stringPattern() const { return m_stringPattern ? *m_stringPattern : QRegExp(); }
+    // The same pattern without a copy, for checks of many values; null while there is none.
+    const QRegExp* sharedStringPattern() const { return m_stringPattern.get(); }
     // Checked by a validator on every line edit while the pattern is valid and not empty; otherwise
     // nothing is checked. Schema patterns are QRegExp::W3CXmlSchema11 expressions.
     void setStringPattern(const QRegExp& a_pattern);

@@ -404,10 +404,11 @@ void CameraValidator::checkValue(const ValueFeatureElementBase* a_feature, size_
                                                  .arg(length)
                                                  .arg(string->stringLengthMax()));
         }
-        QRegExp pattern = string->stringPattern();
-        if (!pattern.isEmpty() && pattern.isValid() && !pattern.exactMatch(value)) {
+        // Not copied: a QRegExp allocates whenever it is, and every string value of the file passes here.
+        const QRegExp* pattern = string->sharedStringPattern();
+        if (pattern && !pattern->isEmpty() && pattern->isValid() && !pattern->exactMatch(value)) {
             report(ValidationProblem::Error, QStringLiteral("%1 is %2; allowed: text matching %3")
-                                                 .arg(name, quoted(value), pattern.pattern()));
+                                                 .arg(name, quoted(value), pattern->pattern()));
         }
     }
 }

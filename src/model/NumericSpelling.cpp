@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <utility>
 
 namespace Orvex {
 
@@ -127,11 +128,18 @@ int NumericSpelling::compareWithTypeRange(const QString& a_text, NumericValue::R
 {
     if (!known(a_type) || !NumericValue::isIntegerType(a_type))
         return 0;
+    // The bounds read once: every integer of a file is compared with them.
+    static const std::array<std::pair<Integer, Integer>, s_bounds.size()> bounds = [] {
+        std::array<std::pair<Integer, Integer>, s_bounds.size()> read;
+        for (size_t type = 0; type < s_bounds.size(); ++type)
+            read[type] = {integerOf(QLatin1String(s_bounds[type].minimum)),
+                          integerOf(QLatin1String(s_bounds[type].maximum))};
+        return read;
+    }();
     const Integer value = integerOf(a_text);
-    const Bounds& bounds = s_bounds[size_t(a_type)];
-    if (*bounds.minimum && compare(value, integerOf(QLatin1String(bounds.minimum))) < 0)
+    if (*s_bounds[size_t(a_type)].minimum && compare(value, bounds[size_t(a_type)].first) < 0)
         return -1;
-    if (*bounds.maximum && compare(value, integerOf(QLatin1String(bounds.maximum))) > 0)
+    if (*s_bounds[size_t(a_type)].maximum && compare(value, bounds[size_t(a_type)].second) > 0)
         return 1;
     return 0;
 }

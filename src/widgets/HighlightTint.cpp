@@ -36,10 +36,11 @@ void HighlightTint::setStrength(qreal a_strength)
     const bool shown = a_strength > 0.0;
     const bool appears = shown && !isVisibleTo(parentWidget());
     m_strength = a_strength;
-    if (appears) {
+    // Every frame: a scrolling viewport moves its children along, and the tint belongs over all of it.
+    if (shown)
         cover();
+    if (appears)
         raise();
-    }
     setVisible(shown);
     if (shown)
         update();
@@ -59,7 +60,6 @@ bool HighlightTint::isFlashing() const
 
 void HighlightTint::cover()
 {
-    // A scrolling viewport moves its children along; the tint stays over the whole container.
     if (parentWidget())
         setGeometry(parentWidget()->rect());
 }

@@ -363,6 +363,11 @@ private slots:
         element.highlightContainers({first});
         QCOMPARE(first->findChildren<HighlightTint*>(), QList<HighlightTint*>{tint});
         QVERIFY(tint->isFlashing() && tint->strength() > halfway && tint->isVisibleTo(first));
+        // A viewport scrolls its children along; the next frame puts the tint back over all of it.
+        panel.show();
+        first->scroll(0, 7);
+        fade->setCurrentTime(fade->currentTime() + 10);
+        QCOMPARE(tint->geometry(), first->rect());
 
         QTRY_VERIFY(!element.isHighlightActive());
         QTRY_VERIFY(!tint->isFlashing());
