@@ -111,8 +111,10 @@ void LumexExtraDataDialog::fill(LumexTree* a_tree)
     m_hasExtraData = false;
     if (!a_tree || !a_tree->root())
         return;
-    for (const LumexTreeElement* child : a_tree->root()->childElements())
-        addNode(child, nullptr);
+    for (const LumexTreeElement* child : a_tree->root()->childElements()) {
+        if (QTreeWidgetItem* item = itemFor(child))
+            m_tree->addTopLevelItem(item);
+    }
     m_tree->expandAll();
     m_tree->resizeColumnToContents(NameColumn);
 }
@@ -122,14 +124,21 @@ void LumexExtraDataDialog::reset()
     setPreserveExtraData(true);
 }
 
-void LumexExtraDataDialog::addNode(const LumexTreeElement* a_node, QTreeWidgetItem* a_parentItem)
+QTreeWidgetItem* LumexExtraDataDialog::itemFor(const LumexTreeElement* a_node)
 {
-    if (a_node->allSchemaCompliant())
-        return;
+    // Children first: a node is listed only when something below it, or the node itself, is extra
+    // data, and asking that of every node on the way down would walk each subtree again per level.
+    QList<QTreeWidgetItem*> childItems;
+    for (const LumexTreeElement* child : a_node->childElements()) {
+        if (QTreeWidgetItem* childItem = itemFor(child))
+            childItems.append(childItem);
+    }
     const bool extra = !a_node->isSchemaCompliant();
+    if (!extra && childItems.isEmpty())
+        return nullptr;
     m_hasExtraData = m_hasExtraData || extra;
 
-    auto* item = a_parentItem ? new QTreeWidgetItem(a_parentItem) : new QTreeWidgetItem(m_tree);
+    auto* item = new QTreeWidgetItem();
     const QString value = fullValue(a_node);
     item->setText(NameColumn, displayName(a_node));
     item->setText(ValueColumn, value.simplified());
@@ -142,9 +151,8 @@ void LumexExtraDataDialog::addNode(const LumexTreeElement* a_node, QTreeWidgetIt
         item->setForeground(NameColumn, muted);
         item->setForeground(ValueColumn, muted);
     }
-
-    for (const LumexTreeElement* child : a_node->childElements())
-        addNode(child, item);
+    item->addChildren(childItems);
+    return item;
 }
 
 } // namespace Orvex

@@ -39,7 +39,9 @@ public:
     void reset();
 
 private:
-    void addNode(const LumexTreeElement* a_node, QTreeWidgetItem* a_parentItem);
+    // The item for a_node with its children's, not yet in the tree; null when neither the node nor
+    // anything below it is extra data.
+    QTreeWidgetItem* itemFor(const LumexTreeElement* a_node);
 
     QPointer<QTreeWidget> m_tree;
     QPointer<QCheckBox> m_preserve;
