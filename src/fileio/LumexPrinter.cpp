@@ -361,10 +361,11 @@ Lumex::CamProperty LumexPrinter::printFeatureList(ElementBase* a_list, const Pat
 
 Lumex::CamProperty LumexPrinter::printFeature(FeatureElementBase* a_feature, const PathHint& a_hint)
 {
-    if (auto* list = qobject_cast<FeatureListFeatureBase*>(a_feature))
-        return printFeatureList(list, &a_hint);
+    // Values first: nearly every feature is one, and each cast walks the class's meta-objects.
     auto* value = qobject_cast<ValueFeatureElementBase*>(a_feature);
     if (!value) {
+        if (auto* list = qobject_cast<FeatureListFeatureBase*>(a_feature))
+            return printFeatureList(list, &a_hint);
         ORVEX_THROW(UnknownFeatureTypeException,
                     QStringLiteral("The \"%1\" feature is an unknown type.").arg(a_feature->name()));
     }
