@@ -254,9 +254,6 @@ void LumexParser::parseModes(CameraElement* a_camera)
     }
 
     const QVector<ModeElement*> modeElements = a_camera->modes();
-    // Only the tree can attach a node to a mode, and it has done so for none of the copies made above: a
-    // search of the attached modes for each of them would make loading quadratic in the modes.
-    const int copiesFrom = modeElements.size() - (count - 1);
     for (int index = 0; index < count; ++index) {
         const Lumex::ConstCamProperty& node = nodes.at(index);
         const QString& name = names.at(index);
@@ -268,7 +265,7 @@ void LumexParser::parseModes(CameraElement* a_camera)
         }
         LumexTreeElement* modeNode = nullptr;
         if (m_tree) {
-            modeNode = index < copiesFrom ? m_tree->modeNode(mode) : nullptr;
+            modeNode = m_tree->modeNode(mode);
             if (!modeNode)
                 modeNode = m_tree->attachMode(mode);
         }
