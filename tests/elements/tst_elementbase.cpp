@@ -401,13 +401,14 @@ private slots:
             auto* row = new QWidget(&page);
             row->setGeometry(10, 10, 200, 40);
             (new QLineEdit(QStringLiteral("1500"), row))->setGeometry(0, 0, 120, 30);
-            auto* effect = new QGraphicsColorizeEffect;
-            effect->setColor(Qt::red);
-            effect->setStrength(strength);
-            if (a_effect)
+            if (a_effect) {
+                auto* effect = new QGraphicsColorizeEffect;
+                effect->setColor(Qt::red);
+                effect->setStrength(strength);
                 row->setGraphicsEffect(effect);
-            else
+            } else {
                 HighlightTint::of(row)->setStrength(strength);
+            }
             page.show();
             return page.grab().toImage();
         };
