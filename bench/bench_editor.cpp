@@ -1,5 +1,6 @@
 #include "BenchCameraFiles.h"
 #include "BenchFind.h"
+#include "app/Startup.h"
 #include "app/Window.h"
 #include "elements/CameraElement.h"
 #include "elements/CategoryElementBase.h"
@@ -377,6 +378,8 @@ int runAll(const QString& a_schema, const QList<int>& a_sizes, int a_repeat)
 
 int main(int argc, char* argv[])
 {
+    // The editor's own allocator settings, so that the figures are the editor's.
+    Orvex::Startup::tuneAllocator();
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     qInstallMessageHandler(Orvex::Bench::dropDiagnostics);
