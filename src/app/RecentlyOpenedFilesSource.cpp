@@ -167,11 +167,10 @@ void RecentlyOpenedFilesSource::rebuildMenu()
         return;
     }
 
-    const QFileIconProvider iconProvider;
     const QStringList texts = entryTexts(m_paths);
     for (int index = 0; index < m_paths.size(); ++index) {
         const QString& path = m_paths.at(index);
-        auto* action = new QAction(iconProvider.icon(QFileInfo(path)), texts.at(index), m_menu);
+        auto* action = new QAction(m_iconProvider.icon(QFileInfo(path)), texts.at(index), m_menu);
         action->setToolTip(QDir::toNativeSeparators(path));
         action->setData(path);
         action->setProperty(DragMenu::dragUrlProperty, QUrl::fromLocalFile(path).toString());
@@ -198,11 +197,10 @@ void RecentlyOpenedFilesSource::fillDocumentsPage(QWidget* a_page)
         return;
     }
 
-    const QFileIconProvider iconProvider;
     const QStringList texts = entryTexts(m_paths);
     for (int index = 0; index < m_paths.size(); ++index) {
         const QString& path = m_paths.at(index);
-        QToolButton* entry = DocumentsPageList::addEntry(a_page, iconProvider.icon(QFileInfo(path)),
+        QToolButton* entry = DocumentsPageList::addEntry(a_page, m_iconProvider.icon(QFileInfo(path)),
                                                          texts.at(index), QDir::toNativeSeparators(path));
         connect(entry, &QToolButton::clicked, this, [this, path] { emit fileSelected(path); });
     }

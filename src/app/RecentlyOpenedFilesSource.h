@@ -3,6 +3,7 @@
 #include "widgets/DragMenu.h"
 
 #include <QAction>
+#include <QFileIconProvider>
 #include <QList>
 #include <QObject>
 #include <QPointer>
@@ -64,6 +65,9 @@ private:
     QStringList m_paths;
     bool m_autoUpdateBlocked = false;
     QList<QPointer<QWidget>> m_documentsPages;
+    // Kept, since a provider reads its icons' images once and the list is filled anew after every open
+    // and every save under another name.
+    QFileIconProvider m_iconProvider;
 };
 
 } // namespace Orvex

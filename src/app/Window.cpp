@@ -408,8 +408,8 @@ void Window::connectSources()
 {
     connect(m_attachedSource, &QNBrdAttachedFilesSource::attachedFilesChanged, m_documentsPage.data(),
             &WindowDocumentsPage::rebuild);
-    connect(m_recentSource, &RecentlyOpenedFilesSource::recentFilesChanged, m_documentsPage.data(),
-            &WindowDocumentsPage::rebuild);
+    // The recent files' part of the page refills itself (RecentlyOpenedFilesSource::documentsPageWidget):
+    // rebuilding the whole page for it as well built the list twice after every open and save.
     connect(m_attachedSource, &QNBrdAttachedFilesSource::fileSelected, this, &Window::openFile);
     connect(m_recentSource, &RecentlyOpenedFilesSource::fileSelected, this,
             [this](const QString& a_path) { openFile(a_path); });

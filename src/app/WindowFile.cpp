@@ -201,7 +201,6 @@ bool Window::loadDocument(const QString& a_filePath)
     std::unique_ptr<QProgressDialog> dialog(
         createProgressDialog(QStringLiteral("<html>Preparing for LUMEX file load</html>")));
     ProgressStepper stepper(dialog.get(), 0, ProgressMaximum);
-    connect(&stepper, &ProgressStepper::progress, dialog.get(), &QProgressDialog::setValue);
     connect(dialog.get(), &QProgressDialog::canceled, &stepper, &ProgressStepper::cancel);
 
     const QString parsingError = QStringLiteral("Parsing Error");
@@ -325,7 +324,6 @@ bool Window::saveTo(const QString& a_savePath)
     std::unique_ptr<QProgressDialog> dialog(
         createProgressDialog(QStringLiteral("<html>Preparing for LUMEX file save</html>")));
     ProgressStepper stepper(dialog.get(), 0, ProgressMaximum);
-    connect(&stepper, &ProgressStepper::progress, dialog.get(), &QProgressDialog::setValue);
     connect(dialog.get(), &QProgressDialog::canceled, &stepper, &ProgressStepper::cancel);
 
     bool written = false;

@@ -406,11 +406,27 @@ void CameraValidator::checkValue(const ValueFeatureElementBase* a_feature, size_
         }
         // Not copied: a QRegExp allocates whenever it is, and every string value of the file passes here.
         const QRegExp* pattern = string->sharedStringPattern();
-        if (pattern && !pattern->isEmpty() && pattern->isValid() && !pattern->exactMatch(value)) {
+        if (pattern && !pattern->isEmpty() && pattern->isValid() && !matchesPattern(*pattern, value)) {
             report(ValidationProblem::Error, QStringLiteral("%1 is %2; allowed: text matching %3")
                                                  .arg(name, quoted(value), pattern->pattern()));
         }
     }
+}
+
+bool CameraValidator::matchesPattern(const QRegExp& a_pattern, const QString& a_value)
+{
+    MatchedValues& matched = m_matched[&a_pattern];
+    // A pattern set anew, or another one made where a freed one stood, starts over.
+    if (matched.pattern != a_pattern.pattern()) {
+        matched.pattern = a_pattern.pattern();
+        matched.values.clear();
+    }
+    if (matched.values.contains(a_value))
+        return true;
+    if (!a_pattern.exactMatch(a_value))
+        return false;
+    matched.values.insert(a_value);
+    return true;
 }
 
 void CameraValidator::checkUniqueKeys(const FeatureListFeatureBase* a_list, const QString& a_prefix)
@@ -517,7 +533,9 @@ void CameraValidator::collectUnknown(const LumexTreeElement* a_node, const QStri
                                      const LumexTreeElement* a_pathStart,
                                      QHash<QString, QVector<ValidationProblem>>& a_found) const
 {
-    for (const LumexTreeElement* child : a_node->childElements()) {
+    const int children = a_node->childCount();
+    for (int position = 0; position < children; ++position) {
+        const LumexTreeElement* child = a_node->childAt(position);
         QString mode = a_mode;
         // Where the path of what is found below starts; the path itself is made only for a problem, as
         // the walk meets every node of the file.

@@ -3,6 +3,8 @@
 #include "fileio/ValidationProblem.h"
 
 #include <QHash>
+#include <QRegExp>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QVector>
@@ -80,6 +82,8 @@ private:
     static QString holderPath(const FeatureElementBase* a_feature, const QStringList& a_holderPath,
                               const QString& a_prefix);
     void checkUniqueKeys(const FeatureListFeatureBase* a_list, const QString& a_prefix);
+    // a_pattern's exact match, remembered per value: modes mostly repeat each other's strings.
+    bool matchesPattern(const QRegExp& a_pattern, const QString& a_value);
     void add(ValidationProblem::Severity a_severity, const FeatureElementBase* a_feature, size_t a_index,
              const QString& a_path, const QString& a_message);
     void collectUnknown(const LumexTreeElement* a_node, const QString& a_mode,
@@ -100,6 +104,14 @@ private:
     QVector<ValidationProblem> m_found;
     // Element id to the lines of its instances, in order; built on first use.
     QHash<quint64, QVector<int>> m_lines;
+    // Per shared pattern, the values that matched it during this validator's life; the patterns belong to
+    // the features, which outlive a check.
+    struct MatchedValues
+    {
+        QString pattern;
+        QSet<QString> values;
+    };
+    QHash<const QRegExp*, MatchedValues> m_matched;
     bool m_linesBuilt = false;
 };
 

@@ -106,7 +106,10 @@ Error invalidName(const char* a_name)
 const char* characterProblem(const char* a_value)
 {
     const auto* cursor = reinterpret_cast<const unsigned char*>(a_value);
-    std::size_t remaining = std::strlen(a_value);
+    // Nearly every value written is plain ASCII, which needs no decoding: the printer asks for each one.
+    while ((*cursor >= 0x20 && *cursor < 0x80) || *cursor == '\t' || *cursor == '\n' || *cursor == '\r')
+        ++cursor;
+    std::size_t remaining = std::strlen(reinterpret_cast<const char*>(cursor));
     while (remaining > 0) {
         int length = static_cast<int>(std::min<std::size_t>(remaining, 4));
         const int character = xmlGetUTF8Char(cursor, &length);

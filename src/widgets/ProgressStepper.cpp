@@ -22,7 +22,6 @@ ProgressStepper::ProgressStepper(QProgressDialog* a_dialog, int a_minimum, int a
     if (!a_dialog)
         return;
     a_dialog->setRange(m_minimum, m_maximum);
-    connect(this, &ProgressStepper::progress, a_dialog, &QProgressDialog::setValue);
     connect(a_dialog, &QProgressDialog::canceled, this, &ProgressStepper::cancel);
 }
 
@@ -37,6 +36,7 @@ void ProgressStepper::beginStage(const QString& a_label, int a_from, int a_to, i
     m_stepsDone = 0;
     m_value = m_from;
     emit progress(m_value);
+    showValue();
     breathe();
 }
 
@@ -87,11 +87,18 @@ void ProgressStepper::setLabelText(const QString& a_text)
         m_dialog->setLabelText(a_text);
 }
 
+void ProgressStepper::showValue()
+{
+    if (m_dialog && m_dialog->value() != m_value)
+        m_dialog->setValue(m_value);
+}
+
 void ProgressStepper::breathe()
 {
     if (frameDue(m_sinceEvents)) {
         if (m_detailPending && frameDue(m_sinceLabel))
             showPendingDetail();
+        showValue();
         QCoreApplication::processEvents();
         m_sinceEvents.start();
     }
