@@ -1,11 +1,20 @@
 #include "elements/EnumerationFeature.h"
 
+#include "widgets/ContentsLengthComboBox.h"
 #include "widgets/FieldGuard.h"
 
 #include <QComboBox>
 #include <QSignalBlocker>
 
 namespace Orvex {
+
+namespace {
+
+// Entries with long documentation would otherwise widen the page past the window, clipping the spin
+// boxes' arrows and the rows' buttons beside it.
+constexpr int s_contentsLength = 24;
+
+} // namespace
 
 EnumerationFeature::EnumerationFeature(ElementBase* a_parentElement)
     : ValueFeatureElementBase(a_parentElement)
@@ -52,8 +61,7 @@ QString EnumerationFeature::displayText(size_t a_index) const
 QSize EnumerationFeature::maxSize() const
 {
     // Boxes are sized by a fixed contents length, not by their entries, so an empty probe measures them.
-    QComboBox probe;
-    setComboBoxSize(&probe);
+    ContentsLengthComboBox probe(s_contentsLength);
     return measuredSize(probe);
 }
 
@@ -74,10 +82,9 @@ QWidget* EnumerationFeature::createInstanceValueWidget(size_t a_index)
 {
     auto* comboBox = instanceCount() == 1 ? qobject_cast<QComboBox*>(takeKeptValueWidget()) : nullptr;
     if (!comboBox) {
-        comboBox = new QComboBox(widget());
+        comboBox = new ContentsLengthComboBox(s_contentsLength, widget());
         comboBox->setInsertPolicy(QComboBox::NoInsert);
         FieldGuard::install(comboBox);
-        setComboBoxSize(comboBox);
         connect(comboBox, &QComboBox::currentTextChanged, this, &EnumerationFeature::userValueUpdate);
     }
     refillComboBox(comboBox, value(a_index));
@@ -106,14 +113,6 @@ void EnumerationFeature::fixedValueChanged()
         if (auto* comboBox = qobject_cast<QComboBox*>(valueWidget(index)))
             refillComboBox(comboBox, value(index));
     }
-}
-
-void EnumerationFeature::setComboBoxSize(QComboBox* a_comboBox)
-{
-    // Entries with long documentation would otherwise widen the page past the window, clipping the spin
-    // boxes' arrows and the rows' buttons beside it.
-    a_comboBox->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-    a_comboBox->setMinimumContentsLength(24);
 }
 
 QString EnumerationFeature::itemText(const Entry& a_entry)

@@ -58,7 +58,6 @@ protected:
     void fixedValueChanged() override;
 
 private:
-    static void setComboBoxSize(QComboBox* a_comboBox);
     static QString itemText(const Entry& a_entry);
     int entryIndex(const QVariant& a_value) const;
     void refillComboBox(QComboBox* a_comboBox, const QVariant& a_value);

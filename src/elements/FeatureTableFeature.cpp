@@ -14,14 +14,6 @@
 
 namespace Orvex {
 
-namespace {
-
-// Editors in cells are drawn over the row's selection colour; without their own background they would
-// be hard to tell from the cell around them.
-const char* const s_styleSheet = "QLineEdit, QAbstractSpinBox {background-color:white;}";
-
-} // namespace
-
 FeatureTableFeature::FeatureTableFeature(ElementBase* a_parentElement)
     : FeatureListFeatureBase(a_parentElement)
 {
@@ -55,7 +47,6 @@ QWidget* FeatureTableFeature::createWidget()
     QSizePolicy policy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     policy.setVerticalStretch(1);
     tree->setSizePolicy(policy);
-    tree->setStyleSheet(QLatin1String(s_styleSheet));
     tree->setRootIsDecorated(false);
     tree->setItemsExpandable(false);
     tree->setExpandsOnDoubleClick(false);

@@ -25,6 +25,12 @@ namespace {
 // cursor where it landed and undo the selection.
 constexpr int s_selectAllDelayMs = 20;
 
+// Editors in cells are drawn over the row's selection colour; without their own background they would
+// be hard to tell from the cell around them. Set on each editor rather than on the view: a style sheet
+// on the view would put the whole table, its header and scroll bars through the style sheet machinery
+// on every page that shows one, while only the editor needs it.
+const char* const s_editorStyleSheet = "QLineEdit, QAbstractSpinBox {background-color:white;}";
+
 const FeatureTableFeatureModel* tableModel(const QModelIndex& a_index)
 {
     return qobject_cast<const FeatureTableFeatureModel*>(a_index.model());
@@ -152,6 +158,7 @@ QWidget* FeatureTableFeatureItemDelegate::createEditor(QWidget* a_parent, const 
 
     QWidget* editor = member->createWidget();
     editor->setParent(a_parent);
+    editor->setStyleSheet(QLatin1String(s_editorStyleSheet));
     editor->setAutoFillBackground(true);
     editor->setLayoutDirection(QGuiApplication::layoutDirection());
     if (QWidget* input = valueWidgetOf(editor)) {

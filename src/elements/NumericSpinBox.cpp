@@ -1,6 +1,9 @@
 #include "elements/NumericSpinBox.h"
 
+#include <QHash>
 #include <QRegularExpression>
+
+#include <cstring>
 
 namespace Orvex {
 
@@ -9,11 +12,52 @@ namespace {
 // More decimals than this are the type's own precision rather than a step the schema chose.
 constexpr int FixedDecimalsUpTo = 3;
 
+// Everything the base class's text of a number depends on.
+struct TextKey
+{
+    quint64 bits;
+    int decimals;
+    int language;
+    int country;
+    int options;
+    bool groups;
+
+    bool operator==(const TextKey& a_other) const
+    {
+        return bits == a_other.bits && decimals == a_other.decimals && language == a_other.language &&
+               country == a_other.country && options == a_other.options && groups == a_other.groups;
+    }
+};
+
+uint qHash(const TextKey& a_key, uint a_seed)
+{
+    return ::qHash(a_key.bits, a_seed) ^ uint(a_key.decimals) ^ (uint(a_key.groups) << 8);
+}
+
+// A type's limits are the same for every box of that type, and each box writes them out several times
+// as it is set up and laid out (its range, its size, its tool tip); written out in full, the limits of
+// the large types take the slow exact conversion, most of the time a page of numbers takes to build.
+constexpr int KeptTexts = 512;
+
 } // namespace
 
 QString NumericSpinBox::textFromValue(double a_value) const
 {
-    QString text = CheckedSpinBox::textFromValue(a_value);
+    static QHash<TextKey, QString> kept;
+    TextKey key{0,
+                decimals(),
+                int(locale().language()),
+                int(locale().country()),
+                int(locale().numberOptions()),
+                isGroupSeparatorShown()};
+    std::memcpy(&key.bits, &a_value, sizeof key.bits);
+    auto found = kept.constFind(key);
+    if (found == kept.constEnd()) {
+        if (kept.size() >= KeptTexts)
+            kept.clear();
+        found = kept.insert(key, CheckedSpinBox::textFromValue(a_value));
+    }
+    QString text = *found;
     const QChar point = locale().decimalPoint();
     if (decimals() <= FixedDecimalsUpTo || !text.contains(point))
         return text;

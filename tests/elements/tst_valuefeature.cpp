@@ -349,10 +349,21 @@ private slots:
                 feature->setValue(0, value);
                 QVERIFY(size.width() >= valueWidget->sizeHint().width());
             }
+            // A combo box's popup list is built when it opens, not with the page.
+            QVERIFY(boolean || !valueWidget->findChild<QAbstractItemView*>());
             QFont font = feature->widget()->font();
             font.setPointSize(font.pointSize() * 3);
             feature->widget()->setFont(font);
             QVERIFY(feature->maxSize().height() > size.height());
+            if (!boolean) {
+                // Sized as QComboBox sizes a box by its contents length with an icon, in any font.
+                QComboBox reference;
+                reference.setFont(valueWidget->font());
+                reference.setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+                reference.setMinimumContentsLength(24);
+                QCOMPARE(valueWidget->sizeHint(), reference.sizeHint());
+                QCOMPARE(valueWidget->minimumSizeHint(), reference.minimumSizeHint());
+            }
 
             feature->setFixedValue(boolean ? QVariant(true) : QVariant("Legacy"));
             std::unique_ptr<ValueFeatureElementBase> clone(feature->cloneFeature(&holder));
