@@ -6,9 +6,11 @@
 #include <libxml/parserInternals.h>
 #include <libxml/tree.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Lumex {
@@ -38,10 +40,51 @@ struct LumexSource::Recorder
     endElementNsSAX2Func end;
     charactersSAXFunc characters;
     ignorableWhitespaceSAXFunc whitespace;
+    commentSAXFunc comment;
+    processingInstructionSAXFunc instruction;
+    cdataBlockSAXFunc cdata;
+    referenceSAXFunc reference;
+    // The first text of the innermost element, not made yet: most values read as they are written and
+    // would be dropped as their element ends (see dropText), and the text before an element's first
+    // child always would. Made from the file's own bytes as soon as anything else comes first.
+    xmlNode* pending = nullptr;
+    int pendingLength = 0;
+    charactersSAXFunc pendingMaker = nullptr;
 
     static Recorder* of(void* a_context)
     {
         return static_cast<Recorder*>(static_cast<xmlParserCtxtPtr>(a_context)->_private);
+    }
+
+    // Makes the text held back for the element the document's own parse stands in, if any.
+    void makePending(void* a_context)
+    {
+        const auto* parser = static_cast<xmlParserCtxtPtr>(a_context);
+        if (!pending || a_context != context || pending != parser->node)
+            return;
+        xmlNode* node = std::exchange(pending, nullptr);
+        const Place* place = source->place(node);
+        pendingMaker(a_context, reinterpret_cast<const xmlChar*>(source->m_text.constData() + place->inner),
+                     pendingLength);
+    }
+
+    // Holds back a_text when it is the first content of the current element and spelled in the file
+    // exactly as it reads.
+    bool holdBack(void* a_context, const xmlChar* a_text, int a_length, charactersSAXFunc a_maker)
+    {
+        const auto* parser = static_cast<xmlParserCtxtPtr>(a_context);
+        xmlNode* node = parser->node;
+        if (a_context != context || !node || node->children || pending || parser->inputNr != 1)
+            return false;
+        const Place* place = source->place(node);
+        const QByteArray& text = source->m_text;
+        if (!place || a_length <= 0 || a_length > text.size() - place->inner ||
+            std::memcmp(text.constData() + place->inner, a_text, std::size_t(a_length)) != 0)
+            return false;
+        pending = node;
+        pendingLength = a_length;
+        pendingMaker = a_maker;
+        return true;
     }
 };
 
@@ -51,6 +94,9 @@ void LumexSource::recordStart(void* a_context, const xmlChar* a_local, const xml
 {
     Recorder* recorder = Recorder::of(a_context);
     auto* context = static_cast<xmlParserCtxtPtr>(a_context);
+    // An element holding elements loses all its text as it ends.
+    if (a_context == recorder->context && recorder->pending == context->node)
+        recorder->pending = nullptr;
     recorder->start(a_context, a_local, a_prefix, a_uri, a_namespaceCount, a_namespaces, a_attributeCount,
                     a_defaultedCount, a_attributes);
     if (context->node && context->inputNr == 1) {
@@ -73,14 +119,44 @@ bool LumexSource::followsElement(void* a_context)
 
 void LumexSource::recordText(void* a_context, const xmlChar* a_text, int a_length)
 {
-    if (!followsElement(a_context))
-        Recorder::of(a_context)->characters(a_context, a_text, a_length);
+    Recorder* recorder = Recorder::of(a_context);
+    if (followsElement(a_context) || recorder->holdBack(a_context, a_text, a_length, recorder->characters))
+        return;
+    recorder->makePending(a_context);
+    recorder->characters(a_context, a_text, a_length);
 }
 
 void LumexSource::recordWhitespace(void* a_context, const xmlChar* a_text, int a_length)
 {
-    if (!followsElement(a_context))
-        Recorder::of(a_context)->whitespace(a_context, a_text, a_length);
+    Recorder* recorder = Recorder::of(a_context);
+    if (followsElement(a_context) || recorder->holdBack(a_context, a_text, a_length, recorder->whitespace))
+        return;
+    recorder->makePending(a_context);
+    recorder->whitespace(a_context, a_text, a_length);
+}
+
+void LumexSource::recordComment(void* a_context, const xmlChar* a_value)
+{
+    Recorder::of(a_context)->makePending(a_context);
+    Recorder::of(a_context)->comment(a_context, a_value);
+}
+
+void LumexSource::recordInstruction(void* a_context, const xmlChar* a_target, const xmlChar* a_data)
+{
+    Recorder::of(a_context)->makePending(a_context);
+    Recorder::of(a_context)->instruction(a_context, a_target, a_data);
+}
+
+void LumexSource::recordCData(void* a_context, const xmlChar* a_value, int a_length)
+{
+    Recorder::of(a_context)->makePending(a_context);
+    Recorder::of(a_context)->cdata(a_context, a_value, a_length);
+}
+
+void LumexSource::recordReference(void* a_context, const xmlChar* a_name)
+{
+    Recorder::of(a_context)->makePending(a_context);
+    Recorder::of(a_context)->reference(a_context, a_name);
 }
 
 void LumexSource::recordEnd(void* a_context, const xmlChar* a_local, const xmlChar* a_prefix,
@@ -92,6 +168,14 @@ void LumexSource::recordEnd(void* a_context, const xmlChar* a_local, const xmlCh
     const Place* place = node && context->inputNr == 1 ? recorder->source->place(node) : nullptr;
     if (place)
         const_cast<Place*>(place)->end = offset(context);
+    // Text held back that is all the element holds stays unmade, as dropText would drop it.
+    if (a_context == recorder->context && node && recorder->pending == node) {
+        const int closing = place ? recorder->source->closingTag(*place) : -1;
+        if (closing >= 0 && closing - place->inner == recorder->pendingLength)
+            recorder->pending = nullptr;
+        else
+            recorder->makePending(a_context);
+    }
     // Every element must be found where it was placed; anything else would splice at wrong places.
     // Checked as each ends, while its node is at hand.
     if (a_context == recorder->context && (!place || !recorder->source->holds(node, *place)))
@@ -192,6 +276,9 @@ std::shared_ptr<const LumexSource> LumexSource::read(const QByteArray& a_text)
     xmlCtxtUseOptions(context, XML_PARSE_NONET | XML_PARSE_BIG_LINES | XML_PARSE_NOERROR |
                                    XML_PARSE_NOWARNING | XML_PARSE_COMPACT);
     std::shared_ptr<LumexSource> source(new LumexSource(a_text));
+    // Each element has a start tag, most an end tag as well: growing the places as they come copied
+    // them about as often as the document holds elements.
+    source->m_places.reserve(std::size_t(std::count(a_text.begin(), a_text.end(), '<')) / 2 + 1);
     // libxml2's own record of places loses where elements with content begin, so the places are taken
     // as each tag is read: at the start of an element the parser stands at the end of its start tag, and
     // a start tag holds no "<" of its own; at its end, just past its end tag.
@@ -200,15 +287,26 @@ std::shared_ptr<const LumexSource> LumexSource::read(const QByteArray& a_text)
                       context->sax->startElementNs,
                       context->sax->endElementNs,
                       context->sax->characters,
-                      context->sax->ignorableWhitespace};
+                      context->sax->ignorableWhitespace,
+                      context->sax->comment,
+                      context->sax->processingInstruction,
+                      context->sax->cdataBlock,
+                      context->sax->reference};
     context->_private = &recorder;
     context->sax->startElementNs = recordStart;
     context->sax->endElementNs = recordEnd;
-    if (recorder.characters)
+    // Text is held back only where every other kind of content makes it first.
+    if (recorder.characters && recorder.comment && recorder.instruction && recorder.cdata &&
+        recorder.reference) {
         context->sax->characters = recordText;
-    if (recorder.whitespace)
-        context->sax->ignorableWhitespace =
-            recorder.whitespace == recorder.characters ? recordText : recordWhitespace;
+        if (recorder.whitespace)
+            context->sax->ignorableWhitespace =
+                recorder.whitespace == recorder.characters ? recordText : recordWhitespace;
+        context->sax->comment = recordComment;
+        context->sax->processingInstruction = recordInstruction;
+        context->sax->cdataBlock = recordCData;
+        context->sax->reference = recordReference;
+    }
     xmlParseDocument(context);
     source->m_document = context->myDoc;
     context->myDoc = nullptr;

@@ -66,6 +66,11 @@ private:
     static void recordWhitespace(void* a_context, const unsigned char* a_text, int a_length);
     static void recordEnd(void* a_context, const unsigned char* a_local, const unsigned char* a_prefix,
                           const unsigned char* a_uri);
+    static void recordComment(void* a_context, const unsigned char* a_value);
+    static void recordInstruction(void* a_context, const unsigned char* a_target,
+                                  const unsigned char* a_data);
+    static void recordCData(void* a_context, const unsigned char* a_value, int a_length);
+    static void recordReference(void* a_context, const unsigned char* a_name);
 
     friend class LumexSourceMerge;
 

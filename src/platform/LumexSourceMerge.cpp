@@ -213,9 +213,9 @@ Error LumexSourceMerge::merge(const CamFile& a_document, QByteArray& a_result)
             m_unit = indent.mid(indentOf(place->begin).size());
         break;
     }
-    // The new document holds about as many elements as the source.
+    // The new document holds about as many elements as the source, a few of them holding elements.
     std::size_t slots = 1024;
-    while (slots < 2 * m_source.m_places.size())
+    while (slots < m_source.m_places.size() / 2)
         slots *= 2;
     m_signatures.assign(slots, {nullptr, 0});
     m_signatureCount = 0;
@@ -736,7 +736,10 @@ std::size_t LumexSourceMerge::signature(const xmlNode* a_node)
     const LumexSource::Place* place = a_node->doc == m_source.m_document ? m_source.place(a_node) : nullptr;
     if (place && place->signature != 0)
         return place->signature;
-    std::pair<const xmlNode*, std::size_t>* slot = place ? nullptr : signatureSlot(a_node);
+    // Of the new document only elements holding elements are remembered: a value's signature is made
+    // again for less than a look-up in a table of every element, which missed the cache twice for each.
+    const bool holdsElements = hasElements(a_node);
+    std::pair<const xmlNode*, std::size_t>* slot = place || !holdsElements ? nullptr : signatureSlot(a_node);
     if (slot && slot->first)
         return slot->second;
     // A copied element carries its prefix in its name, a parsed one in its namespace: both hash alike.
@@ -750,7 +753,7 @@ std::size_t LumexSourceMerge::signature(const xmlNode* a_node)
         for (const auto& attribute : attributes)
             result = mixed(mixed(result, attribute.first), attribute.second);
     }
-    if (hasElements(a_node)) {
+    if (holdsElements) {
         for (const xmlNode* child = a_node->children; child; child = child->next) {
             if (child->type == XML_ELEMENT_NODE)
                 result = mixed(result, signature(child));
@@ -762,7 +765,7 @@ std::size_t LumexSourceMerge::signature(const xmlNode* a_node)
     }
     if (place)
         place->signature = result;
-    else
+    else if (holdsElements)
         storeSignature(a_node, result);
     return result;
 }

@@ -66,7 +66,7 @@ private:
     QByteArray m_out;
     QByteArray m_newline;
     QByteArray m_unit;
-    // The signatures of the new document's elements; the source keeps its own.
+    // The signatures of the new document's elements holding elements; the source keeps its own.
     std::vector<std::pair<const _xmlNode*, std::size_t>> m_signatures;
     std::size_t m_signatureCount = 0;
 };
