@@ -81,6 +81,7 @@ void FeatureElementBase::setMaxOccurs(size_t a_maxOccurs)
 void FeatureElementBase::emitBoundSignals()
 {
     emit instanceCountIsMinOccurs(m_instanceCount == m_minOccurs);
+    maxOccursReached(m_instanceCount == m_maxOccurs);
     emit instanceCountIsMaxOccurs(m_instanceCount == m_maxOccurs);
 }
 
@@ -89,17 +90,20 @@ bool FeatureElementBase::insertInstance(size_t a_index)
     if (m_instanceCount >= m_maxOccurs)
         return false;
     const bool wasAtMinimum = m_instanceCount == m_minOccurs;
-    const size_t index = std::min(a_index, m_records.size());
+    const size_t index = std::min(a_index, m_instanceCount);
 
     ++m_instanceCount;
-    FeatureInstanceRecord* record =
-        m_records
-            .insert(m_records.begin() + std::ptrdiff_t(index), std::make_unique<FeatureInstanceRecord>())
-            ->get();
-    if (widget())
-        createInstanceRow(*record, index);
+    FeatureInstanceRecord* record = nullptr;
+    if (m_keepsRecords) {
+        record =
+            m_records
+                .insert(m_records.begin() + std::ptrdiff_t(index), std::make_unique<FeatureInstanceRecord>())
+                ->get();
+        if (widget())
+            createInstanceRow(*record, index);
+    }
     insertInstanceValue(index);
-    if (record->row()) {
+    if (record && record->row()) {
         if (QWidget* valueWidget = createInstanceValueWidget(index))
             setInstanceValueWidget(*record, valueWidget);
     }
@@ -107,24 +111,28 @@ bool FeatureElementBase::insertInstance(size_t a_index)
     emit instanceInserted(index);
     if (wasAtMinimum)
         emit instanceCountIsMinOccurs(false);
-    if (m_instanceCount == m_maxOccurs)
+    if (m_instanceCount == m_maxOccurs) {
+        maxOccursReached(true);
         emit instanceCountIsMaxOccurs(true);
+    }
     return true;
 }
 
 bool FeatureElementBase::removeInstance(size_t a_index)
 {
-    if (m_instanceCount <= m_minOccurs || m_records.empty())
+    if (m_instanceCount <= m_minOccurs || m_instanceCount == 0)
         return false;
     const bool wasAtMaximum = m_instanceCount == m_maxOccurs;
-    const size_t index = std::min(a_index, m_records.size() - 1);
+    const size_t index = std::min(a_index, m_instanceCount - 1);
 
     --m_instanceCount;
     destroyInstanceRow(index);
     removeInstanceValue(index);
 
-    if (wasAtMaximum)
+    if (wasAtMaximum) {
+        maxOccursReached(false);
         emit instanceCountIsMaxOccurs(false);
+    }
     if (m_instanceCount == m_minOccurs)
         emit instanceCountIsMinOccurs(true);
     return true;
@@ -132,7 +140,7 @@ bool FeatureElementBase::removeInstance(size_t a_index)
 
 bool FeatureElementBase::moveInstance(size_t a_from, size_t a_to)
 {
-    if (a_from >= m_records.size() || a_to >= m_records.size())
+    if (a_from >= m_instanceCount || a_to >= m_instanceCount)
         return false;
     if (a_from == a_to)
         return true;
@@ -164,6 +172,12 @@ QWidget* FeatureElementBase::createWidget()
         layout->addWidget(trailingRow);
     }
 
+    if (!m_keepsRecords) {
+        m_keepsRecords = true;
+        m_records.reserve(m_instanceCount);
+        for (size_t index = 0; index < m_instanceCount; ++index)
+            m_records.push_back(std::make_unique<FeatureInstanceRecord>());
+    }
     for (size_t index = 0; index < m_records.size(); ++index) {
         FeatureInstanceRecord& record = *m_records[index];
         createInstanceRow(record, index);
@@ -196,6 +210,8 @@ QBoxLayout* FeatureElementBase::featureLayout() const
 
 void FeatureElementBase::moveInstanceRow(size_t a_from, size_t a_to)
 {
+    if (!m_keepsRecords)
+        return;
     auto moved = std::move(m_records[a_from]);
     m_records.erase(m_records.begin() + std::ptrdiff_t(a_from));
     QWidget* row = moved->row();
@@ -256,6 +272,10 @@ void FeatureElementBase::destroyInstanceRow(size_t a_index)
 QWidget* FeatureElementBase::createInstanceValueWidget(size_t)
 {
     return nullptr;
+}
+
+void FeatureElementBase::maxOccursReached(bool)
+{
 }
 
 void FeatureElementBase::requestInstanceChanges(const QVector<InstanceChange>& a_changes)

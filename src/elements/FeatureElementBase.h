@@ -121,6 +121,9 @@ protected:
     // instance has nothing to show. Called only while the feature has a widget.
     virtual QWidget* createInstanceValueWidget(size_t a_index);
     virtual void removeInstanceValue(size_t a_index) = 0;
+    // Told just before instanceCountIsMaxOccurs is emitted: an owner that follows its own feature this
+    // way needs no connection, which a file of thousands of such owners would pay for at load and close.
+    virtual void maxOccursReached(bool a_atMaximum);
     virtual void moveInstanceValue(size_t a_from, size_t a_to) = 0;
     // Where the user's changes, in the order to apply, are made and become undo/redo commands on the
     // window's stack: one command for one change, one batch for several. Without a window element, or
@@ -142,7 +145,10 @@ private:
     QToolButton* createInstanceButton(const QString& a_text, bool a_insert, QWidget* a_parent);
     void emitBoundSignals();
 
+    // Made with the first widget: until then an instance has no widgets to record, and most features of
+    // a large file never get one, so a record per instance would only cost the load and the close.
     std::vector<std::unique_ptr<FeatureInstanceRecord>> m_records;
+    bool m_keepsRecords = false;
     size_t m_minOccurs = 1;
     size_t m_maxOccurs = 1;
     size_t m_instanceCount = 0;

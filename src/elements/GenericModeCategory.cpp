@@ -39,7 +39,16 @@ public:
         FeatureElementBase::requestInstanceChanges(a_changes);
     }
 
+    // Off while the category is still being built around this feature.
+    void startReporting() { m_reporting = true; }
+
 protected:
+    void maxOccursReached(bool a_atMaximum) override
+    {
+        if (m_reporting)
+            m_category->setCategoryEnabled(a_atMaximum);
+    }
+
     void insertInstanceValue(size_t) override {}
     void removeInstanceValue(size_t) override {}
     void moveInstanceValue(size_t, size_t) override {}
@@ -51,6 +60,7 @@ protected:
 
 private:
     GenericModeCategory* m_category;
+    bool m_reporting = false;
 };
 
 GenericModeCategory::GenericModeCategory(ModeElement* a_mode, const GenericModeCategory* a_source)
@@ -63,8 +73,7 @@ GenericModeCategory::GenericModeCategory(ModeElement* a_mode, const GenericModeC
         m_categoryFeature->setElementPath(a_source->m_categoryFeature->elementPath());
     }
     m_categoryEnabled = m_categoryFeature->isEnabled();
-    connect(m_categoryFeature, &FeatureElementBase::instanceCountIsMaxOccurs, this,
-            &GenericModeCategory::setCategoryEnabled);
+    m_categoryFeature->startReporting();
 }
 
 GenericModeCategory::~GenericModeCategory() = default;

@@ -54,19 +54,19 @@ ValueFeatureElementBase::~ValueFeatureElementBase()
 
 QVariant ValueFeatureElementBase::value(size_t a_index) const
 {
-    return a_index < m_values.size() ? m_values[a_index] : QVariant();
+    return a_index < m_instances.size() ? m_instances[a_index].value : QVariant();
 }
 
 void ValueFeatureElementBase::setValue(size_t a_index, const QVariant& a_value)
 {
-    if (a_index >= m_values.size() || !a_value.isValid())
+    if (a_index >= m_instances.size() || !a_value.isValid())
         return;
     const QVariant stored = m_fixedValue.isValid() ? m_fixedValue : a_value;
     // Values of different types are compared by converting them, which a load pays several times for
     // every value; only a listener needs to know whether the value changed.
     static const QMetaMethod changedSignal = QMetaMethod::fromSignal(&ValueFeatureElementBase::valueChanged);
-    const bool changed = isSignalConnected(changedSignal) && m_values[a_index] != stored;
-    m_values[a_index] = stored;
+    const bool changed = isSignalConnected(changedSignal) && m_instances[a_index].value != stored;
+    m_instances[a_index].value = stored;
     showValue(a_index, stored);
     if (changed)
         emit valueChanged(a_index);
@@ -75,7 +75,7 @@ void ValueFeatureElementBase::setValue(size_t a_index, const QVariant& a_value)
 void ValueFeatureElementBase::setFixedValue(const QVariant& a_fixedValue)
 {
     m_fixedValue = a_fixedValue;
-    for (size_t index = 0; index < m_values.size(); ++index)
+    for (size_t index = 0; index < m_instances.size(); ++index)
         setValue(index, m_fixedValue);
     fixedValueChanged();
 }
@@ -83,13 +83,13 @@ void ValueFeatureElementBase::setFixedValue(const QVariant& a_fixedValue)
 void ValueFeatureElementBase::setDefaultValue(const QVariant& a_defaultValue)
 {
     m_defaultValue = a_defaultValue;
-    for (size_t index = 0; index < m_values.size(); ++index)
+    for (size_t index = 0; index < m_instances.size(); ++index)
         setValue(index, m_defaultValue);
 }
 
 QString ValueFeatureElementBase::displayText() const
 {
-    return m_values.empty() ? QString() : displayText(0);
+    return m_instances.empty() ? QString() : displayText(0);
 }
 
 void ValueFeatureElementBase::addObserver(ValueFeatureObserverBase* a_observer)
@@ -132,7 +132,7 @@ bool ValueFeatureElementBase::isWithinRange(const QVariant&) const
 
 bool ValueFeatureElementBase::setValueFromText(size_t a_index, const QString& a_text)
 {
-    if (a_index >= m_values.size())
+    if (a_index >= m_instances.size())
         return false;
     const QString text = a_text.trimmed();
     bool ok = false;
@@ -140,27 +140,27 @@ bool ValueFeatureElementBase::setValueFromText(size_t a_index, const QString& a_
     if (!ok)
         return false;
     setValue(a_index, read);
-    m_readTexts[a_index] = {text, read};
+    m_instances[a_index].read = {text, read};
     return true;
 }
 
 void ValueFeatureElementBase::keepFileText(size_t a_index, const QString& a_text, const QVariant& a_value)
 {
-    if (a_index >= m_values.size() || !a_value.isValid())
+    if (a_index >= m_instances.size() || !a_value.isValid())
         return;
     setValue(a_index, a_value);
     // In the form valueText compares with: a value may be held as the text it was given in.
     bool ok = false;
-    const QVariant normalized = valueFromText(textFromValue(m_values[a_index]), &ok);
-    m_readTexts[a_index] = {a_text, ok ? normalized : m_values[a_index]};
+    const QVariant normalized = valueFromText(textFromValue(m_instances[a_index].value), &ok);
+    m_instances[a_index].read = {a_text, ok ? normalized : m_instances[a_index].value};
 }
 
 QString ValueFeatureElementBase::valueText(size_t a_index) const
 {
-    if (a_index >= m_values.size())
+    if (a_index >= m_instances.size())
         return QString();
-    const QVariant& held = m_values[a_index];
-    const ReadText& read = m_readTexts[a_index];
+    const QVariant& held = m_instances[a_index].value;
+    const ReadText& read = m_instances[a_index].read;
     if (read.value.isValid()) {
         // Untouched since it was read, the usual case, it needs no round trip through text.
         if (NumericValue::isIdentical(held, read.value))
@@ -178,8 +178,8 @@ QString ValueFeatureElementBase::valueText(size_t a_index) const
 QVariant ValueFeatureElementBase::dataSet() const
 {
     QVariantList values;
-    for (const QVariant& value : m_values)
-        values.append(value);
+    for (const Instance& instance : m_instances)
+        values.append(instance.value);
     return values;
 }
 
@@ -207,8 +207,8 @@ void ValueFeatureElementBase::highlight(size_t a_index)
         return valueWidget ? valueWidget->parentWidget() : nullptr;
     };
     QList<QWidget*> containers;
-    if (a_index >= m_values.size()) {
-        for (size_t index = m_values.size(); index-- > 0;) {
+    if (a_index >= m_instances.size()) {
+        for (size_t index = m_instances.size(); index-- > 0;) {
             if (QWidget* row = container(index))
                 containers.append(row);
         }
@@ -220,14 +220,14 @@ void ValueFeatureElementBase::highlight(size_t a_index)
 
 QWidget* ValueFeatureElementBase::editorWidget(size_t a_index) const
 {
-    QWidget* editor = valueWidget(a_index < m_values.size() ? a_index : 0);
+    QWidget* editor = valueWidget(a_index < m_instances.size() ? a_index : 0);
     return editor ? editor : widget();
 }
 
 void ValueFeatureElementBase::discardWidgetEdits()
 {
-    for (size_t index = 0; index < m_values.size(); ++index)
-        showValue(index, m_values[index]);
+    for (size_t index = 0; index < m_instances.size(); ++index)
+        showValue(index, m_instances[index].value);
 }
 
 void ValueFeatureElementBase::userSetValue(const QVariant& a_value)
@@ -237,43 +237,44 @@ void ValueFeatureElementBase::userSetValue(const QVariant& a_value)
 
 void ValueFeatureElementBase::userSetValue(size_t a_index, const QVariant& a_value)
 {
-    if (!a_value.isValid() || a_index >= m_values.size())
+    if (!a_value.isValid() || a_index >= m_instances.size())
         return;
     if (m_fixedValue.isValid()) {
         showValue(a_index, m_fixedValue);
         return;
     }
-    if (a_value == m_values[a_index])
+    if (a_value == m_instances[a_index].value)
         return;
 
     QVariant pending = a_value;
     for (int step = 0; pending.isValid(); ++step) {
         if (step == s_maxUserValueSteps) {
             qWarning() << "Value observers of" << name() << "keep correcting; stopped at"
-                       << m_values[a_index];
+                       << m_instances[a_index].value;
             break;
         }
         showValue(a_index, pending);
-        const QVariant old = m_values[a_index];
-        m_values[a_index] = pending;
+        const QVariant old = m_instances[a_index].value;
+        m_instances[a_index].value = pending;
         pushValueChange(a_index, old, pending);
         pending = QVariant();
 
         // Copied, because an observer may add or remove observers while it is called.
         const QList<QPointer<ValueFeatureObserverBase>> observers = m_observers;
         for (const QPointer<ValueFeatureObserverBase>& observer : observers) {
-            if (!observer || a_index >= m_values.size())
+            if (!observer || a_index >= m_instances.size())
                 continue;
             QVariant replacement;
-            observer->observeValueChange(this, a_index, m_values[a_index], replacement);
+            observer->observeValueChange(this, a_index, m_instances[a_index].value, replacement);
             // Handing back the stored value is no correction, or an observer that always asks for the
             // same value would never let the loop end.
-            if (replacement.isValid() && a_index < m_values.size() && replacement != m_values[a_index]) {
+            if (replacement.isValid() && a_index < m_instances.size() &&
+                replacement != m_instances[a_index].value) {
                 pending = replacement;
                 break;
             }
         }
-        if (a_index >= m_values.size())
+        if (a_index >= m_instances.size())
             return;
     }
     emit valueChanged(a_index);
@@ -286,7 +287,7 @@ void ValueFeatureElementBase::userValueUpdate()
     auto* sendingWidget = qobject_cast<QWidget*>(sender());
     if (!sendingWidget)
         return;
-    for (size_t index = 0; index < m_values.size(); ++index) {
+    for (size_t index = 0; index < m_instances.size(); ++index) {
         if (valueWidget(index) == sendingWidget) {
             userSetValue(index, sendingWidget->property(m_valueProperty.toLatin1().constData()));
             return;
@@ -297,8 +298,8 @@ void ValueFeatureElementBase::userValueUpdate()
 void ValueFeatureElementBase::onRaise()
 {
     if (!m_valueProperty.isEmpty()) {
-        for (size_t index = 0; index < m_values.size(); ++index)
-            showValue(index, m_fixedValue.isValid() ? m_fixedValue : m_values[index]);
+        for (size_t index = 0; index < m_instances.size(); ++index)
+            showValue(index, m_fixedValue.isValid() ? m_fixedValue : m_instances[index].value);
     }
     FeatureElementBase::onRaise();
 }
@@ -308,37 +309,31 @@ void ValueFeatureElementBase::insertInstanceValue(size_t a_index)
     QVariant start = m_fixedValue;
     if (!start.isValid())
         start = m_defaultValue.isValid() ? m_defaultValue : newInstanceValue();
-    const auto at = std::ptrdiff_t(std::min(a_index, m_values.size()));
-    m_values.insert(m_values.begin() + at, start);
-    m_readTexts.insert(m_readTexts.begin() + at, ReadText());
+    const auto at = std::ptrdiff_t(std::min(a_index, m_instances.size()));
+    m_instances.insert(m_instances.begin() + at, Instance{std::move(start), ReadText()});
 }
 
 void ValueFeatureElementBase::removeInstanceValue(size_t a_index)
 {
-    if (a_index < m_values.size()) {
-        m_values.erase(m_values.begin() + std::ptrdiff_t(a_index));
-        m_readTexts.erase(m_readTexts.begin() + std::ptrdiff_t(a_index));
-    }
+    if (a_index < m_instances.size())
+        m_instances.erase(m_instances.begin() + std::ptrdiff_t(a_index));
 }
 
 void ValueFeatureElementBase::moveInstanceValue(size_t a_from, size_t a_to)
 {
-    if (a_from >= m_values.size() || a_to >= m_values.size())
+    if (a_from >= m_instances.size() || a_to >= m_instances.size())
         return;
-    QVariant moved = std::move(m_values[a_from]);
-    m_values.erase(m_values.begin() + std::ptrdiff_t(a_from));
-    m_values.insert(m_values.begin() + std::ptrdiff_t(a_to), std::move(moved));
-    ReadText movedText = std::move(m_readTexts[a_from]);
-    m_readTexts.erase(m_readTexts.begin() + std::ptrdiff_t(a_from));
-    m_readTexts.insert(m_readTexts.begin() + std::ptrdiff_t(a_to), std::move(movedText));
+    Instance moved = std::move(m_instances[a_from]);
+    m_instances.erase(m_instances.begin() + std::ptrdiff_t(a_from));
+    m_instances.insert(m_instances.begin() + std::ptrdiff_t(a_to), std::move(moved));
 }
 
 void ValueFeatureElementBase::setInstanceValueWidget(FeatureInstanceRecord& a_record, QWidget* a_widget)
 {
     FeatureElementBase::setInstanceValueWidget(a_record, a_widget);
-    for (size_t index = 0; index < m_values.size(); ++index) {
+    for (size_t index = 0; index < m_instances.size(); ++index) {
         if (instanceRecord(index) == &a_record) {
-            showValue(index, m_values[index]);
+            showValue(index, m_instances[index].value);
             return;
         }
     }

@@ -167,15 +167,21 @@ private:
     QString m_valueProperty;
     QVariant m_fixedValue;
     QVariant m_defaultValue;
-    std::vector<QVariant> m_values;
-    // Per instance, the file text its value was read from and that value; null values for instances
-    // that were not read from a file.
+    // The file text a value was read from and that value; null values for instances that were not read
+    // from a file.
     struct ReadText
     {
         QString text;
         QVariant value;
     };
-    std::vector<ReadText> m_readTexts;
+    // Held together rather than in one vector each: a feature of one instance, the usual case, then
+    // costs one allocation instead of two.
+    struct Instance
+    {
+        QVariant value;
+        ReadText read;
+    };
+    std::vector<Instance> m_instances;
     QList<QPointer<ValueFeatureObserverBase>> m_observers;
     QPointer<QWidget> m_keptValueWidget;
     bool m_writingWidget = false;

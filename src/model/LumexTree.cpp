@@ -11,7 +11,10 @@ LumexTree::LumexTree(const QString& a_file, QObject* a_parent)
 {
 }
 
-LumexTree::~LumexTree() = default;
+LumexTree::~LumexTree()
+{
+    delete m_root;
+}
 
 void LumexTree::setFile(const QString& a_file)
 {
@@ -46,7 +49,7 @@ LumexTreeElement* LumexTree::root() const
 
 LumexTreeElement* LumexTree::elementByPath(const QStringList& a_path, bool a_schemaCompliant)
 {
-    return m_root ? m_root->descendantByPath(a_path, a_schemaCompliant) : nullptr;
+    return m_root->descendantByPath(a_path, a_schemaCompliant);
 }
 
 LumexTreeMode* LumexTree::attachMode(QObject* a_modeObj)

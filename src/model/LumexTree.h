@@ -71,7 +71,8 @@ private:
     QString m_file;
     mutable std::shared_ptr<const Lumex::LumexSource> m_source;
     mutable QByteArray m_sourceText;
-    QPointer<LumexTreeElement> m_root;
+    // Owned; deleted before the rest of the tree's state, which its mode nodes refer to.
+    LumexTreeElement* m_root = nullptr;
     QList<AttachedMode> m_modes;
     // The nodes of m_modes by mode, in the same order: finding a mode's node by going over every mode
     // would make loading and saving a file of many modes quadratic.

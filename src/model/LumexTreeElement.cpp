@@ -3,23 +3,57 @@
 #include "model/LumexTree.h"
 #include "model/LumexTreeMode.h"
 
+#include <QObject>
+#include <QPointer>
+
+#include <vector>
+
 namespace Orvex {
 
-LumexTreeElement::LumexTreeElement(LumexTree* a_tree)
-    : QObject(a_tree), m_tree(a_tree), m_isSchemaCompliant(true)
+namespace {
+
+// Owns the nodes removed since the event loop last ran; the loop deletes them all on its next turn.
+class RemovedNodes : public QObject
+{
+public:
+    ~RemovedNodes() override
+    {
+        // Taken batch by batch: deleting a node must not invalidate the walk.
+        while (!m_nodes.empty()) {
+            const std::vector<LumexTreeElement*> batch = std::move(m_nodes);
+            m_nodes.clear();
+            for (LumexTreeElement* node : batch)
+                delete node;
+        }
+    }
+
+    void add(LumexTreeElement* a_node) { m_nodes.push_back(a_node); }
+
+private:
+    std::vector<LumexTreeElement*> m_nodes;
+};
+
+QPointer<RemovedNodes>& pendingRemovals()
+{
+    static QPointer<RemovedNodes> s_pending;
+    return s_pending;
+}
+
+} // namespace
+
+LumexTreeElement::LumexTreeElement(LumexTree* a_tree) : m_tree(a_tree), m_isSchemaCompliant(true)
 {
 }
 
-LumexTreeElement::LumexTreeElement(const QString& a_name, LumexTreeElement* a_parent)
-    : QObject(a_parent), m_tree(a_parent ? a_parent->tree() : nullptr), m_name(a_name)
+LumexTreeElement::LumexTreeElement(const QString& a_name, LumexTreeElement* a_parent) : m_name(a_name)
 {
     if (a_parent)
         attachTo(a_parent);
 }
 
 LumexTreeElement::LumexTreeElement(const LumexTreeElement& a_other, LumexTreeElement* a_parent)
-    : QObject(a_parent), m_tree(a_parent ? a_parent->tree() : nullptr), m_name(a_other.m_name),
-      m_isText(a_other.m_isText), m_isAttribute(a_other.m_isAttribute), m_isComment(a_other.m_isComment),
+    : m_name(a_other.m_name), m_isText(a_other.m_isText), m_isAttribute(a_other.m_isAttribute),
+      m_isComment(a_other.m_isComment),
       m_isSchemaCompliant(a_other.m_isSchemaCompliant && (!a_parent || a_parent->m_isSchemaCompliant))
 {
     // Taken before attaching: copying a node into its own subtree must not copy the copy.
@@ -29,11 +63,18 @@ LumexTreeElement::LumexTreeElement(const LumexTreeElement& a_other, LumexTreeEle
     copyChildrenFrom(sources);
 }
 
-LumexTreeElement::~LumexTreeElement() = default;
+LumexTreeElement::~LumexTreeElement()
+{
+    for (LumexTreeElement* child : qAsConst(m_children))
+        delete child;
+}
 
 LumexTree* LumexTreeElement::tree() const
 {
-    return m_tree;
+    const LumexTreeElement* top = this;
+    while (top->m_parent)
+        top = top->m_parent;
+    return top->m_tree;
 }
 
 void LumexTreeElement::setName(const QString& a_name)
@@ -235,7 +276,7 @@ bool LumexTreeElement::removeChild(LumexTreeElement* a_child)
     }
     if (found) {
         a_child->m_parent = nullptr;
-        a_child->deleteLater();
+        deleteLater(a_child);
     }
     return found;
 }
@@ -245,7 +286,7 @@ void LumexTreeElement::removeSelf()
     if (m_parent)
         m_parent->removeChild(this);
     else
-        deleteLater();
+        deleteLater(this);
 }
 
 void LumexTreeElement::prune()
@@ -312,7 +353,17 @@ void LumexTreeElement::takeChildAt(int a_index)
 {
     LumexTreeElement* child = m_children.takeAt(a_index);
     child->m_parent = nullptr;
-    child->deleteLater();
+    deleteLater(child);
+}
+
+void LumexTreeElement::deleteLater(LumexTreeElement* a_node)
+{
+    QPointer<RemovedNodes>& pending = pendingRemovals();
+    if (!pending) {
+        pending = new RemovedNodes;
+        pending->deleteLater();
+    }
+    pending->add(a_node);
 }
 
 void LumexTreeElement::copyChildrenFrom(const QList<LumexTreeElement*>& a_sources)

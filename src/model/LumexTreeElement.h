@@ -2,10 +2,10 @@
 
 #include <QByteArray>
 #include <QList>
-#include <QObject>
-#include <QPointer>
 #include <QString>
 #include <QStringList>
+
+class QObject;
 
 namespace Orvex {
 
@@ -14,26 +14,20 @@ class LumexTreeMode;
 
 // One node of a camera file held in memory: an element, attribute, text or comment, in file order.
 // Nodes the schema does not know are kept as non-compliant nodes so that saving writes them back.
-class LumexTreeElement : public QObject
+// A plain object rather than a QObject: a large file holds hundreds of thousands of nodes, and each
+// QObject would add an allocation of its own to the load and to the close.
+class LumexTreeElement
 {
-    Q_OBJECT
-    Q_PROPERTY(QString name READ name WRITE setName)
-    Q_PROPERTY(QByteArray value READ value WRITE setValue)
-    Q_PROPERTY(qint64 elementId READ elementId WRITE setElementId)
-    Q_PROPERTY(qint64 baseElementId READ baseElementId)
-    Q_PROPERTY(bool isModeElement READ isModeElement)
-    Q_PROPERTY(bool isText READ isText WRITE setIsText)
-    Q_PROPERTY(bool isAttribute READ isAttribute WRITE setIsAttribute)
-    Q_PROPERTY(bool isComment READ isComment WRITE setIsComment)
-    Q_PROPERTY(bool isSchemaCompliant READ isSchemaCompliant WRITE setIsSchemaCompliant)
-    Q_PROPERTY(bool allSchemaCompliant READ allSchemaCompliant)
-
 public:
     // Deep copy appended as the last child of a_parent (or standing alone when a_parent is null):
     // name and flags are copied, value and element id start empty, children are copied recursively
     // and mode nodes among them stay mode nodes of the same mode object.
     LumexTreeElement(const LumexTreeElement& a_other, LumexTreeElement* a_parent);
-    ~LumexTreeElement() override;
+    // Deletes the children with the node.
+    virtual ~LumexTreeElement();
+
+    LumexTreeElement(const LumexTreeElement&) = delete;
+    LumexTreeElement& operator=(const LumexTreeElement&) = delete;
 
     LumexTree* tree() const;
     LumexTreeElement* parentElement() const { return m_parent; }
@@ -96,6 +90,8 @@ private:
     explicit LumexTreeElement(LumexTree* a_tree);
 
     static LumexTreeElement* copyNode(const LumexTreeElement& a_source, LumexTreeElement* a_parent);
+    // Hands a node that has left the tree to the event loop, which deletes it on its next turn.
+    static void deleteLater(LumexTreeElement* a_node);
     // Text, attribute and comment exclude one another; a_allowed says whether this node may take a_kind.
     bool setLeafKind(bool LumexTreeElement::*a_kind, bool a_on, bool a_allowed);
     void attachTo(LumexTreeElement* a_parent);
@@ -103,7 +99,8 @@ private:
     void copyChildrenFrom(const QList<LumexTreeElement*>& a_sources);
     void dumpInto(QStringList& a_lines, int a_depth) const;
 
-    QPointer<LumexTree> m_tree;
+    // Set on the root only: every other node finds its tree through its ancestors.
+    LumexTree* m_tree = nullptr;
     LumexTreeElement* m_parent = nullptr;
     QString m_name;
     QByteArray m_value;

@@ -2,13 +2,15 @@
 
 #include "model/LumexTreeElement.h"
 
+#include <QObject>
 #include <QPointer>
 
 namespace Orvex {
 
 // The subtree of one mode of the camera file, tied to the editor's mode object; its element id
-// is always that object's id.
-class LumexTreeMode : public LumexTreeElement
+// is always that object's id. A QObject, unlike other nodes, so that the tree can hold its mode nodes
+// by guarded pointers: there is one per mode, not one per value.
+class LumexTreeMode : public QObject, public LumexTreeElement
 {
     Q_OBJECT
 
