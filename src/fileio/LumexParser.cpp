@@ -25,6 +25,8 @@
 #include <QSet>
 
 #include <algorithm>
+#include <string_view>
+#include <unordered_map>
 
 namespace Orvex {
 
@@ -38,6 +40,30 @@ QString text(const char* a_utf8)
 {
     return QString::fromUtf8(a_utf8 ? a_utf8 : "");
 }
+
+// An element name as the document holds it (UTF-8), compared with the tree's names without a QString
+// when it is plain ASCII, as names nearly always are.
+class ElementName
+{
+public:
+    explicit ElementName(const char* a_utf8) : m_bytes(a_utf8 ? a_utf8 : "")
+    {
+        m_ascii =
+            std::all_of(m_bytes.cbegin(), m_bytes.cend(), [](char a_byte) { return uchar(a_byte) < 0x80; });
+    }
+    std::string_view bytes() const { return m_bytes; }
+    QString text() const { return QString::fromUtf8(m_bytes.data(), int(m_bytes.size())); }
+    bool equals(const QString& a_name) const
+    {
+        if (m_ascii)
+            return a_name == QLatin1String(m_bytes.data(), int(m_bytes.size()));
+        return a_name == text();
+    }
+
+private:
+    std::string_view m_bytes;
+    bool m_ascii = true;
+};
 
 // Messages are shown as HTML; what comes from the file must not become markup there.
 QString escaped(const QString& a_text)
@@ -561,12 +587,9 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
     // Per name, the elements met so far and where the node of the last one stands among the children:
     // the next one of that name is looked for from there rather than from the first child, since a
     // node may hold hundreds of the same name.
-    struct Met
-    {
-        int count = 0;
-        int position = -1;
-    };
-    QHash<QString, Met> seen;
+    // Keyed by the name's bytes in the document, which outlives the walk: a QString per element of the
+    // file was an allocation for a name most nodes only compare.
+    std::unordered_map<std::string_view, int> lastPosition;
     for (auto child = a_node.begin(nullptr); child != children; ++child) {
         if (child->is(Lumex::CamProperty::OtherNode))
             continue;
@@ -590,13 +613,11 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
             continue;
         }
 
-        const QString name = text(child->name());
-        Met& met = seen[name];
-        ++met.count;
+        const ElementName name(child->name());
         LumexTreeElement* next = nullptr;
         // Only the modes of the first "modes" block of the first camera are the camera's; a second block
         // is content the schema does not know, kept as it is.
-        if (name == s_modePath.last() && m_tree &&
+        if (name.equals(s_modePath.last()) && m_tree &&
             a_treeElement == m_tree->elementByPath(s_modesPath, true)) {
             const char* modeName = nullptr;
             if (!child->get("name", modeName))
@@ -607,16 +628,17 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
                                                   .arg(quotedValue(text(modeName))));
             }
         } else {
-            for (int position = met.position + 1; !next && position < a_treeElement->childCount();
-                 ++position) {
-                if (a_treeElement->childAt(position)->name() == name) {
+            const auto found = lastPosition.try_emplace(name.bytes(), -1).first;
+            int& last = found->second;
+            for (int position = last + 1; !next && position < a_treeElement->childCount(); ++position) {
+                if (name.equals(a_treeElement->childAt(position)->name())) {
                     next = a_treeElement->childAt(position);
-                    met.position = position;
+                    last = position;
                 }
             }
             if (!next) {
-                next = a_treeElement->addChild(name);
-                met.position = a_treeElement->childCount() - 1;
+                next = a_treeElement->addChild(name.text());
+                last = a_treeElement->childCount() - 1;
             }
         }
         if (next->line() == 0)

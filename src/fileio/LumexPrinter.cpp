@@ -137,6 +137,7 @@ void LumexPrinter::print(CameraElement* a_camera)
         return;
     m_text.clear();
     m_document = Lumex::CamFile(s_rootName, Lumex::CamFile::SourceRootName);
+    m_pathSteps.clear();
     m_links.clear();
     m_nearExtra.clear();
     m_extraBelow.clear();
@@ -220,16 +221,23 @@ Lumex::CamProperty LumexPrinter::printPath(const QStringList& a_path, const Path
     if (node.isNull() || !isNamed(a_path.at(next), node.name()))
         return Lumex::CamProperty();
     for (int index = next + 1; index < a_path.size(); ++index) {
-        if (a_path.at(index).isEmpty())
+        const QString& segment = a_path.at(index);
+        if (segment.isEmpty())
             ORVEX_THROW(BadPathException,
                         QStringLiteral("Unnamed element in path (%1).").arg(joinedPath(a_path)));
-        const QByteArray name = a_path.at(index).toUtf8();
-        Lumex::CamProperty child = node[name.constData()];
-        if (child.isNull())
-            child = node.push_back(name.constData());
-        if (child.isNull())
-            return Lumex::CamProperty();
-        node = child;
+        if (m_pathSteps.size() <= std::size_t(index))
+            m_pathSteps.resize(std::size_t(index) + 1);
+        PathStep& step = m_pathSteps[std::size_t(index)];
+        if (!(step.parent == node) || step.name != segment) {
+            const QByteArray name = segment.toUtf8();
+            Lumex::CamProperty child = node[name.constData()];
+            if (child.isNull())
+                child = node.push_back(name.constData());
+            if (child.isNull())
+                return Lumex::CamProperty();
+            step = {node, segment, child};
+        }
+        node = step.child;
     }
     return node;
 }

@@ -136,6 +136,16 @@ private:
     // The nodes holding, themselves or below them, anything the schema does not know: everywhere else
     // there is no extra data to look for.
     std::unordered_set<const LumexTreeElement*> m_extraBelow;
+    // The child last found or made at each depth of a path: features in a row mostly share their holder,
+    // and finding a child by name walks its siblings. Children are only ever appended while printing, so
+    // the first child of a name stays the first.
+    struct PathStep
+    {
+        Lumex::CamProperty parent;
+        QString name;
+        Lumex::CamProperty child;
+    };
+    std::vector<PathStep> m_pathSteps;
     bool m_keepsLayout = true;
     // The source with the document written into it; empty when the document is laid out anew.
     QByteArray m_text;

@@ -474,10 +474,11 @@ CamProperty::const_iterator::pointer CamProperty::const_iterator::operator->() c
 
 CamProperty::const_iterator& CamProperty::const_iterator::operator++()
 {
-    xmlNode* current = m_current.property().m_node;
+    // A handle on a node holds no diagnostics (only the one past the end does), so moving its node is
+    // all a step needs; every child of every walk passes here.
+    xmlNode*& current = m_current.m_property.m_node;
     if (current)
-        m_current =
-            ConstCamProperty(CamProperty(nextSelected(current->next, m_anyName ? nullptr : m_name.c_str())));
+        current = nextSelected(current->next, m_anyName ? nullptr : m_name.c_str());
     return *this;
 }
 

@@ -58,6 +58,9 @@ public:
     CamProperty::const_iterator cend(const char* a_name = nullptr) const;
 
 private:
+    // Steps along the siblings by moving the node the handle holds, without a new handle per child.
+    friend class CamProperty::const_iterator;
+
     CamProperty m_property;
 };
 

@@ -70,7 +70,10 @@ QByteArray DocumentFileWatcher::digest() const
 
 QByteArray DocumentFileWatcher::digestOf(const QByteArray& a_contents)
 {
-    return QCryptographicHash::hash(a_contents, QCryptographicHash::Sha1);
+    // Only ever compared with another digest of this process, to notice another program's write, never
+    // kept or shown: nothing asks for resistance to a forged collision, and MD4 hashes a file in about
+    // half the time of SHA-1, which every save pays.
+    return QCryptographicHash::hash(a_contents, QCryptographicHash::Md4);
 }
 
 } // namespace Orvex

@@ -12,6 +12,9 @@ namespace {
 
 // Steps of unknown count after which half of a stage's range is covered.
 constexpr qint64 s_unknownCountHalfWaySteps = 10;
+// A detail line is read, not watched: changed faster than this it cannot be read, and each change lays
+// out the dialog's rich text anew, which took a save of a large file several percent of its time.
+constexpr qint64 s_detailIntervalMs = 100;
 
 } // namespace
 
@@ -61,8 +64,14 @@ void ProgressStepper::setDetailText(const QString& a_detail)
 {
     m_pendingDetail = a_detail;
     m_detailPending = true;
-    if (frameDue(m_sinceLabel))
+    if (detailDue())
         showPendingDetail();
+}
+
+bool ProgressStepper::detailDue() const
+{
+    return m_frameIntervalMs <= 0 || !m_sinceLabel.isValid() ||
+           m_sinceLabel.hasExpired(std::max<qint64>(m_frameIntervalMs, s_detailIntervalMs));
 }
 
 bool ProgressStepper::frameDue(const QElapsedTimer& a_since) const
@@ -96,7 +105,7 @@ void ProgressStepper::showValue()
 void ProgressStepper::breathe()
 {
     if (frameDue(m_sinceEvents)) {
-        if (m_detailPending && frameDue(m_sinceLabel))
+        if (m_detailPending && detailDue())
             showPendingDetail();
         showValue();
         QCoreApplication::processEvents();

@@ -18,9 +18,10 @@ namespace Orvex {
 // count every step closes part of the remaining gap (half of it after ten steps), so the bar keeps
 // moving but only the next stage takes it further.
 //
-// A screen shows a new picture at most every frame interval, so the dialog's bar, its detail line and
-// the event loop are served at most that often: a value or a detail set sooner is kept and shown when
-// the work breathes after the interval has passed. A modal dialog repaints its bar and processes events
+// A screen shows a new picture at most every frame interval, so the dialog's bar and the event loop are
+// served at most that often, the detail line at most every tenth of a second (and never more often than
+// the frame interval): a value or a detail set sooner is kept and shown when the work breathes after its
+// interval has passed. A modal dialog repaints its bar and processes events
 // whenever its value changes, which cost a save of a small file a fifth of its time. Stage labels, the
 // value a stage begins with, the progress() signal and cancellation are never held back.
 class ProgressStepper : public QObject
@@ -38,8 +39,8 @@ public:
     // Advances one step and breathes, so it may throw.
     void step();
 
-    // Shows a line about the current step below the stage label, at once when the dialog has shown
-    // nothing for a frame interval, otherwise at a later breathe; does not breathe.
+    // Shows a line about the current step below the stage label, at once when the dialog's text has not
+    // changed for the detail interval, otherwise at a later breathe; does not breathe.
     void setDetailText(const QString& a_detail);
 
     // Processes the pending events once when a frame interval has passed since it last did, then throws
@@ -64,6 +65,7 @@ private:
     int stageValue() const;
     void setLabelText(const QString& a_text);
     bool frameDue(const QElapsedTimer& a_since) const;
+    bool detailDue() const;
     void showPendingDetail();
     void showValue();
 
