@@ -25,7 +25,7 @@ BooleanFeature::BooleanFeature(const BooleanFeature* a_source, ElementBase* a_pa
     setValueProperty(QStringLiteral("checked"));
     insertInstance(NoIndex);
     if (a_source)
-        setDataSet(a_source->dataSet());
+        copyValuesFrom(*a_source);
 }
 
 BooleanFeature::~BooleanFeature() = default;

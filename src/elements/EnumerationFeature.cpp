@@ -31,7 +31,7 @@ EnumerationFeature::EnumerationFeature(const EnumerationFeature* a_source, Eleme
         m_entries = a_source->m_entries;
     insertInstance(NoIndex);
     if (a_source)
-        setDataSet(a_source->dataSet());
+        copyValuesFrom(*a_source);
 }
 
 EnumerationFeature::~EnumerationFeature() = default;

@@ -47,7 +47,7 @@ NumericFeature::NumericFeature(const NumericFeature* a_source, ElementBase* a_pa
     }
     insertInstance(NoIndex);
     if (a_source)
-        setDataSet(a_source->dataSet());
+        copyValuesFrom(*a_source);
 }
 
 NumericFeature::~NumericFeature() = default;

@@ -50,7 +50,7 @@ StringFeature::StringFeature(const StringFeature* a_source, ElementBase* a_paren
     }
     insertInstance(NoIndex);
     if (a_source)
-        setDataSet(a_source->dataSet());
+        copyValuesFrom(*a_source);
 }
 
 void StringFeature::setEntryPattern(const QRegExp& a_pattern)

@@ -187,16 +187,30 @@ void ValueFeatureElementBase::setDataSet(const QVariant& a_dataSet)
 {
     const QVariantList values = a_dataSet.toList();
     const size_t wanted = size_t(values.size());
-    while (instanceCount() > wanted) {
+    resizeInstances(wanted);
+    for (size_t index = 0; index < std::min(instanceCount(), wanted); ++index)
+        setValue(index, values[int(index)]);
+}
+
+void ValueFeatureElementBase::copyValuesFrom(const ValueFeatureElementBase& a_source)
+{
+    // Without the list setDataSet takes, which every copy of a mode would build for each of its features.
+    const size_t wanted = a_source.m_instances.size();
+    resizeInstances(wanted);
+    for (size_t index = 0; index < std::min(instanceCount(), wanted); ++index)
+        setValue(index, a_source.m_instances[index].value);
+}
+
+void ValueFeatureElementBase::resizeInstances(size_t a_count)
+{
+    while (instanceCount() > a_count) {
         if (!removeInstance(instanceCount() - 1))
             break;
     }
-    while (instanceCount() < wanted) {
+    while (instanceCount() < a_count) {
         if (!insertInstance(NoIndex))
             break;
     }
-    for (size_t index = 0; index < std::min(instanceCount(), wanted); ++index)
-        setValue(index, values[int(index)]);
 }
 
 void ValueFeatureElementBase::highlight(size_t a_index)

@@ -138,6 +138,8 @@ protected:
     // Keeps the value widget of the last instance when the count drops to 0 (see takeKeptValueWidget).
     void destroyInstanceRow(size_t a_index) override;
 
+    // Takes a_source's instances and values, as setDataSet(a_source.dataSet()) would.
+    void copyValuesFrom(const ValueFeatureElementBase& a_source);
     // The starting value of a new instance when there is neither a fixed nor a default value.
     virtual QVariant newInstanceValue() const;
     // Called once per stored user change, old and new value, after the new value is stored, so that the
@@ -164,6 +166,9 @@ protected:
     QSize measuredSize(QWidget& a_probe) const;
 
 private:
+    // Removes from the end or appends until there are a_count instances, or the bounds stop it.
+    void resizeInstances(size_t a_count);
+
     QString m_valueProperty;
     QVariant m_fixedValue;
     QVariant m_defaultValue;
