@@ -25,6 +25,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <cstring>
 #include <string_view>
 #include <unordered_map>
 
@@ -64,6 +65,25 @@ private:
     std::string_view m_bytes;
     bool m_ascii = true;
 };
+
+// The value's text without the white space around it, as the tree keeps it. Nearly every value is plain
+// ASCII, whose bytes are trimmed as they are; others go through the text.
+QByteArray trimmedBytes(const char* a_utf8, const QString& a_text)
+{
+    const char* begin = a_utf8 ? a_utf8 : "";
+    const char* end = begin + std::strlen(begin);
+    if (!std::all_of(begin, end, [](char a_byte) { return uchar(a_byte) < 0x80; }))
+        return a_text.trimmed().toLocal8Bit();
+    const auto blank = [](char a_byte) {
+        return a_byte == ' ' || a_byte == '\t' || a_byte == '\n' || a_byte == '\v' || a_byte == '\f' ||
+               a_byte == '\r';
+    };
+    while (begin != end && blank(*begin))
+        ++begin;
+    while (end != begin && blank(end[-1]))
+        --end;
+    return QByteArray(begin, int(end - begin));
+}
 
 // Messages are shown as HTML; what comes from the file must not become markup there.
 QString escaped(const QString& a_text)
@@ -500,7 +520,7 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
         if (node) {
             link(node, value, !value->isAttribute());
             node->setLine(int(valueNode.line()));
-            node->setValue(readText.trimmed().toLocal8Bit());
+            node->setValue(trimmedBytes(read, readText));
         }
     }
 }
