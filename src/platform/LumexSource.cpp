@@ -86,6 +86,16 @@ struct LumexSource::Recorder
         pendingMaker = a_maker;
         return true;
     }
+
+    // Text and white space alike: made by a_maker, libxml's own handler for the kind, unless it is
+    // never needed or can wait.
+    void text(void* a_context, const xmlChar* a_text, int a_length, charactersSAXFunc a_maker)
+    {
+        if (followsElement(a_context) || holdBack(a_context, a_text, a_length, a_maker))
+            return;
+        makePending(a_context);
+        a_maker(a_context, a_text, a_length);
+    }
 };
 
 void LumexSource::recordStart(void* a_context, const xmlChar* a_local, const xmlChar* a_prefix,
@@ -120,19 +130,13 @@ bool LumexSource::followsElement(void* a_context)
 void LumexSource::recordText(void* a_context, const xmlChar* a_text, int a_length)
 {
     Recorder* recorder = Recorder::of(a_context);
-    if (followsElement(a_context) || recorder->holdBack(a_context, a_text, a_length, recorder->characters))
-        return;
-    recorder->makePending(a_context);
-    recorder->characters(a_context, a_text, a_length);
+    recorder->text(a_context, a_text, a_length, recorder->characters);
 }
 
 void LumexSource::recordWhitespace(void* a_context, const xmlChar* a_text, int a_length)
 {
     Recorder* recorder = Recorder::of(a_context);
-    if (followsElement(a_context) || recorder->holdBack(a_context, a_text, a_length, recorder->whitespace))
-        return;
-    recorder->makePending(a_context);
-    recorder->whitespace(a_context, a_text, a_length);
+    recorder->text(a_context, a_text, a_length, recorder->whitespace);
 }
 
 void LumexSource::recordComment(void* a_context, const xmlChar* a_value)
