@@ -288,6 +288,12 @@ void CameraValidator::checkFeature(const Place& a_place)
             joined(a_place.holder(), shownName), message);
     }
 
+    // Values first: nearly every feature is one, and a cast that fails walks every class up to QObject.
+    if (auto* value = qobject_cast<const ValueFeatureElementBase*>(feature)) {
+        for (size_t instance = 0; instance < count; ++instance)
+            checkValue(value, instance, a_place, shownName);
+        return;
+    }
     if (auto* list = qobject_cast<const FeatureListFeatureBase*>(feature)) {
         const QStringList path = feature->elementPath();
         const QStringList memberHolder = name.isEmpty() ? path : path + QStringList(name);
@@ -305,11 +311,6 @@ void CameraValidator::checkFeature(const Place& a_place)
             }
         }
         checkUniqueKeys(list, a_place);
-        return;
-    }
-    if (auto* value = qobject_cast<const ValueFeatureElementBase*>(feature)) {
-        for (size_t instance = 0; instance < count; ++instance)
-            checkValue(value, instance, a_place, shownName);
     }
 }
 

@@ -303,9 +303,12 @@ bool NumericValue::isIdentical(const QVariant& a_left, const QVariant& a_right)
     case QMetaType::Bool:
         return *static_cast<const bool*>(a_left.constData()) ==
                *static_cast<const bool*>(a_right.constData());
-    case QMetaType::QString:
-        return *static_cast<const QString*>(a_left.constData()) ==
-               *static_cast<const QString*>(a_right.constData());
+    case QMetaType::QString: {
+        // A value kept as read shares its text with the read one: no need to load either to compare.
+        const auto& left = *static_cast<const QString*>(a_left.constData());
+        const auto& right = *static_cast<const QString*>(a_right.constData());
+        return left.isSharedWith(right) || left == right;
+    }
     default:
         return a_left == a_right;
     }
