@@ -92,12 +92,15 @@ QWidget* CategoryElementBase::createWidget()
     m_form = new QFormLayout(m_formWidget);
     layout->addWidget(m_formWidget);
     layout->addStretch();
-    page->setWidget(content);
     // Set before the features build their widgets, which they make children of this one.
     setWidget(page);
 
     for (FeatureElementBase* feature : features())
         addFeatureRow(feature);
+    // Given to the page only once the rows are in: the page lays its content out at once, and would
+    // keep the size of an empty form until the form itself appears, laying the rows out again, at a
+    // new size, for every level that appears after it.
+    page->setWidget(content);
     return page;
 }
 
