@@ -4,7 +4,10 @@
 #include "board/ViewportWindowQt.h"
 #include "platform/QNDriver.h"
 
+#include <QDir>
+#include <QFile>
 #include <QLabel>
+#include <QLockFile>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -17,11 +20,36 @@ using State = Viewport::ImperativeAcquisitionInterface::State;
 
 // A GigE Vision camera on this machine: Aravis's simulated camera, run as a process of its own on the
 // loopback address, found and reached over the network as any GigE Vision camera is.
+
+namespace {
+
+// Two of these cameras on one machine share the loopback's GigE Vision port: each run then talks to
+// either, and one's ending pulls the other's camera away (Aravis has been seen reading out of bounds on
+// the mixed replies). Runs from several checkouts therefore take turns, and a camera left behind by a
+// run that died is ended by the next one.
+QString sharedPath(const char* a_suffix)
+{
+    return QDir::temp().filePath(QStringLiteral("orvex-fake-gv-camera.") + QLatin1String(a_suffix));
+}
+
+void endLeftCamera()
+{
+    QFile pidFile(sharedPath("pid"));
+    if (!pidFile.open(QIODevice::ReadOnly))
+        return;
+    const qint64 pid = pidFile.readAll().trimmed().toLongLong();
+    QFile command(QStringLiteral("/proc/%1/cmdline").arg(pid));
+    if (pid > 0 && command.open(QIODevice::ReadOnly) && command.readAll().contains("arv-fake-gv-camera"))
+        ::kill(static_cast<pid_t>(pid), SIGKILL);
+}
+
+} // namespace
 class TestAravisGigE : public QObject
 {
     Q_OBJECT
 
     QTemporaryDir m_dir;
+    QLockFile m_turn{sharedPath("lock")};
     QProcess m_camera;
     unsigned m_board = 0;
     HwBrdHandle m_handle = HwNoBoard;
@@ -33,8 +61,15 @@ private slots:
         if (program.isEmpty())
             QSKIP("arv-fake-gv-camera-0.8 is not installed (Debian package aravis-tools)");
         QVERIFY(OrvexTest::loadSimBoards(m_dir.filePath("boards.json"), R"({"boards": []})"));
+        // Stale only once its holder is gone, however long another run takes.
+        m_turn.setStaleLockTime(0);
+        QVERIFY(m_turn.lock());
+        endLeftCamera();
         m_camera.start(program, {QStringLiteral("-i"), QStringLiteral("127.0.0.1")});
         QVERIFY(m_camera.waitForStarted(5000));
+        QFile pidFile(sharedPath("pid"));
+        QVERIFY(pidFile.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        pidFile.write(QByteArray::number(m_camera.processId()));
         // The camera answers searches once its sockets are bound; each search of the link takes a second.
         HwBrdEntry entry;
         for (int attempt = 0; attempt < 5 && m_handle == HwNoBoard; ++attempt) {
@@ -62,6 +97,7 @@ private slots:
                 m_camera.kill();
             m_camera.waitForFinished(3000);
         }
+        QFile::remove(sharedPath("pid"));
     }
 
     void registers()
