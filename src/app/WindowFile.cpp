@@ -250,7 +250,6 @@ bool Window::loadDocument(const QString& a_filePath)
                                : m_session->cameraLinkXsdPath());
     m_find->setWindowElement(element);
     updateModesAndCategories();
-    updateExtraDataDialog();
     element->setCamera();
     followCurrentPage();
     showEditorPage();
