@@ -44,6 +44,7 @@ NumericFeature::NumericFeature(const NumericFeature* a_source, ElementBase* a_pa
         m_explicitMinimum = a_source->m_explicitMinimum;
         m_explicitMaximum = a_source->m_explicitMaximum;
         m_fractionDigits = a_source->m_fractionDigits;
+        m_limits = a_source->m_limits;
     }
     insertInstance(NoIndex);
     if (a_source)
@@ -119,6 +120,11 @@ void NumericFeature::setRepresentationType(RepTypeEnum a_representationType)
 }
 
 std::optional<NumericFeature::Limits> NumericFeature::limits() const
+{
+    return m_limits;
+}
+
+std::optional<NumericFeature::Limits> NumericFeature::narrowedLimits() const
 {
     return NumericValue::narrowedLimits(
         m_representationType, m_hasExplicitMinimum ? std::optional<double>(m_explicitMinimum) : std::nullopt,
@@ -265,6 +271,7 @@ void NumericFeature::fixedValueChanged()
 
 void NumericFeature::reconfigure()
 {
+    m_limits = narrowedLimits();
     const bool fixed = fixedValue().isValid();
     for (size_t index = 0; index < instanceCount(); ++index) {
         if (!fixed) {

@@ -148,6 +148,7 @@ private:
     // the spin boxes.
     void reconfigure();
     void configureSpinBox(QDoubleSpinBox* a_spinBox) const;
+    std::optional<Limits> narrowedLimits() const;
 
     RepTypeEnum m_representationType = RT_double;
     bool m_hasExplicitMinimum = false;
@@ -156,6 +157,9 @@ private:
     double m_explicitMinimum = 0.0;
     double m_explicitMaximum = 100.0;
     int m_fractionDigits = 0;
+    // What limits() answers, worked out again whenever a facet changes: every range check, bounded value
+    // and spin box asks for it, and a large file asks tens of thousands of times.
+    std::optional<Limits> m_limits = narrowedLimits();
 };
 
 } // namespace Orvex

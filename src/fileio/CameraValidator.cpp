@@ -247,21 +247,34 @@ QVector<ValidationProblem> CameraValidator::checkModeNames()
 
 void CameraValidator::checkCategory(const CategoryElementBase* a_category, const QStringList& a_scopePath)
 {
-    for (const FeatureElementBase* feature : a_category->features())
-        checkFeature(feature, a_scopePath, QString());
+    for (const FeatureElementBase* feature : a_category->features()) {
+        Place place;
+        place.feature = feature;
+        place.scope = &a_scopePath;
+        checkFeature(place);
+    }
 }
 
-void CameraValidator::checkFeature(const FeatureElementBase* a_feature, const QStringList& a_holderPath,
-                                   const QString& a_prefix)
+QString CameraValidator::Place::holder() const
 {
-    const QString name = a_feature->name();
-    const bool repeated = a_feature->maxOccurs() != 1;
-    const size_t count = a_feature->instanceCount();
-    const QString shownName = a_feature->isAttribute() ? QLatin1Char('@') + name : name;
-    const auto holderOf = [&] { return holderPath(a_feature, a_holderPath, a_prefix); };
+    return holderPath(feature, *scope, outer ? outer->memberPrefix() : QString());
+}
 
-    if (count < a_feature->minOccurs() || count > a_feature->maxOccurs()) {
-        const bool few = count < a_feature->minOccurs();
+QString CameraValidator::Place::memberPrefix() const
+{
+    const QString name = feature->name();
+    return name.isEmpty() ? holder() : joined(holder(), indexed(name, feature->maxOccurs() != 1, instance));
+}
+
+void CameraValidator::checkFeature(const Place& a_place)
+{
+    const FeatureElementBase* feature = a_place.feature;
+    const QString name = feature->name();
+    const size_t count = feature->instanceCount();
+    const QString shownName = feature->isAttribute() ? QLatin1Char('@') + name : name;
+
+    if (count < feature->minOccurs() || count > feature->maxOccurs()) {
+        const bool few = count < feature->minOccurs();
         QString message;
         if (few && count == 0)
             message = QStringLiteral("%1 is missing; it is required").arg(name);
@@ -270,30 +283,34 @@ void CameraValidator::checkFeature(const FeatureElementBase* a_feature, const QS
                           .arg(name)
                           .arg(qulonglong(count))
                           .arg(few ? QStringLiteral("at least") : QStringLiteral("at most"))
-                          .arg(qulonglong(few ? a_feature->minOccurs() : a_feature->maxOccurs()));
-        add(ValidationProblem::Error, a_feature, FeatureElementBase::NoIndex, joined(holderOf(), shownName),
-            message);
+                          .arg(qulonglong(few ? feature->minOccurs() : feature->maxOccurs()));
+        add(ValidationProblem::Error, feature, FeatureElementBase::NoIndex,
+            joined(a_place.holder(), shownName), message);
     }
 
-    if (auto* list = qobject_cast<const FeatureListFeatureBase*>(a_feature)) {
-        const QString holder = holderOf();
-        const QStringList path = a_feature->elementPath();
-        const QStringList memberHolder = name.isEmpty() ? path : path + QStringList(name);
-        for (size_t instance = 0; instance < count; ++instance) {
-            const QString prefix =
-                name.isEmpty() ? holder : joined(holder, indexed(name, repeated, instance));
-            // Member by member: a list of each instance's members would be made for every instance.
-            for (size_t position = 0; const FeatureElementBase* member = list->member(instance, position);
-                 ++position)
-                checkFeature(member, memberHolder, prefix);
-        }
-        checkUniqueKeys(list, holder);
+    // Values first: nearly every feature is one, and a cast that fails walks every class up to QObject.
+    if (auto* value = qobject_cast<const ValueFeatureElementBase*>(feature)) {
+        for (size_t instance = 0; instance < count; ++instance)
+            checkValue(value, instance, a_place, shownName);
         return;
     }
-    if (auto* value = qobject_cast<const ValueFeatureElementBase*>(a_feature)) {
-        for (size_t instance = 0; instance < count; ++instance)
-            checkValue(value, instance,
-                       [&] { return joined(holderOf(), indexed(shownName, repeated, instance)); });
+    if (auto* list = qobject_cast<const FeatureListFeatureBase*>(feature)) {
+        const QStringList path = feature->elementPath();
+        const QStringList memberHolder = name.isEmpty() ? path : path + QStringList(name);
+        Place instancePlace = a_place;
+        for (size_t instance = 0; instance < count; ++instance) {
+            instancePlace.instance = instance;
+            Place memberPlace;
+            memberPlace.scope = &memberHolder;
+            memberPlace.outer = &instancePlace;
+            // Member by member: a list of each instance's members would be made for every instance.
+            for (size_t position = 0; const FeatureElementBase* member = list->member(instance, position);
+                 ++position) {
+                memberPlace.feature = member;
+                checkFeature(memberPlace);
+            }
+        }
+        checkUniqueKeys(list, a_place);
     }
 }
 
@@ -308,18 +325,21 @@ QString CameraValidator::holderPath(const FeatureElementBase* a_feature, const Q
 }
 
 void CameraValidator::checkValue(const ValueFeatureElementBase* a_feature, size_t a_index,
-                                 const std::function<QString()>& a_path)
+                                 const Place& a_place, const QString& a_name)
 {
+    const auto pathOf = [&] {
+        return joined(a_place.holder(), indexed(a_name, a_feature->maxOccurs() != 1, a_index));
+    };
     const QString text = a_feature->valueText(a_index).trimmed();
     // The path, and the name an unnamed feature takes from it, cost strings most values never need.
     QString path;
     QString name = a_feature->name();
     if (name.isEmpty()) {
-        path = a_path();
+        path = pathOf();
         name = path.section(QLatin1Char('/'), -1);
     }
     const auto report = [&](ValidationProblem::Severity a_severity, const QString& a_message) {
-        add(a_severity, a_feature, a_index, path.isEmpty() ? a_path() : path, a_message);
+        add(a_severity, a_feature, a_index, path.isEmpty() ? pathOf() : path, a_message);
     };
 
     // An empty element takes the value its declaration gives, as a schema reads it; an empty attribute
@@ -429,7 +449,7 @@ bool CameraValidator::matchesPattern(const QRegExp& a_pattern, const QString& a_
     return true;
 }
 
-void CameraValidator::checkUniqueKeys(const FeatureListFeatureBase* a_list, const QString& a_prefix)
+void CameraValidator::checkUniqueKeys(const FeatureListFeatureBase* a_list, const Place& a_place)
 {
     for (const UniqueKey& key : qAsConst(m_schema.keys)) {
         if (key.selector != a_list->name())
@@ -453,7 +473,7 @@ void CameraValidator::checkUniqueKeys(const FeatureListFeatureBase* a_list, cons
                     continue;
                 }
                 add(ValidationProblem::Error, member, 0,
-                    joined(joined(a_prefix, indexed(a_list->name(), repeated, instance)), key.field),
+                    joined(joined(a_place.holder(), indexed(a_list->name(), repeated, instance)), key.field),
                     QStringLiteral("%1 %2 is used by %3[%4] already; each %3 needs its own %1")
                         .arg(field, keyText, a_list->name())
                         .arg(qulonglong(*earlier)));

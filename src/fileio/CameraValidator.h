@@ -9,8 +9,6 @@
 #include <QStringList>
 #include <QVector>
 
-#include <functional>
-
 namespace Orvex {
 
 class CameraElement;
@@ -72,16 +70,31 @@ public:
     static QVector<ValidationProblem> byLine(QVector<ValidationProblem> a_problems);
 
 private:
+    // Where a feature stands: below the element path scope, inside the list instance outer, if any. The
+    // path is spelled out only for a problem: nearly every value has none.
+    struct Place
+    {
+        const FeatureElementBase* feature = nullptr;
+        const QStringList* scope = nullptr;
+        const Place* outer = nullptr;
+        // The instance of the feature, when it is a list whose members stand below it.
+        size_t instance = 0;
+
+        // The feature's holder, as a problem's path shows it.
+        QString holder() const;
+        // What the members of this list instance stand below.
+        QString memberPrefix() const;
+    };
+
     void checkCategory(const CategoryElementBase* a_category, const QStringList& a_scopePath);
-    void checkFeature(const FeatureElementBase* a_feature, const QStringList& a_holderPath,
-                      const QString& a_prefix);
-    // a_path gives the value's path, asked for only when there is a problem to report.
-    void checkValue(const ValueFeatureElementBase* a_feature, size_t a_index,
-                    const std::function<QString()>& a_path);
+    void checkFeature(const Place& a_place);
+    // a_name is the value's name as a path shows it ("@" before an attribute's).
+    void checkValue(const ValueFeatureElementBase* a_feature, size_t a_index, const Place& a_place,
+                    const QString& a_name);
     // The path of a_feature's holder below the scope a_holderPath, after a_prefix.
     static QString holderPath(const FeatureElementBase* a_feature, const QStringList& a_holderPath,
                               const QString& a_prefix);
-    void checkUniqueKeys(const FeatureListFeatureBase* a_list, const QString& a_prefix);
+    void checkUniqueKeys(const FeatureListFeatureBase* a_list, const Place& a_place);
     // a_pattern's exact match, remembered per value: modes mostly repeat each other's strings.
     bool matchesPattern(const QRegExp& a_pattern, const QString& a_value);
     void add(ValidationProblem::Severity a_severity, const FeatureElementBase* a_feature, size_t a_index,

@@ -288,9 +288,30 @@ bool NumericValue::isIdentical(const QVariant& a_left, const QVariant& a_right)
 {
     if (a_left.userType() != a_right.userType())
         return false;
-    if (a_left.userType() == QMetaType::Double)
-        return a_left.toDouble() == a_right.toDouble();
-    return a_left == a_right;
+    // The types a value is held in compare by their payload; QVariant's own comparison goes through the
+    // meta-type system, and every value written or checked is compared with what was read.
+    switch (a_left.userType()) {
+    case QMetaType::Double:
+        return *static_cast<const double*>(a_left.constData()) ==
+               *static_cast<const double*>(a_right.constData());
+    case QMetaType::LongLong:
+        return *static_cast<const qlonglong*>(a_left.constData()) ==
+               *static_cast<const qlonglong*>(a_right.constData());
+    case QMetaType::ULongLong:
+        return *static_cast<const qulonglong*>(a_left.constData()) ==
+               *static_cast<const qulonglong*>(a_right.constData());
+    case QMetaType::Bool:
+        return *static_cast<const bool*>(a_left.constData()) ==
+               *static_cast<const bool*>(a_right.constData());
+    case QMetaType::QString: {
+        // A value kept as read shares its text with the read one: no need to load either to compare.
+        const auto& left = *static_cast<const QString*>(a_left.constData());
+        const auto& right = *static_cast<const QString*>(a_right.constData());
+        return left.isSharedWith(right) || left == right;
+    }
+    default:
+        return a_left == a_right;
+    }
 }
 
 } // namespace Orvex
