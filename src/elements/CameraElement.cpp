@@ -112,6 +112,11 @@ int CameraElement::indexOfMode(const ModeElement* a_mode) const
     return a_mode ? modes().indexOf(const_cast<ModeElement*>(a_mode)) : -1;
 }
 
+bool CameraElement::holdsMode(const ModeElement* a_mode) const
+{
+    return a_mode && m_placedModes.contains(a_mode);
+}
+
 ModeElement* CameraElement::modeByName(const QString& a_name) const
 {
     for (ModeElement* mode : modes()) {

@@ -47,6 +47,9 @@ public:
     int modeCount() const { return modes().size(); }
     ModeElement* mode(int a_position) const;
     int indexOfMode(const ModeElement* a_mode) const;
+    // Whether a_mode is one of this camera's modes, without looking through them: a deleted mode lives on
+    // in its undo command, and the history asks this of every entry each time a page is shown.
+    bool holdsMode(const ModeElement* a_mode) const;
     // The first mode with exactly that name, or null.
     ModeElement* modeByName(const QString& a_name) const;
     // Null while the global page is current.

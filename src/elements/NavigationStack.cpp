@@ -52,7 +52,7 @@ bool NavigationStack::isReachable(int a_position) const
     for (const QObject* object = element; object; object = object->parent()) {
         if (const auto* mode = qobject_cast<const ModeElement*>(object)) {
             const CameraElement* camera = mode->camera();
-            return camera && camera->indexOfMode(mode) >= 0;
+            return camera && camera->holdsMode(mode);
         }
     }
     return true;
