@@ -98,18 +98,6 @@ QString quotedValue(const QString& a_value)
     return escaped(a_value.size() > limit ? a_value.left(limit) + QChar(0x2026) : a_value);
 }
 
-// Whether a node's name reads a_name, without a string made for every feature looked up.
-bool sameName(const char* a_utf8, const QString& a_name)
-{
-    const char* utf8 = a_utf8 ? a_utf8 : "";
-    const int length = int(qstrlen(utf8));
-    for (int i = 0; i < length; ++i) {
-        if (uchar(utf8[i]) >= 0x80)
-            return text(utf8) == a_name;
-    }
-    return a_name == QLatin1String(utf8, length);
-}
-
 bool isBlank(const char* a_text)
 {
     for (const char* character = a_text; character && *character; ++character) {
@@ -227,7 +215,7 @@ Lumex::ConstCamProperty LumexParser::parsePath(const QStringList& a_path, const 
         if (a_path.size() == next)
             return node;
     }
-    if (!node || !sameName(node.name(), a_path.at(next)))
+    if (!node || !ElementName(node.name()).equals(a_path.at(next)))
         return Lumex::ConstCamProperty();
     for (int i = next + 1; i < a_path.size(); ++i) {
         if (a_path.at(i).isEmpty())
