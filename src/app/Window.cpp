@@ -26,6 +26,7 @@
 #include "platform/DocumentFileWatcher.h"
 #include "widgets/DragMenu.h"
 #include "widgets/FocusRing.h"
+#include "widgets/QuietTabWidget.h"
 
 #include <QAction>
 #include <QApplication>
@@ -366,7 +367,7 @@ void Window::createCentralPages()
     m_nameLabel->setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
     connect(m_nameLabel, &QLabel::linkActivated, this, &Window::onNameLabelLink);
     layout->addWidget(m_nameLabel);
-    m_tabs = new QTabWidget(m_editorPage);
+    m_tabs = new QuietTabWidget(m_editorPage);
     m_tabs->setObjectName(QStringLiteral("CategoryTabs"));
     m_tabs->setDocumentMode(true);
     m_tabs->setUsesScrollButtons(true);

@@ -1,8 +1,11 @@
 #include "BoardFixtures.h"
 #include "ElementFixtures.h"
 #include "WindowFixtures.h"
+#include "app/CameraTreeModel.h"
 #include "app/LumexExtraDataDialog.h"
 #include "app/Window.h"
+#include "elements/CategoryElementBase.h"
+#include "elements/ElementBaseDelayQueue.h"
 
 #include <QAction>
 #include <QDir>
@@ -10,13 +13,46 @@
 #include <QProgressDialog>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QTabBar>
+#include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
+#include <QTreeView>
 #include <QTreeWidget>
 
 using namespace Orvex;
 using namespace OrvexTest;
+
+namespace {
+
+class EventCounter : public QObject
+{
+public:
+    EventCounter(QEvent::Type a_type, int* a_count) : m_type(a_type), m_count(a_count) {}
+
+    bool eventFilter(QObject*, QEvent* a_event) override
+    {
+        *m_count += a_event->type() == m_type;
+        return false;
+    }
+
+private:
+    QEvent::Type m_type;
+    int* m_count;
+};
+
+// Everything the window queued, the delayed element work included, handled.
+void settle()
+{
+    for (int pass = 0; pass < 3; ++pass) {
+        ElementBaseDelayQueue::instance()->flush();
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+    }
+}
+
+} // namespace
 
 class TestWindow : public QObject
 {
@@ -73,6 +109,44 @@ private slots:
             QCOMPARE(comments > 0, path == commented);
             QVERIFY(window->closeDocument());
         }
+    }
+
+    // Showing another page lays out that page alone: nothing above the tabs moves, so the main window is
+    // not laid out again. A tab bar grown by a larger font still moves the page down, and a page's larger
+    // minimum still reaches the window.
+    void tabSwitchKeepsWindowLayout()
+    {
+        auto window = makeWindow();
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+        QVERIFY(window->openFile(copyExample(m_dir->filePath("cam.lumex"))));
+        window->cameraTreeView()->setCurrentIndex(window->cameraTreeModel()->modeIndex(0));
+        QTabWidget* tabs = window->categoryTabs();
+        QVERIFY(tabs->count() > 2);
+        // The first switch enables Back, which lays out the tool bar and so the window.
+        tabs->setCurrentIndex(1);
+        settle();
+        int windowLayouts = 0;
+        EventCounter counter(QEvent::LayoutRequest, &windowLayouts);
+        window->installEventFilter(&counter);
+        for (const int tab : {2, 0, 1}) {
+            tabs->setCurrentIndex(tab);
+            settle();
+            const QWidget* page = window->tabCategory(tab)->widget();
+            QVERIFY(page && page->isVisible());
+            QCOMPARE(page->size(), tabs->currentWidget()->size());
+        }
+        QCOMPARE(windowLayouts, 0);
+        QFont larger = tabs->tabBar()->font();
+        larger.setPointSizeF(larger.pointSizeF() * 2);
+        tabs->tabBar()->setFont(larger);
+        settle();
+        QCOMPARE(tabs->tabBar()->height(), tabs->tabBar()->sizeHint().height());
+        QCOMPARE(tabs->currentWidget()->mapTo(tabs, QPoint()).y(), tabs->tabBar()->geometry().bottom() + 1);
+        // A page that needs more room than before raises the window's minimum.
+        tabs->currentWidget()->setMinimumHeight(2000);
+        settle();
+        QVERIFY(window->minimumSizeHint().height() > 2000);
     }
 
     void titleRule_data() { addTextRows("tests/app/data/title-rule.txt"); }
