@@ -26,10 +26,8 @@ QLocale displayLocale()
 
 } // namespace
 
-NumericFeature::NumericFeature(ElementBase* a_parentElement) : ValueFeatureElementBase(a_parentElement)
+NumericFeature::NumericFeature(ElementBase* a_parentElement) : NumericFeature(nullptr, a_parentElement)
 {
-    setValueProperty(QStringLiteral("value"));
-    insertInstance(NoIndex);
 }
 
 NumericFeature::NumericFeature(const NumericFeature* a_source, ElementBase* a_parentElement)
@@ -44,8 +42,9 @@ NumericFeature::NumericFeature(const NumericFeature* a_source, ElementBase* a_pa
         m_explicitMinimum = a_source->m_explicitMinimum;
         m_explicitMaximum = a_source->m_explicitMaximum;
         m_fractionDigits = a_source->m_fractionDigits;
-        m_limits = a_source->m_limits;
     }
+    // A copy takes its source's limits rather than working out the same ones again.
+    m_limits = a_source ? a_source->m_limits : narrowedLimits();
     insertInstance(NoIndex);
     if (a_source)
         copyValuesFrom(*a_source);

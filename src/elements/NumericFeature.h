@@ -159,7 +159,7 @@ private:
     int m_fractionDigits = 0;
     // What limits() answers, worked out again whenever a facet changes: every range check, bounded value
     // and spin box asks for it, and a large file asks tens of thousands of times.
-    std::optional<Limits> m_limits = narrowedLimits();
+    std::optional<Limits> m_limits;
 };
 
 } // namespace Orvex
