@@ -1,6 +1,7 @@
 #include "elements/NumericFeature.h"
 
 #include "elements/NumericSpinBox.h"
+#include "widgets/CheckedSpinBox.h"
 
 #include <QDoubleSpinBox>
 #include <QFontMetrics>
@@ -296,9 +297,7 @@ void NumericFeature::configureSpinBox(QDoubleSpinBox* a_spinBox) const
     a_spinBox->setReadOnly(fixedValue().isValid());
     const QString unit = NumericSpinBox::unitOf(annotation());
     a_spinBox->setSuffix(unit.isEmpty() ? QString() : QLatin1Char(' ') + unit);
-    const QString range = QStringLiteral("From %1 to %2.")
-                              .arg(a_spinBox->textFromValue(limits->minimum) + a_spinBox->suffix(),
-                                   a_spinBox->textFromValue(limits->maximum) + a_spinBox->suffix());
+    const QString range = CheckedSpinBox::rangeSentence(a_spinBox, a_spinBox->suffix());
     a_spinBox->setToolTip(
         annotation().isEmpty() ? range : QStringLiteral("<p>%1</p><p>%2</p>").arg(annotation(), range));
 }

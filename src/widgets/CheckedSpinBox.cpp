@@ -6,6 +6,7 @@
 #include <QLineEdit>
 
 #include <cmath>
+#include <limits>
 
 namespace Orvex {
 
@@ -33,9 +34,31 @@ void CheckedSpinBox::focusOutEvent(QFocusEvent* a_event)
     updateMark();
 }
 
-QString CheckedSpinBox::rangeText() const
+bool CheckedSpinBox::isBounded(double a_bound)
 {
-    return QStringLiteral("%1 to %2").arg(textFromValue(minimum()), textFromValue(maximum()));
+    return std::fabs(a_bound) < std::numeric_limits<double>::max();
+}
+
+QString CheckedSpinBox::rangeText(const QDoubleSpinBox* a_box, const QString& a_unit)
+{
+    const bool low = isBounded(a_box->minimum());
+    const bool high = isBounded(a_box->maximum());
+    const auto shown = [&](double a_bound) { return a_box->textFromValue(a_bound) + a_unit; };
+    if (low && high)
+        return QStringLiteral("%1 to %2").arg(shown(a_box->minimum()), shown(a_box->maximum()));
+    if (low)
+        return QStringLiteral("%1 or more").arg(shown(a_box->minimum()));
+    if (high)
+        return QStringLiteral("%1 or less").arg(shown(a_box->maximum()));
+    return QStringLiteral("any number");
+}
+
+QString CheckedSpinBox::rangeSentence(const QDoubleSpinBox* a_box, const QString& a_unit)
+{
+    const QString range = rangeText(a_box, a_unit);
+    if (isBounded(a_box->minimum()) && isBounded(a_box->maximum()))
+        return QStringLiteral("From %1.").arg(range);
+    return range.at(0).toUpper() + range.mid(1) + QLatin1Char('.');
 }
 
 bool CheckedSpinBox::readsAsNumber(const QString& a_text, double* a_number) const
@@ -85,7 +108,11 @@ void CheckedSpinBox::updateMark()
     double number = 0.0;
     QString text = lineEdit()->text();
     int position = lineEdit()->cursorPosition();
-    m_guard->setRefusalHint(QStringLiteral("Allowed: a number from %1.").arg(rangeText()));
+    const bool bounded = isBounded(minimum()) && isBounded(maximum());
+    const bool unbounded = !isBounded(minimum()) && !isBounded(maximum());
+    m_guard->setRefusalHint(bounded     ? QStringLiteral("Allowed: a number from %1.").arg(rangeText())
+                            : unbounded ? QStringLiteral("Allowed: any number.")
+                                        : QStringLiteral("Allowed: a number of %1.").arg(rangeText()));
     // A number the box does not accept as it stands, and that lies outside the range, is not taken;
     // one on its way into the range ("5" of "50" above 10) is as well, and says so.
     if (QDoubleSpinBox::validate(text, position) != QValidator::Acceptable && readsAsNumber(text, &number) &&

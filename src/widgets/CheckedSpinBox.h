@@ -18,8 +18,13 @@ public:
     explicit CheckedSpinBox(QWidget* a_parent = nullptr);
 
     FieldGuard* guard() const { return m_guard; }
-    // "0 to 10000000", as the box would show its bounds.
-    QString rangeText() const;
+    // The box's range as the user reads it: "0 to 10000000", "1 or more", "0 or less" or "any number",
+    // each bound as the box would show it, followed by a_unit. The largest double stands for no bound
+    // (the unbounded integer types and the real ones): its 309 digits say nothing to anyone.
+    static QString rangeText(const QDoubleSpinBox* a_box, const QString& a_unit = QString());
+    QString rangeText() const { return rangeText(this); }
+    // The same as a sentence: "From 0 to 10000000.", "1 or more.", "0 or less." or "Any number.".
+    static QString rangeSentence(const QDoubleSpinBox* a_box, const QString& a_unit = QString());
 
     QValidator::State validate(QString& a_text, int& a_position) const override;
     void stepBy(int a_steps) override;
@@ -29,6 +34,8 @@ protected:
     void focusOutEvent(QFocusEvent* a_event) override;
 
 private:
+    // False for the largest double either way, which stands for no bound.
+    static bool isBounded(double a_bound);
     // The number a_text shows where it is one, whatever the range.
     bool readsAsNumber(const QString& a_text, double* a_number) const;
     void updateMark();

@@ -186,6 +186,7 @@ private slots:
         // A number that is not taken stays on screen, marked with the reason, until the focus leaves.
         const QString mark = OrvexTest::rowText("mark");
         QCOMPARE(FieldGuard::of(box)->mark(), mark);
+        QCOMPARE(FieldGuard::of(box)->refusalHint(), OrvexTest::rowText("hint"));
         if (!mark.isEmpty())
             QCOMPARE(box->text(), typed);
         QFocusEvent leave(QEvent::FocusOut);
