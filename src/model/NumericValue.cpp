@@ -218,6 +218,9 @@ QVariant NumericValue::parse(const QString& a_text, RepTypeEnum a_type, bool* a_
 
 QVariant NumericValue::parseWithHexadecimal(const QString& a_text, RepTypeEnum a_type, bool* a_ok)
 {
+    // Nearly every value a file holds is decimal: one without an "x" needs no match.
+    if (!a_text.contains(QLatin1Char('x'), Qt::CaseInsensitive))
+        return parse(a_text, a_type, a_ok);
     static const QRegularExpression hexadecimal(QStringLiteral("^([+-]?)0[xX]([0-9A-Fa-f]+)$"));
     const QRegularExpressionMatch match = hexadecimal.match(a_text.trimmed());
     if (!match.hasMatch())

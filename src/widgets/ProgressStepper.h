@@ -80,6 +80,8 @@ private:
     int m_stepsDone = 0;
     int m_value = 0;
     int m_frameIntervalMs = 16;
+    static constexpr unsigned s_breathsPerClockRead = 16;
+    unsigned m_breaths = 0;
     QElapsedTimer m_sinceEvents;
     QElapsedTimer m_sinceLabel;
     QString m_pendingDetail;
