@@ -108,16 +108,58 @@ void CategoryElementBase::filterFeatures(const QString& a_text)
 {
     if (!m_form)
         return;
-    // Rows stand in the order the features were added, one each.
-    const QVector<FeatureElementBase*> features = this->features();
-    for (int row = 0; row < m_form->rowCount() && row < features.size(); ++row) {
-        const bool shown = features.at(row)->name().contains(a_text, Qt::CaseInsensitive);
-        for (const QFormLayout::ItemRole role :
-             {QFormLayout::LabelRole, QFormLayout::FieldRole, QFormLayout::SpanningRole}) {
-            if (QLayoutItem* item = m_form->itemAt(row, role); item && item->widget())
-                item->widget()->setVisible(shown);
+    m_filter = a_text;
+    // A label column as wide as the widest label of all, hidden ones included: the column the page has
+    // unfiltered.
+    int labelWidth = 0;
+    if (!a_text.isEmpty()) {
+        for (const FormRow& row : qAsConst(m_rows)) {
+            if (row.label && row.editor)
+                labelWidth = qMax(labelWidth, row.label->sizeHint().width());
         }
     }
+    const FormRow* previous = nullptr;
+    for (FormRow& row : m_rows) {
+        if (!row.label)
+            continue;
+        if (row.editor)
+            row.label->setMinimumWidth(labelWidth);
+        const bool shown = row.feature && row.feature->name().contains(a_text, Qt::CaseInsensitive);
+        placeRow(row, previous, shown);
+        if (row.inForm)
+            previous = &row;
+    }
+}
+
+void CategoryElementBase::placeRow(FormRow& a_row, const FormRow* a_previous, bool a_shown)
+{
+    // Qt's form layout keeps the spacing of a row whose widgets are hidden, so a hidden feature's row
+    // leaves the form, and comes back at its place.
+    if (a_shown && !a_row.inForm) {
+        int position = 0;
+        QFormLayout::ItemRole role = QFormLayout::LabelRole;
+        if (a_previous) {
+            m_form->getWidgetPosition(a_previous->label, &position, &role);
+            ++position;
+        }
+        if (a_row.editor)
+            m_form->insertRow(position, a_row.label, a_row.editor);
+        else
+            m_form->insertRow(position, a_row.label);
+    } else if (!a_shown && a_row.inForm) {
+        int position = -1;
+        QFormLayout::ItemRole role = QFormLayout::LabelRole;
+        m_form->getWidgetPosition(a_row.label, &position, &role);
+        if (position >= 0) {
+            const QFormLayout::TakeRowResult taken = m_form->takeRow(position);
+            delete taken.labelItem;
+            delete taken.fieldItem;
+        }
+    }
+    a_row.inForm = a_shown;
+    a_row.label->setVisible(a_shown);
+    if (a_row.editor)
+        a_row.editor->setVisible(a_shown);
 }
 
 void CategoryElementBase::highlight(size_t)
@@ -148,6 +190,10 @@ void CategoryElementBase::addFeatureRow(FeatureElementBase* a_feature)
         m_form->addRow(label, editor);
     else
         m_form->addRow(label);
+    m_rows.append({a_feature, label, editor, true});
+    // A feature added while the page is filtered is filtered as well.
+    if (!m_filter.isEmpty())
+        filterFeatures(m_filter);
 }
 
 void CategoryElementBase::dropDestroyedFeatures()

@@ -44,7 +44,9 @@ public:
 
 public slots:
     // Hides the rows of the features whose name does not hold a_text, whatever its case; an empty text
-    // shows every row. The page's filter field calls it as the user types.
+    // shows every row. The rows shown follow each other from the top of the form, without the room of
+    // the hidden ones, and the labels keep their unfiltered column, so that the fields do not move
+    // sideways. The page's filter field calls it as the user types.
     void filterFeatures(const QString& a_text);
 
 protected:
@@ -58,11 +60,26 @@ private slots:
     void dropDestroyedFeatures();
 
 private:
+    // A feature's row of the form: its label and its editor, when it has one.
+    struct FormRow
+    {
+        QPointer<FeatureElementBase> feature;
+        QPointer<QWidget> label;
+        QPointer<QWidget> editor;
+        bool inForm = true;
+    };
+
     void addFeatureRow(FeatureElementBase* a_feature);
+    // Puts a_row in the form after a_previous (first without one) or takes it out, and shows or hides
+    // its widgets.
+    void placeRow(FormRow& a_row, const FormRow* a_previous, bool a_shown);
 
     QVector<QPointer<FeatureElementBase>> m_features;
     QPointer<QWidget> m_formWidget;
     QPointer<QFormLayout> m_form;
+    // In the order of the features.
+    QVector<FormRow> m_rows;
+    QString m_filter;
 };
 
 } // namespace Orvex

@@ -7,9 +7,13 @@
 #include "elements/CategoryElementBase.h"
 #include "elements/ElementBaseDelayQueue.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QDir>
 #include <QFile>
+#include <QFormLayout>
+#include <QLabel>
+#include <QLineEdit>
 #include <QProgressDialog>
 #include <QPushButton>
 #include <QRegularExpression>
@@ -50,6 +54,39 @@ void settle()
         QCoreApplication::sendPostedEvents();
         QCoreApplication::processEvents();
     }
+}
+
+// A row of a page's form as the user sees it: its label, and its field when it has one with room.
+struct FormRow
+{
+    QString name;
+    QWidget* label = nullptr;
+    QWidget* field = nullptr;
+};
+
+// The rows shown, from top to bottom.
+QVector<FormRow> formRows(const QFormLayout* a_form)
+{
+    QVector<FormRow> rows;
+    for (int row = 0; row < a_form->rowCount(); ++row) {
+        QLayoutItem* label = a_form->itemAt(row, QFormLayout::LabelRole);
+        if (!label)
+            label = a_form->itemAt(row, QFormLayout::SpanningRole);
+        if (!label || !label->widget() || !label->widget()->isVisible())
+            continue;
+        FormRow shown;
+        shown.label = label->widget();
+        const auto* text = qobject_cast<QLabel*>(shown.label);
+        shown.name = text ? text->text() : qobject_cast<QAbstractButton*>(shown.label)->text();
+        if (QLayoutItem* field = a_form->itemAt(row, QFormLayout::FieldRole);
+            field && field->widget() && field->widget()->height() > 0)
+            shown.field = field->widget();
+        rows << shown;
+    }
+    std::sort(rows.begin(), rows.end(), [](const FormRow& a_one, const FormRow& a_other) {
+        return a_one.label->y() < a_other.label->y();
+    });
+    return rows;
 }
 
 } // namespace
@@ -147,6 +184,77 @@ private slots:
         tabs->currentWidget()->setMinimumHeight(2000);
         settle();
         QVERIFY(window->minimumSizeHint().height() > 2000);
+    }
+
+    // A page's filter shows the rows of the features whose name holds the text, in their order and from
+    // where the first row stands, without the room of the rows it hides; the fields keep their column.
+    void pageFilter_data()
+    {
+        QTest::addColumn<QString>("filter");
+        QTest::addColumn<QStringList>("shown");
+        QTest::newRow("part of one name") << "Frames" << QStringList{"FramesPerTrigger"};
+        QTest::newRow("any case, last rows hidden") << "trigger" << QStringList{"TriggerMode",
+                                                                                "TriggerSource",
+                                                                                "TriggerActivation",
+                                                                                "TriggerDelay",
+                                                                                "TriggerLatencyCompensation",
+                                                                                "TriggerDebounce",
+                                                                                "FramesPerTrigger"};
+        QTest::newRow("a switch alone") << "Position" << QStringList{"EncoderStartPosition"};
+        QTest::newRow("none") << "no such feature" << QStringList{};
+    }
+
+    void pageFilter()
+    {
+        QFETCH(QString, filter);
+        QFETCH(QStringList, shown);
+        auto window = makeWindow();
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+        QVERIFY(window->openFile(copyExample(m_dir->filePath("cam.lumex"))));
+        window->cameraTreeView()->setCurrentIndex(window->cameraTreeModel()->modeIndex(0));
+        QTabWidget* tabs = window->categoryTabs();
+        for (int tab = 0; tab < tabs->count(); ++tab) {
+            if (tabs->tabText(tab) == QLatin1String("Trigger"))
+                tabs->setCurrentIndex(tab);
+        }
+        settle();
+        QWidget* page = window->tabCategory(tabs->currentIndex())->widget();
+        auto* field = page->findChild<QLineEdit*>(QStringLiteral("CategoryFilter"));
+        auto* form = page->findChild<QFormLayout*>();
+        QVERIFY(field && form);
+
+        const QVector<FormRow> all = formRows(form);
+        QVERIFY(all.size() > 2);
+        // The most room the page leaves between two rows, unfiltered.
+        int spacing = 0;
+        for (int row = 1; row < all.size(); ++row)
+            spacing = qMax(spacing, all.at(row).label->y() - all.at(row - 1).label->geometry().bottom());
+
+        field->setText(filter);
+        settle();
+        const QVector<FormRow> filtered = formRows(form);
+        QStringList names;
+        for (int row = 0; row < filtered.size(); ++row) {
+            const FormRow& at = filtered.at(row);
+            names << at.name;
+            // Where the first row stood, or as close below the row above as unfiltered rows stand.
+            const int above =
+                row == 0 ? all.first().label->y() : filtered.at(row - 1).label->geometry().bottom();
+            QVERIFY2(at.label->y() - above <= (row == 0 ? 0 : spacing), qPrintable(at.name));
+            if (at.field)
+                QCOMPARE(at.field->x(), all.first().field->x());
+        }
+        QCOMPARE(names.join(","), shown.join(","));
+
+        field->clear();
+        settle();
+        const QVector<FormRow> restored = formRows(form);
+        QCOMPARE(restored.size(), all.size());
+        for (int row = 0; row < all.size(); ++row) {
+            QCOMPARE(restored.at(row).name, all.at(row).name);
+            QCOMPARE(restored.at(row).label->geometry(), all.at(row).label->geometry());
+        }
     }
 
     void titleRule_data() { addTextRows("tests/app/data/title-rule.txt"); }
