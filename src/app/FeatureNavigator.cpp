@@ -113,6 +113,8 @@ bool FeatureNavigator::goToElement(ElementBase* a_element, size_t a_instance)
         camera->setGlobalMode();
     }
     window->recordCurrentPage();
+    if (CategoryElementBase* page = pageOf(a_element))
+        page->revealFeature(a_element);
     ElementBaseDelayQueue::instance()->flush();
     // A page built just now has not been laid out yet, and scrolling needs its rows where they will be.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);

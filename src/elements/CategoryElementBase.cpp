@@ -86,6 +86,7 @@ QWidget* CategoryElementBase::createWidget()
     filter->setPlaceholderText(QStringLiteral("Filter features by name"));
     filter->setClearButtonEnabled(true);
     connect(filter, &QLineEdit::textChanged, this, &CategoryElementBase::filterFeatures);
+    m_filterField = filter;
     layout->addWidget(filter);
     m_formWidget = new QWidget(content);
     m_formWidget->setObjectName(QStringLiteral("TransparentWidget"));
@@ -128,6 +129,19 @@ void CategoryElementBase::filterFeatures(const QString& a_text)
         placeRow(row, previous, shown);
         if (row.inForm)
             previous = &row;
+    }
+}
+
+void CategoryElementBase::revealFeature(const QObject* a_element)
+{
+    const QObject* feature = a_element;
+    while (feature && feature->parent() != this)
+        feature = feature->parent();
+    for (const FormRow& row : qAsConst(m_rows)) {
+        if (feature && row.feature == feature && !row.inForm && m_filterField) {
+            m_filterField->clear();
+            return;
+        }
     }
 }
 

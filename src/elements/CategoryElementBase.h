@@ -6,6 +6,7 @@
 #include <QVector>
 
 class QFormLayout;
+class QLineEdit;
 class QVBoxLayout;
 
 namespace Orvex {
@@ -48,6 +49,8 @@ public slots:
     // the hidden ones, and the labels keep their unfiltered column, so that the fields do not move
     // sideways. The page's filter field calls it as the user types.
     void filterFeatures(const QString& a_text);
+    // Clears the page's filter when it hides the row that holds a_element, which the user is taken to.
+    void revealFeature(const QObject* a_element);
 
 protected:
     // The page's content below the scroll area's viewport: a vertical layout that holds the form and
@@ -77,6 +80,7 @@ private:
     QVector<QPointer<FeatureElementBase>> m_features;
     QPointer<QWidget> m_formWidget;
     QPointer<QFormLayout> m_form;
+    QPointer<QLineEdit> m_filterField;
     // In the order of the features.
     QVector<FormRow> m_rows;
     QString m_filter;

@@ -2,10 +2,14 @@
 #include "ElementFixtures.h"
 #include "WindowFixtures.h"
 #include "app/CameraTreeModel.h"
+#include "app/FeatureNavigator.h"
 #include "app/LumexExtraDataDialog.h"
 #include "app/Window.h"
+#include "elements/CameraElement.h"
 #include "elements/CategoryElementBase.h"
 #include "elements/ElementBaseDelayQueue.h"
+#include "elements/ModeElement.h"
+#include "elements/WindowElement.h"
 
 #include <QAbstractButton>
 #include <QAction>
@@ -246,6 +250,13 @@ private slots:
                 QCOMPARE(at.field->x(), all.first().field->x());
         }
         QCOMPARE(names.join(","), shown.join(","));
+        // Taken to a feature, the user sees it: a filter that hides it is cleared, one that shows it stays.
+        const QString first = all.first().name;
+        QVERIFY(window->featureNavigator()->goTo(window->windowElement()->camera()->mode(0)->name(),
+                                                 {QStringLiteral("Trigger"), first}, 0));
+        settle();
+        QCOMPARE(field->text(), shown.contains(first) ? filter : QString());
+        QCOMPARE(formRows(form).first().name, first);
 
         field->clear();
         settle();
