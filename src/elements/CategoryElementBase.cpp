@@ -17,6 +17,23 @@
 
 namespace Orvex {
 
+namespace {
+
+// Whether the name of a_feature, or of a member of it at any depth, holds a_text whatever its case: the
+// row of a list shows its members, and a user filtering for one looks for that row.
+bool nameHolds(const FeatureElementBase* a_feature, const QString& a_text)
+{
+    if (a_feature->name().contains(a_text, Qt::CaseInsensitive))
+        return true;
+    const auto* list = qobject_cast<const FeatureListFeatureBase*>(a_feature);
+    const QVector<FeatureElementBase*> members =
+        list ? list->memberTemplates() : QVector<FeatureElementBase*>();
+    return std::any_of(members.cbegin(), members.cend(),
+                       [&a_text](const FeatureElementBase* a_member) { return nameHolds(a_member, a_text); });
+}
+
+} // namespace
+
 CategoryElementBase::CategoryElementBase(const CategoryElementBase* a_source, ElementBase* a_parentElement)
     : WidgetElementBase(a_source, a_parentElement)
 {
@@ -125,7 +142,7 @@ void CategoryElementBase::filterFeatures(const QString& a_text)
             continue;
         if (row.editor)
             row.label->setMinimumWidth(labelWidth);
-        const bool shown = row.feature && row.feature->name().contains(a_text, Qt::CaseInsensitive);
+        const bool shown = row.feature && nameHolds(row.feature, a_text);
         placeRow(row, previous, shown);
         if (row.inForm)
             previous = &row;

@@ -194,38 +194,48 @@ private slots:
     // where the first row stands, without the room of the rows it hides; the fields keep their column.
     void pageFilter_data()
     {
+        QTest::addColumn<QString>("page");
         QTest::addColumn<QString>("filter");
         QTest::addColumn<QStringList>("shown");
-        QTest::newRow("part of one name") << "Frames" << QStringList{"FramesPerTrigger"};
-        QTest::newRow("any case, last rows hidden") << "trigger" << QStringList{"TriggerMode",
+        QTest::newRow("part of one name") << "Trigger"
+                                          << "Frames" << QStringList{"FramesPerTrigger"};
+        QTest::newRow("any case, last rows hidden") << "Trigger"
+                                                    << "trigger" << QStringList{"TriggerMode",
                                                                                 "TriggerSource",
                                                                                 "TriggerActivation",
                                                                                 "TriggerDelay",
                                                                                 "TriggerLatencyCompensation",
                                                                                 "TriggerDebounce",
                                                                                 "FramesPerTrigger"};
-        QTest::newRow("a switch alone") << "Position" << QStringList{"EncoderStartPosition"};
-        QTest::newRow("none") << "no such feature" << QStringList{};
+        QTest::newRow("a switch alone") << "Trigger"
+                                        << "Position" << QStringList{"EncoderStartPosition"};
+        QTest::newRow("none") << "Trigger"
+                              << "no such feature" << QStringList{};
+        QTest::newRow("a member's name shows its list") << ""
+                                                        << "focal" << QStringList{"Lens"};
     }
 
     void pageFilter()
     {
+        QFETCH(QString, page);
         QFETCH(QString, filter);
         QFETCH(QStringList, shown);
         auto window = makeWindow();
         window->show();
         QVERIFY(QTest::qWaitForWindowExposed(window.get()));
         QVERIFY(window->openFile(copyExample(m_dir->filePath("cam.lumex"))));
-        window->cameraTreeView()->setCurrentIndex(window->cameraTreeModel()->modeIndex(0));
+        // A category of the first mode, or the global features.
+        window->cameraTreeView()->setCurrentIndex(page.isEmpty() ? window->cameraTreeModel()->cameraIndex()
+                                                                 : window->cameraTreeModel()->modeIndex(0));
         QTabWidget* tabs = window->categoryTabs();
         for (int tab = 0; tab < tabs->count(); ++tab) {
-            if (tabs->tabText(tab) == QLatin1String("Trigger"))
+            if (tabs->tabText(tab) == page)
                 tabs->setCurrentIndex(tab);
         }
         settle();
-        QWidget* page = window->tabCategory(tabs->currentIndex())->widget();
-        auto* field = page->findChild<QLineEdit*>(QStringLiteral("CategoryFilter"));
-        auto* form = page->findChild<QFormLayout*>();
+        QWidget* shownPage = window->tabCategory(tabs->currentIndex())->widget();
+        auto* field = shownPage->findChild<QLineEdit*>(QStringLiteral("CategoryFilter"));
+        auto* form = shownPage->findChild<QFormLayout*>();
         QVERIFY(field && form);
 
         const QVector<FormRow> all = formRows(form);
@@ -252,8 +262,9 @@ private slots:
         QCOMPARE(names.join(","), shown.join(","));
         // Taken to a feature, the user sees it: a filter that hides it is cleared, one that shows it stays.
         const QString first = all.first().name;
-        QVERIFY(window->featureNavigator()->goTo(window->windowElement()->camera()->mode(0)->name(),
-                                                 {QStringLiteral("Trigger"), first}, 0));
+        const QString mode = page.isEmpty() ? QString() : window->windowElement()->camera()->mode(0)->name();
+        QVERIFY(window->featureNavigator()->goTo(
+            mode, page.isEmpty() ? QStringList{first} : QStringList{page, first}, 0));
         settle();
         QCOMPARE(field->text(), shown.contains(first) ? filter : QString());
         QCOMPARE(formRows(form).first().name, first);
