@@ -45,9 +45,9 @@ public:
 
 public slots:
     // Hides the rows of the features whose name does not hold a_text, whatever its case, nor that of any
-    // of their members; an empty text shows every row. The rows shown follow each other from the top of the form, without the room of
-    // the hidden ones, and the labels keep their unfiltered column, so that the fields do not move
-    // sideways. The page's filter field calls it as the user types.
+    // of their members; an empty text shows every row. The rows shown follow each other from the top of
+    // the form, without the room of the hidden ones, and the labels keep their unfiltered column, so
+    // that the fields do not move sideways. The page's filter field calls it as the user types.
     void filterFeatures(const QString& a_text);
     // Clears the page's filter when it hides the row that holds a_element, which the user is taken to.
     void revealFeature(const QObject* a_element);
