@@ -151,11 +151,13 @@ void CategoryElementBase::filterFeatures(const QString& a_text)
 
 void CategoryElementBase::revealFeature(const QObject* a_element)
 {
+    if (m_filter.isEmpty() || !m_filterField)
+        return;
     const QObject* feature = a_element;
     while (feature && feature->parent() != this)
         feature = feature->parent();
     for (const FormRow& row : qAsConst(m_rows)) {
-        if (feature && row.feature == feature && !row.inForm && m_filterField) {
+        if (feature && row.feature == feature && !row.inForm) {
             m_filterField->clear();
             return;
         }
