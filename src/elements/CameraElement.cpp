@@ -1,6 +1,7 @@
 #include "elements/CameraElement.h"
 
 #include "elements/CameraGlobalCategory.h"
+#include "elements/ModeBuilder.h"
 #include "elements/ModeElement.h"
 #include "elements/ValueFeatureElementBase.h"
 #include "elements/WindowElement.h"
@@ -67,6 +68,28 @@ QObject* CameraElement::mainWindow() const
 CameraGlobalCategory* CameraElement::globalCategory() const
 {
     return m_globalCategory;
+}
+
+ModeElement* CameraElement::modeTemplate() const
+{
+    return m_modeTemplate;
+}
+
+void CameraElement::setModeTemplate(ModeElement* a_template)
+{
+    if (a_template && a_template->parent() != this)
+        a_template->setParent(this);
+    m_modeTemplate = a_template;
+}
+
+ModeBuilder* CameraElement::modeBuilder() const
+{
+    return m_modeBuilder.get();
+}
+
+void CameraElement::setModeBuilder(std::unique_ptr<ModeBuilder> a_builder)
+{
+    m_modeBuilder = std::move(a_builder);
 }
 
 int CameraElement::standard() const

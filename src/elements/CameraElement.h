@@ -6,9 +6,12 @@
 #include <QSet>
 #include <QVector>
 
+#include <memory>
+
 namespace Orvex {
 
 class CameraGlobalCategory;
+class ModeBuilder;
 class ModeElement;
 
 // The camera of a document: its global category and its modes, of which at most one is current. No
@@ -54,6 +57,14 @@ public:
     ModeElement* modeByName(const QString& a_name) const;
     // Null while the global page is current.
     ModeElement* currentMode() const;
+
+    // The mode as the schema describes it, with the schema's values: what a loader copies every mode of
+    // a file from. It is none of the modes; the camera owns it. Null until a loader sets one.
+    ModeElement* modeTemplate() const;
+    void setModeTemplate(ModeElement* a_template);
+    // What fills the modes a loader left unbuilt; null when there are none.
+    ModeBuilder* modeBuilder() const;
+    void setModeBuilder(std::unique_ptr<ModeBuilder> a_builder);
 
     // Puts a mode made for this camera at a_position (out of range: at the end), under a unique name,
     // taking it back as Qt child when something else held it meanwhile. Returns the position, or -1 for
@@ -121,6 +132,8 @@ private:
     mutable QVector<ModeElement*> m_livingModes;
     mutable bool m_livingModesKnown = false;
     QPointer<ModeElement> m_currentMode;
+    QPointer<ModeElement> m_modeTemplate;
+    std::unique_ptr<ModeBuilder> m_modeBuilder;
     // Set while a page is being selected, so that the raises it causes, which report back here, do not
     // select again.
     bool m_selecting = false;

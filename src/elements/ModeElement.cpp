@@ -1,6 +1,7 @@
 #include "elements/ModeElement.h"
 
 #include "elements/CameraElement.h"
+#include "elements/ModeBuilder.h"
 #include "elements/ModeCategoryElementBase.h"
 #include "elements/WindowElement.h"
 
@@ -33,6 +34,27 @@ ModeElement* ModeElement::clone() const
     return m_camera ? new ModeElement(this, m_camera) : nullptr;
 }
 
+ModeElement* ModeElement::unbuiltCopy() const
+{
+    if (!m_camera)
+        return nullptr;
+    auto* copy = new ModeElement(m_camera);
+    copy->setName(name());
+    copy->setAnnotation(annotation());
+    copy->setElementPath(elementPath());
+    copy->m_built = false;
+    return copy;
+}
+
+void ModeElement::build() const
+{
+    if (m_built)
+        return;
+    m_built = true;
+    if (ModeBuilder* builder = m_camera ? m_camera->modeBuilder() : nullptr)
+        builder->build(const_cast<ModeElement*>(this));
+}
+
 CameraElement* ModeElement::camera() const
 {
     return m_camera;
@@ -40,6 +62,7 @@ CameraElement* ModeElement::camera() const
 
 QVector<ModeCategoryElementBase*> ModeElement::categories() const
 {
+    build();
     QVector<ModeCategoryElementBase*> living;
     living.reserve(m_categories.size());
     for (const QPointer<ModeCategoryElementBase>& category : m_categories) {

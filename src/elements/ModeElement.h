@@ -27,6 +27,13 @@ public:
 
     // A copy made with the copying constructor for this mode's camera, not yet inserted in it.
     ModeElement* clone() const;
+    // A copy of this mode's name, annotation and path for this mode's camera, without categories, which
+    // the camera's mode builder gives it when they are first asked for. A loader makes one per mode of a
+    // file, so that opening a file with many modes builds only the modes the user goes to.
+    ModeElement* unbuiltCopy() const;
+    // False until an unbuilt copy is filled; everything that reads categories fills it first. Code that
+    // can do its work from the file's content instead asks this, to leave the mode unbuilt.
+    bool isBuilt() const { return m_built; }
 
     CameraElement* camera() const;
 
@@ -67,6 +74,8 @@ private slots:
     void dropDestroyedCategories();
 
 private:
+    // Asks the camera's mode builder to fill an unbuilt mode; nothing for a built one.
+    void build() const;
     void stepCategory(bool a_next);
 
     QPointer<CameraElement> m_camera;
@@ -75,6 +84,7 @@ private:
     // Set while this mode changes its current category, so that the category's own raise, which
     // reports back here, does not start the change again.
     bool m_activating = false;
+    mutable bool m_built = true;
 };
 
 } // namespace Orvex

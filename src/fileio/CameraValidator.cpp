@@ -529,6 +529,26 @@ QHash<QString, QVector<ValidationProblem>> CameraValidator::checkUnknownContent(
     return found;
 }
 
+ElementLocator CameraValidator::nearestKnown(const LumexTreeElement* a_node) const
+{
+    // The nearest element the schema knows is where the user can look. Inside a mode that is not built
+    // yet only the mode is known, so the mode is built for its elements.
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        for (const LumexTreeElement* above = a_node; above; above = above->parentElement()) {
+            const ElementBase* element = ElementBase::findById(quint64(above->elementId()));
+            if (!element)
+                continue;
+            const auto* mode = qobject_cast<const ModeElement*>(element);
+            if (attempt == 0 && mode && !mode->isBuilt() && above != a_node) {
+                mode->categories();
+                break;
+            }
+            return ElementLocator::locate(m_camera, element);
+        }
+    }
+    return ElementLocator();
+}
+
 QString CameraValidator::unknownPath(const LumexTreeElement* a_node, const LumexTreeElement* a_start,
                                      bool a_global) const
 {
@@ -619,11 +639,7 @@ void CameraValidator::collectUnknown(const LumexTreeElement* a_node, const QStri
             problem.message = QStringLiteral("Unknown attribute %1; %2").arg(child->name(), kept);
         else
             problem.message = QStringLiteral("Unknown element <%1>; %2").arg(child->name(), kept);
-        // The nearest element the schema knows is where the user can look.
-        for (const LumexTreeElement* above = a_node; above && !problem.locator.isValid();
-             above = above->parentElement())
-            if (const auto* element = ElementBase::findById(quint64(above->elementId())))
-                problem.locator = ElementLocator::locate(m_camera, element);
+        problem.locator = nearestKnown(a_node);
         a_found[mode] << problem;
     }
 }

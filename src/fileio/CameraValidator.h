@@ -102,6 +102,8 @@ private:
     void collectUnknown(const LumexTreeElement* a_node, const QString& a_mode,
                         const LumexTreeElement* a_pathStart,
                         QHash<QString, QVector<ValidationProblem>>& a_found) const;
+    // Where the user can look for a problem at a_node.
+    ElementLocator nearestKnown(const LumexTreeElement* a_node) const;
     // The path a problem at a_node shows: the names from below a_start down to it, the global features'
     // own element left out when a_global.
     QString unknownPath(const LumexTreeElement* a_node, const LumexTreeElement* a_start, bool a_global) const;

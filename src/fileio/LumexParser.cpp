@@ -6,6 +6,8 @@
 #include "elements/EnumerationFeature.h"
 #include "elements/FeatureListFeatureBase.h"
 #include "elements/GenericModeCategory.h"
+#include "elements/ModeBuilder.h"
+#include "elements/ModeCategoryElementBase.h"
 #include "elements/ModeElement.h"
 #include "elements/NumericFeature.h"
 #include "elements/StringFeature.h"
@@ -22,10 +24,12 @@
 #include <QDebug>
 #include <QFile>
 #include <QHash>
+#include <QScopedValueRollback>
 #include <QSet>
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <string_view>
 #include <unordered_map>
 
@@ -73,7 +77,7 @@ QByteArray trimmedBytes(const char* a_utf8, const QString& a_text)
     const char* begin = a_utf8 ? a_utf8 : "";
     const char* end = begin + std::strlen(begin);
     if (!std::all_of(begin, end, [](char a_byte) { return uchar(a_byte) < 0x80; }))
-        return a_text.trimmed().toLocal8Bit();
+        return a_text.trimmed().toUtf8();
     const auto blank = [](char a_byte) {
         return a_byte == ' ' || a_byte == '\t' || a_byte == '\n' || a_byte == '\v' || a_byte == '\f' ||
                a_byte == '\r';
@@ -106,6 +110,48 @@ bool isBlank(const char* a_text)
     }
     return true;
 }
+
+// Copies what the schema describes of a_node's content (the elements and attributes loading linked to
+// features, with their values) into a_element.
+void copySchemaContent(const LumexTreeElement* a_node, Lumex::CamProperty a_element)
+{
+    for (const LumexTreeElement* child : a_node->childElements()) {
+        if (!child->isSchemaCompliant() || child->isText() || child->isComment())
+            continue;
+        const QByteArray name = child->name().toUtf8();
+        if (child->isAttribute()) {
+            if (!child->value().isNull())
+                a_element.set(name.constData(), child->value().constData());
+            continue;
+        }
+        Lumex::CamProperty element = a_element.push_back(name.constData());
+        if (!child->value().isNull())
+            element.set(child->value().constData());
+        copySchemaContent(child, element);
+    }
+}
+
+// Builds the modes loading left unbuilt from the document tree they were read into.
+class TreeModeBuilder : public ModeBuilder
+{
+public:
+    explicit TreeModeBuilder(LumexTree* a_tree) : m_tree(a_tree) {}
+
+    void build(ModeElement* a_mode) override
+    {
+        try {
+            LumexParser::buildMode(a_mode, m_tree);
+        } catch (const ExceptionBase& a_exception) {
+            // Loading read the same content without a failure, so this is a defect; what could not be
+            // read keeps the schema's values.
+            qCCritical(orvexFilesLog).noquote()
+                << "The mode" << a_mode->name() << "could not be built:" << a_exception.what();
+        }
+    }
+
+private:
+    QPointer<LumexTree> m_tree;
+};
 
 } // namespace
 
@@ -189,6 +235,7 @@ void LumexParser::parse(CameraElement* a_camera)
         return;
     m_modeNodesByName.clear();
     m_linked.clear();
+    m_valueNodes.clear();
     step(QStringLiteral("Loading global features"));
     parseCategory(a_camera->globalCategory(), nullptr);
     parseModes(a_camera);
@@ -277,14 +324,14 @@ void LumexParser::parseModes(CameraElement* a_camera)
         names.append(name);
     }
 
-    // Every mode starts as a copy of the untouched template, before the first one is filled.
-    ModeElement* modeTemplate = a_camera->mode(0);
-    modeTemplate->setName(names.first());
-    for (int added = a_camera->modeCount(); added < count; ++added) {
+    // The template stays as the schema made it: every mode is copied from it, now or when first used.
+    ModeElement* modeTemplate = a_camera->takeMode(0);
+    a_camera->setModeTemplate(modeTemplate);
+    for (int index = 0; index < count; ++index) {
         breathe();
-        ModeElement* copy = modeTemplate->clone();
-        copy->setName(names.at(added));
-        a_camera->appendUniquelyNamedMode(copy);
+        ModeElement* mode = m_tree ? modeTemplate->unbuiltCopy() : modeTemplate->clone();
+        mode->setName(names.at(index));
+        a_camera->appendUniquelyNamedMode(mode);
     }
 
     const QVector<ModeElement*> modeElements = a_camera->modes();
@@ -308,10 +355,42 @@ void LumexParser::parseModes(CameraElement* a_camera)
 
         const PathHint hint(node, s_modesPath, modeNode);
         m_mode = name;
-        for (ModeCategoryElementBase* category : mode->categories())
+        // With a tree, the mode's content goes into it and is checked against the template; the mode is
+        // built from it when first used.
+        const QScopedValueRollback<bool> dry(m_dry, !mode->isBuilt());
+        for (ModeCategoryElementBase* category :
+             mode->isBuilt() ? mode->categories() : modeTemplate->categories())
             parseCategory(category, &hint);
         m_mode.clear();
     }
+    if (m_tree)
+        a_camera->setModeBuilder(std::make_unique<TreeModeBuilder>(m_tree));
+}
+
+void LumexParser::buildMode(ModeElement* a_mode, LumexTree* a_tree)
+{
+    const CameraElement* camera = a_mode ? a_mode->camera() : nullptr;
+    const ModeElement* modeTemplate = camera ? camera->modeTemplate() : nullptr;
+    LumexTreeMode* modeNode = a_tree ? a_tree->modeNode(a_mode) : nullptr;
+    if (!modeTemplate || !modeNode)
+        return;
+    for (const ModeCategoryElementBase* category : modeTemplate->categories())
+        a_mode->appendCategory(category->cloneCategory(a_mode));
+
+    // The mode's schema content, as loading read it into the tree, is read again as markup, so that
+    // the values go through the very code that reads a file.
+    LumexParser parser(a_tree);
+    parser.m_file = Lumex::CamFile(s_modePath.last().toUtf8().constData(), Lumex::CamFile::SourceRootName);
+    copySchemaContent(modeNode, parser.m_file.root());
+    parser.m_keepsLines = true;
+    parser.m_mode = a_mode->name();
+    const PathHint hint(Lumex::ConstCamProperty(parser.m_file.root()), s_modesPath, modeNode);
+    for (ModeCategoryElementBase* category : a_mode->categories())
+        parser.parseCategory(category, &hint);
+}
+
+LumexParser::LumexParser(LumexTree* a_tree) : m_tree(a_tree)
+{
 }
 
 void LumexParser::parseCategory(CategoryElementBase* a_category, const PathHint* a_hint)
@@ -333,7 +412,7 @@ void LumexParser::parseCategory(CategoryElementBase* a_category, const PathHint*
         // An absent category stays absent: its features keep the schema's values and are not read.
         if (!parseCategoryPresence(modeCategory, featureHint))
             return;
-    } else if (m_tree) {
+    } else if (m_tree && !m_dry) {
         link(treeElement ? treeElement->descendantByPath(path, true) : m_tree->elementByPath(path, true),
              a_category);
     }
@@ -347,12 +426,15 @@ bool LumexParser::parseCategoryPresence(GenericModeCategory* a_category, const P
     // was copied from.
     const QString name = a_category->name();
     const bool present = !name.isEmpty() && !!a_modeHint.property[name.toUtf8().constData()];
-    a_category->categoryFeature()->setEnabled(present);
-    if (present && a_modeHint.treeElement) {
-        if (LumexTreeElement* modeNode =
-                a_modeHint.treeElement->descendantByPath(a_category->elementPath(), true))
-            link(modeNode->descendantByPath(modeNode->path() << name, true), a_category->categoryFeature());
-    }
+    if (!m_dry)
+        a_category->categoryFeature()->setEnabled(present);
+    LumexTreeElement* modeNode =
+        a_modeHint.treeElement ? a_modeHint.treeElement->descendantByPath(a_category->elementPath(), true)
+                               : nullptr;
+    if (present && modeNode)
+        link(modeNode->descendantByPath(modeNode->path() << name, true), a_category->categoryFeature());
+    else if (modeNode && m_dry)
+        dropUnread(modeNode, name, false);
     return present;
 }
 
@@ -397,9 +479,10 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
                             .arg(qulonglong(count))
                             .arg(qulonglong(a_feature->maxOccurs()))));
         }
-        while (a_feature->instanceCount() < count && a_feature->insertInstance(FeatureElementBase::NoIndex)) {
+        while (!m_dry && a_feature->instanceCount() < count &&
+               a_feature->insertInstance(FeatureElementBase::NoIndex)) {
         }
-        while (a_feature->instanceCount() > count && a_feature->removeInstance(0)) {
+        while (!m_dry && a_feature->instanceCount() > count && a_feature->removeInstance(0)) {
         }
     } else if (name.isEmpty()) {
         // The holder's own text: there whenever the holder is.
@@ -413,7 +496,7 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
                     placeOf(holder, QStringList(path) << name,
                             QStringLiteral("this required attribute is missing")));
             }
-            a_feature->setEnabled(false);
+            absent(a_feature, path, a_hint);
             return;
         }
     } else {
@@ -426,12 +509,12 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
                     placeOf(holder, QStringList(path) << name,
                             QStringLiteral("this required element is missing")));
             }
-            a_feature->setEnabled(false);
+            absent(a_feature, path, a_hint);
             return;
         }
         holder = element;
     }
-    if (count > 0)
+    if (count > 0 && !m_dry)
         a_feature->setEnabled(true);
 
     LumexTreeElement* treeHolder = nullptr;
@@ -441,11 +524,18 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
     }
     QList<LumexTreeElement*> treeNodes;
     if (treeHolder && !name.isEmpty()) {
-        while (treeHolder->childCount(name) < int(count))
-            treeHolder->addChild(name)->setIsSchemaCompliant(true);
-        while (treeHolder->childCount(name) > int(count))
-            treeHolder->removeChild(treeHolder->childByName(name));
-        treeNodes = treeHolder->childElements(name);
+        // Only nodes of the schema's content: a mode built after loading has its extra content beside
+        // them, copies of an element allowed once among it.
+        for (LumexTreeElement* child : treeHolder->childElements()) {
+            if (child->name() == name && child->isSchemaCompliant())
+                treeNodes.append(child);
+        }
+        while (treeNodes.size() < int(count)) {
+            treeNodes.append(treeHolder->addChild(name));
+            treeNodes.last()->setIsSchemaCompliant(true);
+        }
+        while (treeNodes.size() > int(count))
+            treeHolder->removeChild(treeNodes.takeFirst());
         for (LumexTreeElement* node : qAsConst(treeNodes))
             node->setIsAttribute(a_feature->isAttribute());
     }
@@ -458,13 +548,14 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
             const Lumex::ConstCamProperty node = repeated ? *instanceNode++ : holder;
             LumexTreeElement* treeNode = treeNodes.value(int(instance));
             link(treeNode, list);
-            if (treeNode)
+            if (treeNode && !m_keepsLines)
                 treeNode->setLine(int(node.line()));
             const PathHint memberHint(node, path, treeNode ? treeNode : a_hint.treeElement);
-            for (size_t member = 0; member < list->memberCount(); ++member) {
-                if (FeatureElementBase* memberFeature = list->member(instance, member))
-                    parseFeature(memberFeature, memberHint);
-            }
+            // An unbuilt mode's content is checked against the members' templates.
+            const QVector<FeatureElementBase*> members =
+                m_dry ? list->memberTemplates() : list->instanceMembers(instance);
+            for (FeatureElementBase* memberFeature : members)
+                parseFeature(memberFeature, memberHint);
         }
         return;
     }
@@ -507,7 +598,8 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
         LumexTreeElement* node = name.isEmpty() ? treeHolder : treeNodes.value(int(instance));
         if (node) {
             link(node, value, !value->isAttribute());
-            node->setLine(int(valueNode.line()));
+            if (!m_keepsLines)
+                node->setLine(int(valueNode.line()));
             node->setValue(trimmedBytes(read, readText));
         }
     }
@@ -523,21 +615,32 @@ QString LumexParser::readValue(ValueFeatureElementBase* a_feature, size_t a_inde
             a_feature->fixedValue().isValid() ? a_feature->fixedValue() : a_feature->defaultValue();
         if (!standIn.isValid())
             return QStringLiteral("Empty values unsupported by the \"%1\" feature.").arg(name);
-        a_feature->keepFileText(a_index, value, a_feature->valueFromText(a_feature->textFromValue(standIn)));
+        if (!m_dry)
+            a_feature->keepFileText(a_index, value,
+                                    a_feature->valueFromText(a_feature->textFromValue(standIn)));
         return QString();
     }
-    if (!a_feature->setValueFromText(a_index, value)) {
+    // An unbuilt mode's values are only judged: the template feature keeps its own.
+    bool taken = false;
+    if (m_dry)
+        a_feature->valueFromText(value, &taken);
+    else
+        taken = a_feature->setValueFromText(a_index, value);
+    if (!taken) {
         // One value the schema rejects must not cost the whole file: an entry the list lacks and a boolean
         // spelled otherwise are kept as read (and listed as problems), a number too small for its type
         // as well, like one outside its range.
         auto* numeric = qobject_cast<NumericFeature*>(a_feature);
         if (qobject_cast<EnumerationFeature*>(a_feature)) {
-            a_feature->keepFileText(a_index, value, value);
+            if (!m_dry)
+                a_feature->keepFileText(a_index, value, value);
         } else if (qobject_cast<BooleanFeature*>(a_feature)) {
-            a_feature->keepFileText(a_index, value, a_feature->value(a_index));
+            if (!m_dry)
+                a_feature->keepFileText(a_index, value, a_feature->value(a_index));
         } else if (numeric && NumericSpelling::isWellFormed(value, numeric->representationType()) &&
                    NumericSpelling::underflows(value, numeric->representationType())) {
-            a_feature->keepFileText(a_index, value, a_feature->valueFromText(QStringLiteral("0")));
+            if (!m_dry)
+                a_feature->keepFileText(a_index, value, a_feature->valueFromText(QStringLiteral("0")));
         } else {
             const QString family =
                 a_feature->isAttribute()
@@ -549,7 +652,7 @@ QString LumexParser::readValue(ValueFeatureElementBase* a_feature, size_t a_inde
     }
     // A fixed feature holds its fixed value whatever is set; another value in the file is kept as its
     // text, so that saving does not change it behind the user's back.
-    if (a_feature->fixedValue().isValid() && a_feature->valueText(a_index) != value) {
+    if (!m_dry && a_feature->fixedValue().isValid() && a_feature->valueText(a_index) != value) {
         a_feature->keepFileText(a_index, value, a_feature->fixedValue());
         return QString();
     }
@@ -659,7 +762,7 @@ bool LumexParser::holdsFeatureValue(const LumexTreeElement* a_node) const
 {
     const quint64 id = quint64(a_node->elementId());
     if (id == 0)
-        return false;
+        return m_valueNodes.count(a_node) != 0;
     // The elements linked above answer from their note, without a visit to each element; others are asked.
     const quint8 note = id >= m_linkedBase && id - m_linkedBase < quint64(m_linked.size())
                             ? m_linked[size_t(id - m_linkedBase)]
@@ -672,6 +775,12 @@ bool LumexParser::holdsFeatureValue(const LumexTreeElement* a_node) const
 
 void LumexParser::link(LumexTreeElement* a_node, const ElementBase* a_element, bool a_holdsValue)
 {
+    // The template's elements describe an unbuilt mode's nodes but are none of them.
+    if (m_dry) {
+        if (a_node && a_holdsValue)
+            m_valueNodes.insert(a_node);
+        return;
+    }
     if (a_node)
         a_node->setElementId(qint64(a_element->id()));
     // Ids come from a counter, so a note per id from the first one noted stays small; an id far from it
@@ -686,6 +795,29 @@ void LumexParser::link(LumexTreeElement* a_node, const ElementBase* a_element, b
     if (at >= m_linked.size())
         m_linked.resize(std::max(at + 1, 2 * m_linked.size()), quint8(0));
     m_linked[at] = a_holdsValue ? HoldsValue : HoldsNoValue;
+}
+
+void LumexParser::absent(FeatureElementBase* a_feature, const QStringList& a_path, const PathHint& a_hint)
+{
+    if (!m_dry) {
+        a_feature->setEnabled(false);
+        return;
+    }
+    // An unbuilt mode is read back from its nodes, so the template's node for what the file lacks goes.
+    if (a_hint.treeElement) {
+        if (LumexTreeElement* holder = a_hint.treeElement->descendantByPath(a_path, true))
+            dropUnread(holder, a_feature->name(), a_feature->isAttribute());
+    }
+}
+
+void LumexParser::dropUnread(LumexTreeElement* a_holder, const QString& a_name, bool a_attribute)
+{
+    for (int position = a_holder->childCount(); position-- > 0;) {
+        const LumexTreeElement* child = a_holder->childAt(position);
+        if (child->name() == a_name && child->isSchemaCompliant() && child->isAttribute() == a_attribute &&
+            child->line() == 0)
+            a_holder->removeChildAt(position);
+    }
 }
 
 void LumexParser::breathe()

@@ -12,6 +12,7 @@
 #include <QVector>
 
 #include <cstddef>
+#include <unordered_set>
 #include <vector>
 
 namespace Orvex {
@@ -82,9 +83,21 @@ public:
 
     // Fills a_camera, which holds the schema's templates and exactly one mode, and the document tree
     // from the file. A failure leaves both partly filled, for the caller to discard.
+    //
+    // With a tree, the modes are left unbuilt (see ModeElement::isBuilt): the template mode becomes the
+    // camera's mode template, each mode's content goes into its node of the tree, checked against the
+    // template with every check a built mode's reading makes, and the camera gets a mode builder that
+    // fills a mode from its node when the mode is first used. Without a tree every mode is built.
     void parse(CameraElement* a_camera);
 
+    // Fills the unbuilt a_mode from its node of a_tree, as a loaded file's mode builder does: copies of
+    // the template's categories, then the values, read from the node's schema content.
+    static void buildMode(ModeElement* a_mode, LumexTree* a_tree);
+
 private:
+    // For building a mode: the document is made from the tree.
+    explicit LumexParser(LumexTree* a_tree);
+
     // The node at a_path, from the hint's node when there is a hint, else from the root; null when
     // the file has none.
     Lumex::ConstCamProperty parsePath(const QStringList& a_path, const PathHint* a_hint);
@@ -111,6 +124,12 @@ private:
     // whose node holds its value, for holdsFeatureValue.
     void link(LumexTreeElement* a_node, const ElementBase* a_element, bool a_holdsValue = false);
 
+    // A feature the file lacks: switched off, or while an unbuilt mode is read, its node from the template
+    // removed.
+    void absent(FeatureElementBase* a_feature, const QStringList& a_path, const PathHint& a_hint);
+    // Removes the nodes named a_name that a_holder got from the template rather than from the file.
+    static void dropUnread(LumexTreeElement* a_holder, const QString& a_name, bool a_attribute);
+
     bool standardIs(const QString& a_standard) const;
     void breathe();
     void step(const QString& a_detail);
@@ -133,6 +152,12 @@ private:
     };
     std::vector<quint8> m_linked;
     quint64 m_linkedBase = 0;
+    // Set while an unbuilt mode is read: its content goes into the tree and is checked, the template
+    // features that describe it are left as they are, and the nodes that hold values are noted here.
+    bool m_dry = false;
+    std::unordered_set<const LumexTreeElement*> m_valueNodes;
+    // Set while a mode is built from the tree, whose nodes keep the lines they were read from.
+    bool m_keepsLines = false;
 };
 
 } // namespace Orvex

@@ -103,6 +103,8 @@ QStringList state(const Document& a_document)
         (debug << ... << a_values);
     };
     for (ModeElement* mode : d.camera->modes()) {
+        // A mode read from a file gets its elements when first used.
+        mode->categories();
         QList<quint64> ids;
         for (const ElementBase* below : mode->findChildren<ElementBase*>())
             ids << below->id();
