@@ -9,6 +9,7 @@
 #include "elements/ModeElement.h"
 #include "elements/NumericFeature.h"
 #include "elements/StringFeature.h"
+#include "elements/UnbuiltModeReader.h"
 #include "model/LumexTree.h"
 #include "model/LumexTreeElement.h"
 #include "model/LumexTreeMode.h"
@@ -198,6 +199,10 @@ QVector<ValidationProblem> CameraValidator::checkMode(const ModeElement* a_mode)
     m_mode = a_mode->name();
     // A mode's features stand below its own "mode" element.
     const QStringList scope = a_mode->elementPath() << QStringLiteral("mode");
+    if (!a_mode->isBuilt() && m_tree && m_camera && m_camera->modeTemplate()) {
+        checkUnbuiltMode(a_mode, scope);
+        return std::move(m_found);
+    }
     for (const ModeCategoryElementBase* category : a_mode->categories()) {
         auto* generic = qobject_cast<const GenericModeCategory*>(category);
         if (generic && !generic->categoryFeature()->isEnabled())
@@ -255,6 +260,28 @@ void CameraValidator::checkCategory(const CategoryElementBase* a_category, const
     }
 }
 
+void CameraValidator::checkUnbuiltMode(const ModeElement* a_mode, const QStringList& a_scopePath)
+{
+    const LumexTreeElement* modeNode = m_tree->modeNode(a_mode);
+    const ElementLocator modeLocator = ElementLocator::locate(m_camera, a_mode);
+    const QVector<ModeCategoryElementBase*> categories = m_camera->modeTemplate()->categories();
+    for (int position = 0; position < categories.size(); ++position) {
+        // A category the file lacks is switched off, and its features are not checked.
+        const ModeCategoryElementBase* category = categories.at(position);
+        if (!UnbuiltModeReader::categoryNode(modeNode, category))
+            continue;
+        const QVector<FeatureElementBase*> features = category->features();
+        for (int index = 0; index < features.size(); ++index) {
+            Place place;
+            place.feature = features.at(index);
+            place.scope = &a_scopePath;
+            place.scopeNode = modeNode;
+            place.locator = modeLocator.child(position).child(index);
+            checkFeature(place);
+        }
+    }
+}
+
 QString CameraValidator::Place::holder() const
 {
     return holderPath(feature, *scope, outer ? outer->memberPrefix() : QString());
@@ -270,7 +297,15 @@ void CameraValidator::checkFeature(const Place& a_place)
 {
     const FeatureElementBase* feature = a_place.feature;
     const QString name = feature->name();
-    const size_t count = feature->instanceCount();
+    // A feature of a mode that is not built is read from the nodes of its instances.
+    Spot spot;
+    const Spot* unbuilt = nullptr;
+    if (a_place.scopeNode) {
+        spot.locator = a_place.locator;
+        spot.nodes = UnbuiltModeReader::instanceNodes(feature, a_place.scopeNode);
+        unbuilt = &spot;
+    }
+    const size_t count = unbuilt ? size_t(spot.nodes.size()) : feature->instanceCount();
     const QString shownName = feature->isAttribute() ? QLatin1Char('@') + name : name;
 
     if (count < feature->minOccurs() || count > feature->maxOccurs()) {
@@ -285,24 +320,42 @@ void CameraValidator::checkFeature(const Place& a_place)
                           .arg(few ? QStringLiteral("at least") : QStringLiteral("at most"))
                           .arg(qulonglong(few ? feature->minOccurs() : feature->maxOccurs()));
         add(ValidationProblem::Error, feature, FeatureElementBase::NoIndex,
-            joined(a_place.holder(), shownName), message);
+            joined(a_place.holder(), shownName), message, unbuilt);
     }
 
     // Values first: nearly every feature is one, and a cast that fails walks every class up to QObject.
     if (auto* value = qobject_cast<const ValueFeatureElementBase*>(feature)) {
-        for (size_t instance = 0; instance < count; ++instance)
-            checkValue(value, instance, a_place, shownName);
+        for (size_t instance = 0; instance < count; ++instance) {
+            if (unbuilt) {
+                const QString text = UnbuiltModeReader::valueText(spot.nodes.at(int(instance))).trimmed();
+                checkValue(value, instance, a_place, shownName, text, readValue(value, text), unbuilt);
+            } else {
+                checkValue(value, instance, a_place, shownName, value->valueText(instance).trimmed(),
+                           value->value(instance), nullptr);
+            }
+        }
         return;
     }
     if (auto* list = qobject_cast<const FeatureListFeatureBase*>(feature)) {
         const QStringList path = feature->elementPath();
         const QStringList memberHolder = name.isEmpty() ? path : path + QStringList(name);
         Place instancePlace = a_place;
+        const QVector<FeatureElementBase*> templates =
+            unbuilt ? list->memberTemplates() : QVector<FeatureElementBase*>();
         for (size_t instance = 0; instance < count; ++instance) {
             instancePlace.instance = instance;
             Place memberPlace;
             memberPlace.scope = &memberHolder;
             memberPlace.outer = &instancePlace;
+            if (unbuilt) {
+                memberPlace.scopeNode = spot.nodes.at(int(instance));
+                for (int position = 0; position < templates.size(); ++position) {
+                    memberPlace.feature = templates.at(position);
+                    memberPlace.locator = a_place.locator.child(int(instance)).child(position);
+                    checkFeature(memberPlace);
+                }
+                continue;
+            }
             // Member by member: a list of each instance's members would be made for every instance.
             for (size_t position = 0; const FeatureElementBase* member = list->member(instance, position);
                  ++position) {
@@ -310,7 +363,7 @@ void CameraValidator::checkFeature(const Place& a_place)
                 checkFeature(memberPlace);
             }
         }
-        checkUniqueKeys(list, a_place);
+        checkUniqueKeys(list, a_place, unbuilt);
     }
 }
 
@@ -324,13 +377,36 @@ QString CameraValidator::holderPath(const FeatureElementBase* a_feature, const Q
     return holder;
 }
 
+QVariant CameraValidator::readValue(const ValueFeatureElementBase* a_feature, const QString& a_text)
+{
+    // As a feature reads a file's value: a fixed one holds its fixed value whatever it reads, an empty
+    // element the value its declaration gives, and a text it cannot take is kept where the reader keeps it.
+    if (a_feature->fixedValue().isValid())
+        return a_feature->fixedValue();
+    if (a_text.isEmpty() && !qobject_cast<const StringFeature*>(a_feature))
+        return a_feature->valueFromText(a_feature->textFromValue(a_feature->defaultValue()));
+    bool ok = false;
+    const QVariant read = a_feature->valueFromText(a_text, &ok);
+    if (ok)
+        return read;
+    if (qobject_cast<const EnumerationFeature*>(a_feature))
+        return a_text;
+    if (auto* numeric = qobject_cast<const NumericFeature*>(a_feature)) {
+        if (NumericSpelling::isWellFormed(a_text, numeric->representationType()) &&
+            NumericSpelling::underflows(a_text, numeric->representationType()))
+            return a_feature->valueFromText(QStringLiteral("0"));
+    }
+    return a_feature->defaultValue();
+}
+
 void CameraValidator::checkValue(const ValueFeatureElementBase* a_feature, size_t a_index,
-                                 const Place& a_place, const QString& a_name)
+                                 const Place& a_place, const QString& a_name, const QString& a_text,
+                                 const QVariant& a_value, const Spot* a_spot)
 {
     const auto pathOf = [&] {
         return joined(a_place.holder(), indexed(a_name, a_feature->maxOccurs() != 1, a_index));
     };
-    const QString text = a_feature->valueText(a_index).trimmed();
+    const QString& text = a_text;
     // The path, and the name an unnamed feature takes from it, cost strings most values never need.
     QString path;
     QString name = a_feature->name();
@@ -339,7 +415,7 @@ void CameraValidator::checkValue(const ValueFeatureElementBase* a_feature, size_
         name = path.section(QLatin1Char('/'), -1);
     }
     const auto report = [&](ValidationProblem::Severity a_severity, const QString& a_message) {
-        add(a_severity, a_feature, a_index, path.isEmpty() ? pathOf() : path, a_message);
+        add(a_severity, a_feature, a_index, path.isEmpty() ? pathOf() : path, a_message, a_spot);
     };
 
     // An empty element takes the value its declaration gives, as a schema reads it; an empty attribute
@@ -376,7 +452,7 @@ void CameraValidator::checkValue(const ValueFeatureElementBase* a_feature, size_
                    QStringLiteral("%1 is %2, too small for its type: it reads as 0").arg(name, text));
             return;
         }
-        if (!numeric->isWithinRange(numeric->value(a_index))) {
+        if (!numeric->isWithinRange(a_value)) {
             const QString minimum = numeric->hasExplicitMinimum() ? boundText(numeric->minimumValue())
                                                                   : NumericSpelling::typeMinimum(type);
             const QString maximum = numeric->hasExplicitMaximum() ? boundText(numeric->maximumValue())
@@ -416,7 +492,7 @@ void CameraValidator::checkValue(const ValueFeatureElementBase* a_feature, size_
         return;
     }
     if (auto* string = qobject_cast<const StringFeature*>(a_feature)) {
-        const QString value = a_feature->value(a_index).toString();
+        const QString value = a_value.toString();
         const int length = value.toUcs4().size();
         if (length > string->stringLengthMax()) {
             report(ValidationProblem::Error, QStringLiteral("%1 has %2 characters; allowed at most %3")
@@ -449,7 +525,8 @@ bool CameraValidator::matchesPattern(const QRegExp& a_pattern, const QString& a_
     return true;
 }
 
-void CameraValidator::checkUniqueKeys(const FeatureListFeatureBase* a_list, const Place& a_place)
+void CameraValidator::checkUniqueKeys(const FeatureListFeatureBase* a_list, const Place& a_place,
+                                      const Spot* a_spot)
 {
     for (const UniqueKey& key : qAsConst(m_schema.keys)) {
         if (key.selector != a_list->name())
@@ -458,14 +535,28 @@ void CameraValidator::checkUniqueKeys(const FeatureListFeatureBase* a_list, cons
         const QString field = attribute ? key.field.mid(1) : key.field;
         QHash<QString, size_t> first;
         const bool repeated = a_list->maxOccurs() != 1;
-        for (size_t instance = 0; instance < a_list->instanceCount(); ++instance) {
-            for (const FeatureElementBase* member : a_list->instanceMembers(instance)) {
+        const size_t instances = a_spot ? size_t(a_spot->nodes.size()) : a_list->instanceCount();
+        for (size_t instance = 0; instance < instances; ++instance) {
+            const QVector<FeatureElementBase*> members =
+                a_spot ? a_list->memberTemplates() : a_list->instanceMembers(instance);
+            for (int position = 0; position < members.size(); ++position) {
+                const FeatureElementBase* member = members.at(position);
                 auto* value = qobject_cast<const ValueFeatureElementBase*>(member);
-                if (!value || member->name() != field || member->isAttribute() != attribute ||
-                    member->instanceCount() == 0)
+                if (!value || member->name() != field || member->isAttribute() != attribute)
+                    continue;
+                Spot memberSpot;
+                if (a_spot) {
+                    memberSpot.locator = a_spot->locator.child(int(instance)).child(position);
+                    memberSpot.nodes =
+                        UnbuiltModeReader::instanceNodes(member, a_spot->nodes.at(int(instance)));
+                }
+                if (a_spot ? memberSpot.nodes.isEmpty() : member->instanceCount() == 0)
                     continue;
                 // Keys compare by value, as the schema compares them: "05" and "5" are one index.
-                const QVariant held = value->value(0);
+                const QVariant held =
+                    a_spot
+                        ? readValue(value, UnbuiltModeReader::valueText(memberSpot.nodes.first()).trimmed())
+                        : value->value(0);
                 const QString keyText = value->textFromValue(held);
                 const auto earlier = first.constFind(keyText);
                 if (earlier == first.cend()) {
@@ -476,23 +567,32 @@ void CameraValidator::checkUniqueKeys(const FeatureListFeatureBase* a_list, cons
                     joined(joined(a_place.holder(), indexed(a_list->name(), repeated, instance)), key.field),
                     QStringLiteral("%1 %2 is used by %3[%4] already; each %3 needs its own %1")
                         .arg(field, keyText, a_list->name())
-                        .arg(qulonglong(*earlier)));
+                        .arg(qulonglong(*earlier)),
+                    a_spot ? &memberSpot : nullptr);
             }
         }
     }
 }
 
 void CameraValidator::add(ValidationProblem::Severity a_severity, const FeatureElementBase* a_feature,
-                          size_t a_index, const QString& a_path, const QString& a_message)
+                          size_t a_index, const QString& a_path, const QString& a_message, const Spot* a_spot)
 {
     ValidationProblem problem;
     problem.severity = a_severity;
     problem.mode = m_mode;
     problem.path = a_path;
     problem.message = a_message;
-    problem.locator = ElementLocator::locate(m_camera, a_feature);
     problem.instance = a_index;
-    problem.line = lineOf(a_feature, a_index);
+    if (a_spot) {
+        problem.locator = a_spot->locator;
+        const int line = a_spot->nodes.isEmpty()                  ? 0
+                         : a_index < size_t(a_spot->nodes.size()) ? a_spot->nodes.at(int(a_index))->line()
+                                                                  : a_spot->nodes.first()->line();
+        problem.line = line;
+    } else {
+        problem.locator = ElementLocator::locate(m_camera, a_feature);
+        problem.line = lineOf(a_feature, a_index);
+    }
     m_found << problem;
 }
 

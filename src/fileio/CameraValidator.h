@@ -1,5 +1,6 @@
 #pragma once
 
+#include "elements/ElementLocator.h"
 #include "fileio/ValidationProblem.h"
 
 #include <QHash>
@@ -79,6 +80,10 @@ private:
         const Place* outer = nullptr;
         // The instance of the feature, when it is a list whose members stand below it.
         size_t instance = 0;
+        // For a feature of a mode that is not built: the node its path is looked up from, and where its
+        // element will stand, which its problems point at.
+        const LumexTreeElement* scopeNode = nullptr;
+        ElementLocator locator;
 
         // The feature's holder, as a problem's path shows it.
         QString holder() const;
@@ -86,19 +91,34 @@ private:
         QString memberPrefix() const;
     };
 
+    // Where a feature of a mode that is not built stands: its element's locator and the nodes of its
+    // instances.
+    struct Spot
+    {
+        ElementLocator locator;
+        QVector<const LumexTreeElement*> nodes;
+    };
+
     void checkCategory(const CategoryElementBase* a_category, const QStringList& a_scopePath);
+    // A mode that is not built, read through the camera's mode template from its node of the tree.
+    void checkUnbuiltMode(const ModeElement* a_mode, const QStringList& a_scopePath);
     void checkFeature(const Place& a_place);
-    // a_name is the value's name as a path shows it ("@" before an attribute's).
+    // a_name is the value's name as a path shows it ("@" before an attribute's); a_text and a_value are
+    // the instance's text, trimmed, and value. a_spot is null for a built feature.
     void checkValue(const ValueFeatureElementBase* a_feature, size_t a_index, const Place& a_place,
-                    const QString& a_name);
+                    const QString& a_name, const QString& a_text, const QVariant& a_value,
+                    const Spot* a_spot);
+    // The value a feature holds once it has read a_text (trimmed) from a file.
+    static QVariant readValue(const ValueFeatureElementBase* a_feature, const QString& a_text);
     // The path of a_feature's holder below the scope a_holderPath, after a_prefix.
     static QString holderPath(const FeatureElementBase* a_feature, const QStringList& a_holderPath,
                               const QString& a_prefix);
-    void checkUniqueKeys(const FeatureListFeatureBase* a_list, const Place& a_place);
+    // a_spot (null for a built list) has the nodes of the list's instances.
+    void checkUniqueKeys(const FeatureListFeatureBase* a_list, const Place& a_place, const Spot* a_spot);
     // a_pattern's exact match, remembered per value: modes mostly repeat each other's strings.
     bool matchesPattern(const QRegExp& a_pattern, const QString& a_value);
     void add(ValidationProblem::Severity a_severity, const FeatureElementBase* a_feature, size_t a_index,
-             const QString& a_path, const QString& a_message);
+             const QString& a_path, const QString& a_message, const Spot* a_spot);
     void collectUnknown(const LumexTreeElement* a_node, const QString& a_mode,
                         const LumexTreeElement* a_pathStart,
                         QHash<QString, QVector<ValidationProblem>>& a_found) const;

@@ -101,7 +101,8 @@ private slots:
     void keepsFile_data() { OrvexTest::addFolderRows(QStringLiteral("tests/model/data/parser/kept")); }
 
     // A value the schema rejects costs the file nothing: it loads, the problem list names the value, and
-    // saving writes it back, so that the saved file lists the same problems.
+    // saving writes it back, so that the saved file lists the same problems. Modes are checked as loading
+    // left them, and again once built, which must find the same problems at the same elements.
     void keepsFile()
     {
         QFETCH(QString, folder);
@@ -110,14 +111,29 @@ private slots:
         for (const QString& file : {QDir(folder).filePath("camera.lumex"), dir.filePath("saved.lumex")}) {
             CameraDocument document;
             document.load(file, s_schema);
-            QStringList problems;
-            for (const ValidationProblem& problem :
-                 CameraValidator(document.camera(), &document.tree).checkAll())
-                problems << QStringLiteral("%1: %2: %3 %4: %5")
-                                .arg(problem.line)
-                                .arg(ValidationProblem::severityName(problem.severity), problem.mode,
-                                     problem.path, problem.message);
-            listed << problems.join('\n');
+            const auto check = [&document](bool a_where) {
+                const auto where = [](const ValidationProblem& a_problem) {
+                    QStringList steps;
+                    for (const int step : a_problem.locator.steps())
+                        steps << QString::number(step);
+                    return QStringLiteral(" at %1 #%2")
+                        .arg(steps.join(','))
+                        .arg(qlonglong(a_problem.instance));
+                };
+                QStringList problems;
+                for (const ValidationProblem& problem :
+                     CameraValidator(document.camera(), &document.tree).checkAll())
+                    problems << QStringLiteral("%1: %2: %3 %4: %5%6")
+                                    .arg(problem.line)
+                                    .arg(ValidationProblem::severityName(problem.severity), problem.mode,
+                                         problem.path, problem.message, a_where ? where(problem) : QString());
+                return problems.join('\n');
+            };
+            const QString unbuilt = check(true);
+            for (ModeElement* mode : document.camera()->modes())
+                mode->categories();
+            QCOMPARE(check(true), unbuilt);
+            listed << check(false);
             QVERIFY(listed.size() > 1 || document.save(dir.filePath("saved.lumex")));
         }
         QCOMPARE(listed.first(),

@@ -1,5 +1,7 @@
 #include "FileFixtures.h"
 #include "TestSupport.h"
+#include "elements/CameraElement.h"
+#include "elements/ModeElement.h"
 #include "fileio/CameraValidator.h"
 #include "model/ExceptionBase.h"
 
@@ -31,6 +33,23 @@ QSet<int> schemaComplaints(xmlSchemaPtr a_schema, const QByteArray& a_document)
         lines << -1;
     xmlSchemaFreeValidCtxt(context);
     xmlFreeDoc(document);
+    return lines;
+}
+
+// Everything a problem tells, for comparing two checks.
+QStringList described(const QVector<ValidationProblem>& a_problems)
+{
+    QStringList lines;
+    for (const ValidationProblem& problem : a_problems) {
+        QStringList steps;
+        for (const int step : problem.locator.steps())
+            steps << QString::number(step);
+        lines << QString("%1 %2 %3 %4 %5 at %6 #%7")
+                     .arg(problem.line)
+                     .arg(ValidationProblem::severityName(problem.severity), problem.mode, problem.path,
+                          problem.message, steps.join(','))
+                     .arg(qulonglong(problem.instance));
+    }
     return lines;
 }
 
@@ -132,6 +151,15 @@ private slots:
                 document.load(writtenFile(dir.filePath("v.lumex"), bytes), schemaPath);
                 const QVector<ValidationProblem> problems =
                     CameraValidator(document.camera(), &document.tree, keys).checkAll();
+                // Loading leaves the modes unbuilt; built, they must show the same problems.
+                for (ModeElement* mode : document.camera()->modes())
+                    mode->categories();
+                const QStringList built =
+                    described(CameraValidator(document.camera(), &document.tree, keys).checkAll());
+                if (built != described(problems))
+                    unexplained << QString("line %1: %2: built modes show other problems:\n%3\n%4")
+                                       .arg(line)
+                                       .arg(change, described(problems).join('\n'), built.join('\n'));
                 for (const ValidationProblem& problem : problems) {
                     near = near || problem.line == 0 || problem.line == line ||
                            complaints.contains(problem.line);
