@@ -5,11 +5,13 @@
 #include "elements/FeatureListFeatureBase.h"
 #include "elements/GenericModeCategory.h"
 #include "elements/ModeElement.h"
+#include "elements/UnbuiltModeReader.h"
 #include "elements/ValueFeatureElementBase.h"
 #include "fileio/LumexFailureWords.h"
 #include "fileio/LumexParser.h"
 #include "model/LumexTree.h"
 #include "model/LumexTreeElement.h"
+#include "model/LumexTreeMode.h"
 #include "platform/LogCategories.h"
 #include "platform/LumexSource.h"
 #include "platform/QNDriver.h"
@@ -311,6 +313,13 @@ void LumexPrinter::printMode(ModeElement* a_mode)
     }
 
     const PathHint modeHint(mode, a_mode->elementPath(), nullptr);
+    const ModeElement* modeTemplate = a_mode->camera() ? a_mode->camera()->modeTemplate() : nullptr;
+    if (const LumexTreeElement* modeNode =
+            !a_mode->isBuilt() && m_tree && modeTemplate ? m_tree->modeNode(a_mode) : nullptr) {
+        printUnbuiltCategories(modeTemplate, modeNode, modeHint);
+        writeLinkedContent(a_mode, mode);
+        return;
+    }
     for (ModeCategoryElementBase* category : a_mode->categories()) {
         breathe();
         FeatureElementBase* presence = nullptr;
@@ -333,7 +342,29 @@ void LumexPrinter::printMode(ModeElement* a_mode)
     writeLinkedContent(a_mode, mode);
 }
 
-Lumex::CamProperty LumexPrinter::printFeatureList(ElementBase* a_list, const PathHint* a_hint)
+void LumexPrinter::printUnbuiltCategories(const ModeElement* a_template, const LumexTreeElement* a_modeNode,
+                                          const PathHint& a_modeHint)
+{
+    for (ModeCategoryElementBase* category : a_template->categories()) {
+        breathe();
+        // A category the file lacks is switched off, and not written.
+        const LumexTreeElement* categoryNode = UnbuiltModeReader::categoryNode(a_modeNode, category);
+        if (!categoryNode)
+            continue;
+        const Lumex::CamProperty categoryElement =
+            printPath(category->elementPath() << category->name(), &a_modeHint);
+        if (categoryElement.isNull()) {
+            ORVEX_THROW(
+                ModeLoadErrorException,
+                QStringLiteral("Unable to print a path for the \"%1\" feature list.").arg(category->name()));
+        }
+        printFeatureList(category, &a_modeHint, a_modeNode);
+        writeTreeContent(categoryElement, categoryNode);
+    }
+}
+
+Lumex::CamProperty LumexPrinter::printFeatureList(ElementBase* a_list, const PathHint* a_hint,
+                                                  const LumexTreeElement* a_scopeNode)
 {
     breathe();
     const QStringList path = a_list->elementPath();
@@ -347,7 +378,12 @@ Lumex::CamProperty LumexPrinter::printFeatureList(ElementBase* a_list, const Pat
     auto* category = qobject_cast<CategoryElementBase*>(a_list);
     const QString name = list ? list->name() : QString();
     const QStringList leading = name.isEmpty() ? QStringList(path.mid(0, path.size() - 1)) : path;
-    const size_t instances = list ? list->instanceCount() : (category ? 1 : 0);
+    // A list of an unbuilt mode has the nodes of its instances; a category of one stands in its node.
+    const QVector<const LumexTreeElement*> nodes = a_scopeNode && list
+                                                       ? UnbuiltModeReader::instanceNodes(list, a_scopeNode)
+                                                       : QVector<const LumexTreeElement*>();
+    const size_t instances =
+        list ? (a_scopeNode ? size_t(nodes.size()) : list->instanceCount()) : (category ? 1 : 0);
 
     Lumex::CamProperty last = holder;
     for (size_t instance = 0; instance < instances; ++instance) {
@@ -357,26 +393,29 @@ Lumex::CamProperty LumexPrinter::printFeatureList(ElementBase* a_list, const Pat
                         QStringLiteral("Unable to print a path for the \"%1\" feature list.").arg(name));
         }
         const PathHint hint(element, leading, nullptr);
+        const LumexTreeElement* memberScope = list && a_scopeNode ? nodes.at(int(instance)) : a_scopeNode;
         const QVector<FeatureElementBase*> members =
-            list ? list->instanceMembers(instance) : category->features();
+            list ? (a_scopeNode ? list->memberTemplates() : list->instanceMembers(instance))
+                 : category->features();
         for (FeatureElementBase* member : members)
-            printFeature(member, hint);
+            printFeature(member, hint, memberScope);
         if (list)
-            writeTreeContent(element, instanceNode(list, instance, members));
+            writeTreeContent(element, a_scopeNode ? memberScope : instanceNode(list, instance, members));
         last = element;
     }
-    if (category)
+    if (category && !a_scopeNode)
         writeLinkedContent(category, holder);
     return last;
 }
 
-Lumex::CamProperty LumexPrinter::printFeature(FeatureElementBase* a_feature, const PathHint& a_hint)
+Lumex::CamProperty LumexPrinter::printFeature(FeatureElementBase* a_feature, const PathHint& a_hint,
+                                              const LumexTreeElement* a_scopeNode)
 {
     // Values first: nearly every feature is one, and each cast walks the class's meta-objects.
     auto* value = qobject_cast<ValueFeatureElementBase*>(a_feature);
     if (!value) {
         if (auto* list = qobject_cast<FeatureListFeatureBase*>(a_feature))
-            return printFeatureList(list, &a_hint);
+            return printFeatureList(list, &a_hint, a_scopeNode);
         ORVEX_THROW(UnknownFeatureTypeException,
                     QStringLiteral("The \"%1\" feature is an unknown type.").arg(a_feature->name()));
     }
@@ -388,9 +427,17 @@ Lumex::CamProperty LumexPrinter::printFeature(FeatureElementBase* a_feature, con
         ORVEX_THROW(FeatureLoadErrorException,
                     QStringLiteral("Unable to print a path for the \"%1\" feature.").arg(name));
     QStringList texts;
-    texts.reserve(int(value->instanceCount()));
-    for (size_t instance = 0; instance < value->instanceCount(); ++instance)
-        texts << value->valueText(instance);
+    const QVector<const LumexTreeElement*> nodes = a_scopeNode
+                                                       ? UnbuiltModeReader::instanceNodes(value, a_scopeNode)
+                                                       : QVector<const LumexTreeElement*>();
+    if (a_scopeNode) {
+        for (const LumexTreeElement* node : nodes)
+            texts << UnbuiltModeReader::valueText(node);
+    } else {
+        texts.reserve(int(value->instanceCount()));
+        for (size_t instance = 0; instance < value->instanceCount(); ++instance)
+            texts << value->valueText(instance);
+    }
     if (texts.isEmpty())
         return holder;
     const bool repeated = value->maxOccurs() != 1 && !value->isAttribute();
@@ -428,7 +475,7 @@ Lumex::CamProperty LumexPrinter::printFeature(FeatureElementBase* a_feature, con
                         QStringLiteral("Unable to print a path for the \"%1\" feature.").arg(name));
         }
         written(element.set(texts.at(instance).toUtf8().constData()), texts.at(instance));
-        writeTreeContent(element, linkedNode(value, instance));
+        writeTreeContent(element, a_scopeNode ? nodes.at(instance) : linkedNode(value, instance));
     }
     return element;
 }

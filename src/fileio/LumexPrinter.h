@@ -82,10 +82,16 @@ private:
     Lumex::CamProperty printPath(const QStringList& a_path, const PathHint* a_hint);
     void printCamera(CameraElement* a_camera);
     void printMode(ModeElement* a_mode);
+    // The categories of a mode that is not built, from its node of the tree through the mode template.
+    void printUnbuiltCategories(const ModeElement* a_template, const LumexTreeElement* a_modeNode,
+                                const PathHint& a_modeHint);
     // A feature list, or a category printed as a list without an element of its own. Returns the last
-    // element written.
-    Lumex::CamProperty printFeatureList(ElementBase* a_list, const PathHint* a_hint);
-    Lumex::CamProperty printFeature(FeatureElementBase* a_feature, const PathHint& a_hint);
+    // element written. With a_scopeNode, the list or category is the template of one in a mode that is
+    // not built, whose content is read from the tree below that node (see UnbuiltModeReader).
+    Lumex::CamProperty printFeatureList(ElementBase* a_list, const PathHint* a_hint,
+                                        const LumexTreeElement* a_scopeNode = nullptr);
+    Lumex::CamProperty printFeature(FeatureElementBase* a_feature, const PathHint& a_hint,
+                                    const LumexTreeElement* a_scopeNode = nullptr);
     // The extra data below a_element (the children the schema does not know) written into a_node.
     void writeTreeContent(Lumex::CamProperty a_node, const LumexTreeElement* a_element);
     void writeLinkedContent(const ElementBase* a_element, Lumex::CamProperty a_node);

@@ -151,7 +151,13 @@ private slots:
                 document.load(writtenFile(dir.filePath("v.lumex"), bytes), schemaPath);
                 const QVector<ValidationProblem> problems =
                     CameraValidator(document.camera(), &document.tree, keys).checkAll();
-                // Loading leaves the modes unbuilt; built, they must show the same problems.
+                // Loading leaves the modes unbuilt; built, they must show the same problems and write the
+                // same file, with and without the content the schema does not know.
+                const auto written = [&](bool a_extraData) {
+                    const QString path = dir.filePath("w.lumex");
+                    return document.save(path, a_extraData) ? fileBytes(path) : QByteArray();
+                };
+                const QByteArray unbuiltFiles = written(true) + written(false);
                 for (ModeElement* mode : document.camera()->modes())
                     mode->categories();
                 const QStringList built =
@@ -160,6 +166,9 @@ private slots:
                     unexplained << QString("line %1: %2: built modes show other problems:\n%3\n%4")
                                        .arg(line)
                                        .arg(change, described(problems).join('\n'), built.join('\n'));
+                if (written(true) + written(false) != unbuiltFiles)
+                    unexplained
+                        << QString("line %1: %2: built modes write another file").arg(line).arg(change);
                 for (const ValidationProblem& problem : problems) {
                     near = near || problem.line == 0 || problem.line == line ||
                            complaints.contains(problem.line);
