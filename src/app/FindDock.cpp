@@ -206,8 +206,14 @@ void FindDock::step(int a_delta)
 void FindDock::request(const QModelIndex& a_index)
 {
     const FeatureSearch::Match* match = m_results->match(a_index.row());
-    if (match && match->feature)
-        emit featureRequested(match->feature.data(), match->instance);
+    if (!match)
+        return;
+    // A match found before its mode was built leads there by its locator, which builds the mode.
+    ElementBase* feature = match->feature;
+    if (!feature && m_element)
+        feature = match->locator.resolve(m_element->camera());
+    if (feature)
+        emit featureRequested(feature, match->instance);
 }
 
 } // namespace Orvex

@@ -5,6 +5,7 @@
 #include "elements/FeatureIndex.h"
 #include "elements/GenericModeCategory.h"
 #include "elements/ModeElement.h"
+#include "elements/UnbuiltModeReader.h"
 #include "elements/UndoRedoPropertySet.h"
 #include "elements/UndoRedoStack.h"
 #include "elements/WindowElement.h"
@@ -23,12 +24,17 @@ struct Value
     int feature;
 };
 
-QVector<Value> values(const CategoryElementBase* a_category, const QStringList& a_scopePath)
+QVector<Value> values(const CategoryElementBase* a_category, const QStringList& a_scopePath,
+                      const LumexTreeElement* a_modeNode)
 {
     QVector<Value> result;
-    FeatureIndex::visit(a_category, a_scopePath, false, [&result](const FeatureIndex::Entry& a_entry) {
+    const auto visitor = [&result](const FeatureIndex::Entry& a_entry) {
         result.append({a_entry.path, a_entry.value, a_entry.topFeature});
-    });
+    };
+    if (a_modeNode)
+        FeatureIndex::visitUnbuilt(a_category, a_modeNode, a_scopePath, false, visitor);
+    else
+        FeatureIndex::visit(a_category, a_scopePath, false, visitor);
     return result;
 }
 
@@ -64,23 +70,29 @@ QString FeatureComparison::presentText()
     return QStringLiteral("(present)");
 }
 
-void FeatureComparison::compareCategories(const QString& a_scope, CategoryElementBase* a_left,
-                                          const QStringList& a_leftScopePath, CategoryElementBase* a_right,
-                                          const QStringList& a_rightScopePath, bool a_all,
-                                          QVector<Row>& a_rows)
+void FeatureComparison::compareCategories(const QString& a_scope, const Side& a_left, const Side& a_right,
+                                          bool a_all, int a_position, QVector<Row>& a_rows)
 {
     Row row;
     row.scope = a_scope;
-    row.category = a_left->name();
-    row.leftCategory = a_left;
-    row.rightCategory = a_right;
-    const bool leftPresent = FeatureIndex::isPresent(a_left);
-    const bool rightPresent = FeatureIndex::isPresent(a_right);
+    row.category = a_left.category->name();
+    // A category of an unbuilt mode is its template, which nothing may change.
+    row.leftCategory = a_left.modeNode ? nullptr : a_left.category;
+    row.rightCategory = a_right.modeNode ? nullptr : a_right.category;
+    row.leftMode = a_left.mode;
+    row.rightMode = a_right.mode;
+    row.categoryPosition = a_position;
+    const auto present = [](const Side& a_side) {
+        return a_side.modeNode ? UnbuiltModeReader::categoryNode(a_side.modeNode, a_side.category) != nullptr
+                               : FeatureIndex::isPresent(a_side.category);
+    };
+    const bool leftPresent = present(a_left);
+    const bool rightPresent = present(a_right);
     if (!leftPresent && !rightPresent)
         return;
     if (leftPresent != rightPresent) {
         row.unit = Row::Category;
-        row.path = a_left->name();
+        row.path = a_left.category->name();
         row.left = leftPresent ? presentText() : absentText();
         row.right = rightPresent ? presentText() : absentText();
         row.differs = true;
@@ -88,8 +100,8 @@ void FeatureComparison::compareCategories(const QString& a_scope, CategoryElemen
         return;
     }
 
-    const QVector<Value> left = values(a_left, a_leftScopePath);
-    const QVector<Value> right = values(a_right, a_rightScopePath);
+    const QVector<Value> left = values(a_left.category, a_left.scopePath, a_left.modeNode);
+    const QVector<Value> right = values(a_right.category, a_right.scopePath, a_right.modeNode);
     QHash<QString, int> rightByPath;
     rightByPath.reserve(right.size());
     for (int position = 0; position < right.size(); ++position)
@@ -119,15 +131,23 @@ void FeatureComparison::compareCategories(const QString& a_scope, CategoryElemen
 void FeatureComparison::compareModeCategories(const QString& a_scope, ModeElement* a_left,
                                               ModeElement* a_right, bool a_all, QVector<Row>& a_rows)
 {
-    const QStringList leftPath = FeatureIndex::scopePath(a_left);
-    const QStringList rightPath = FeatureIndex::scopePath(a_right);
-    const int count = qMin(a_left->categoryCount(), a_right->categoryCount());
+    // A mode not built yet is compared through its camera's mode template, without building it.
+    const auto categoriesOf = [](const ModeElement* a_mode, const LumexTreeElement** a_modeNode) {
+        const ModeElement* modeTemplate = a_mode->camera() ? a_mode->camera()->modeTemplate() : nullptr;
+        *a_modeNode = modeTemplate ? a_mode->unbuiltContent() : nullptr;
+        return *a_modeNode ? modeTemplate->categories() : a_mode->categories();
+    };
+    Side left{nullptr, FeatureIndex::scopePath(a_left), nullptr, a_left};
+    Side right{nullptr, FeatureIndex::scopePath(a_right), nullptr, a_right};
+    const QVector<ModeCategoryElementBase*> leftCategories = categoriesOf(a_left, &left.modeNode);
+    const QVector<ModeCategoryElementBase*> rightCategories = categoriesOf(a_right, &right.modeNode);
+    const int count = qMin(leftCategories.size(), rightCategories.size());
     for (int position = 0; position < count; ++position) {
-        ModeCategoryElementBase* left = a_left->category(position);
-        ModeCategoryElementBase* right = a_right->category(position);
+        left.category = leftCategories.at(position);
+        right.category = rightCategories.at(position);
         // Both come from one schema, so the same position holds the same category.
-        if (left->name() == right->name())
-            compareCategories(a_scope, left, leftPath, right, rightPath, a_all, a_rows);
+        if (left.category->name() == right.category->name())
+            compareCategories(a_scope, left, right, a_all, position, a_rows);
     }
 }
 
@@ -146,8 +166,10 @@ QVector<FeatureComparison::Row> FeatureComparison::compareCameras(CameraElement*
     QVector<Row> rows;
     if (!a_left || !a_right)
         return rows;
-    compareCategories(QStringLiteral("camera"), a_left->globalCategory(), FeatureIndex::scopePath(a_left),
-                      a_right->globalCategory(), FeatureIndex::scopePath(a_right), a_all, rows);
+    compareCategories(QStringLiteral("camera"),
+                      {a_left->globalCategory(), FeatureIndex::scopePath(a_left), nullptr, nullptr},
+                      {a_right->globalCategory(), FeatureIndex::scopePath(a_right), nullptr, nullptr}, a_all,
+                      -1, rows);
 
     const auto modeRow = [&rows](ModeElement* a_mode, bool a_left) {
         Row row;
@@ -189,11 +211,18 @@ int FeatureComparison::copy(const QVector<Row>& a_rows, bool a_toLeft, WindowEle
     int changed = 0;
     a_window->undoRedoStack()->openBatch(a_toLeft ? QStringLiteral("Copy to Left")
                                                   : QStringLiteral("Copy to Right"));
+    // A category of a mode that was not built when compared is found now, which builds the mode.
+    const auto categoryOf = [](const Row& a_row, bool a_left) -> CategoryElementBase* {
+        CategoryElementBase* category = a_left ? a_row.leftCategory : a_row.rightCategory;
+        ModeElement* mode = a_left ? a_row.leftMode : a_row.rightMode;
+        return category || !mode ? category : mode->category(a_row.categoryPosition);
+    };
     for (const Row& row : a_rows) {
-        CategoryElementBase* target = a_toLeft ? row.leftCategory : row.rightCategory;
-        CategoryElementBase* source = a_toLeft ? row.rightCategory : row.leftCategory;
-        if (!row.differs || row.unit == Row::Mode || !target || !source ||
-            target->windowElement() != a_window)
+        if (!row.differs || row.unit == Row::Mode)
+            continue;
+        CategoryElementBase* target = categoryOf(row, a_toLeft);
+        CategoryElementBase* source = categoryOf(row, !a_toLeft);
+        if (!target || !source || target->windowElement() != a_window)
             continue;
         const int feature = row.unit == Row::Category ? -1 : row.feature;
         if (done.contains({target, feature}))

@@ -9,6 +9,7 @@ namespace Orvex {
 
 class CameraElement;
 class CategoryElementBase;
+class LumexTreeElement;
 class ModeElement;
 class WindowElement;
 
@@ -39,8 +40,13 @@ public:
         bool differs = false;
         Unit unit = Feature;
         int feature = -1;
+        // The categories compared; for a mode category, also its mode and position, which give the
+        // category of a mode that was not built when compared.
         QPointer<CategoryElementBase> leftCategory;
         QPointer<CategoryElementBase> rightCategory;
+        QPointer<ModeElement> leftMode;
+        QPointer<ModeElement> rightMode;
+        int categoryPosition = -1;
     };
 
     static QString absentText();
@@ -59,9 +65,18 @@ public:
     static int copy(const QVector<Row>& a_rows, bool a_toLeft, WindowElement* a_window);
 
 private:
-    static void compareCategories(const QString& a_scope, CategoryElementBase* a_left,
-                                  const QStringList& a_leftScopePath, CategoryElementBase* a_right,
-                                  const QStringList& a_rightScopePath, bool a_all, QVector<Row>& a_rows);
+    // One side of a category comparison: a built category, or the template of one in an unbuilt mode
+    // with the mode's document node.
+    struct Side
+    {
+        CategoryElementBase* category = nullptr;
+        QStringList scopePath;
+        const LumexTreeElement* modeNode = nullptr;
+        ModeElement* mode = nullptr;
+    };
+
+    static void compareCategories(const QString& a_scope, const Side& a_left, const Side& a_right, bool a_all,
+                                  int a_position, QVector<Row>& a_rows);
     static void compareModeCategories(const QString& a_scope, ModeElement* a_left, ModeElement* a_right,
                                       bool a_all, QVector<Row>& a_rows);
 };

@@ -5,6 +5,7 @@
 #include "elements/FeatureListFeatureBase.h"
 #include "elements/GenericModeCategory.h"
 #include "elements/ModeElement.h"
+#include "elements/UnbuiltModeReader.h"
 #include "elements/ValueFeatureElementBase.h"
 
 namespace Orvex {
@@ -24,9 +25,13 @@ public:
     {
     }
 
+    // a_scopeNode, for a feature of an unbuilt mode, is the node its instances are looked up from.
     void feature(const FeatureElementBase* a_feature, const QStringList& a_holderPath,
-                 const QStringList& a_segments)
+                 const QStringList& a_segments, const LumexTreeElement* a_scopeNode)
     {
+        const QVector<const LumexTreeElement*> nodes =
+            a_scopeNode ? UnbuiltModeReader::instanceNodes(a_feature, a_scopeNode)
+                        : QVector<const LumexTreeElement*>();
         const QStringList path = a_feature->elementPath();
         const QStringList segments = a_segments + path.mid(qMin(a_holderPath.size(), path.size()));
         const QString name = a_feature->name();
@@ -34,11 +39,19 @@ public:
 
         if (auto* list = qobject_cast<const FeatureListFeatureBase*>(a_feature)) {
             const QStringList instancePath = name.isEmpty() ? path : path + QStringList(name);
-            for (size_t instance = 0; instance < list->instanceCount(); ++instance) {
+            const size_t instances = a_scopeNode ? size_t(nodes.size()) : list->instanceCount();
+            for (size_t instance = 0; instance < instances; ++instance) {
                 const QStringList instanceSegments =
                     name.isEmpty() ? segments : segments + QStringList(indexed(name, repeated, instance));
-                for (const FeatureElementBase* member : list->instanceMembers(instance))
-                    feature(member, instancePath, instanceSegments);
+                const QVector<FeatureElementBase*> members =
+                    a_scopeNode ? list->memberTemplates() : list->instanceMembers(instance);
+                m_entry.steps << int(instance) << 0;
+                for (int position = 0; position < members.size(); ++position) {
+                    m_entry.steps.last() = position;
+                    feature(members.at(position), instancePath, instanceSegments,
+                            a_scopeNode ? nodes.at(int(instance)) : nullptr);
+                }
+                m_entry.steps.resize(m_entry.steps.size() - 2);
             }
             return;
         }
@@ -47,7 +60,7 @@ public:
             return;
         m_entry.feature = value;
         m_entry.name = name.isEmpty() ? segments.value(segments.size() - 1) : name;
-        const size_t count = value->instanceCount();
+        const size_t count = a_scopeNode ? size_t(nodes.size()) : value->instanceCount();
         if (count == 0) {
             if (!m_withAbsent)
                 return;
@@ -63,18 +76,21 @@ public:
             if (name.isEmpty() && count != 1)
                 continue;
             m_entry.instance = instance;
-            m_entry.value = value->valueText(instance);
+            m_entry.value = a_scopeNode ? UnbuiltModeReader::valueText(nodes.at(int(instance)))
+                                        : value->valueText(instance);
             m_entry.path = entryPath(value, segments, name, repeated, instance);
             m_visitor(m_entry);
         }
     }
 
-    void category(const CategoryElementBase* a_category, const QStringList& a_scopePath)
+    void category(const CategoryElementBase* a_category, const QStringList& a_scopePath,
+                  const LumexTreeElement* a_modeNode)
     {
         const QVector<FeatureElementBase*> features = a_category->features();
         for (int position = 0; position < features.size(); ++position) {
             m_entry.topFeature = position;
-            feature(features.at(position), a_scopePath, QStringList());
+            m_entry.steps = {position};
+            feature(features.at(position), a_scopePath, QStringList(), a_modeNode);
         }
     }
 
@@ -113,7 +129,16 @@ void FeatureIndex::visit(const CategoryElementBase* a_category, const QStringLis
                          bool a_withAbsent, const Visitor& a_visitor)
 {
     Walker walker(a_withAbsent, a_visitor);
-    walker.category(a_category, a_scopePath);
+    walker.category(a_category, a_scopePath, nullptr);
+}
+
+void FeatureIndex::visitUnbuilt(const CategoryElementBase* a_template, const LumexTreeElement* a_modeNode,
+                                const QStringList& a_scopePath, bool a_withAbsent, const Visitor& a_visitor)
+{
+    if (!a_modeNode)
+        return;
+    Walker walker(a_withAbsent, a_visitor);
+    walker.category(a_template, a_scopePath, a_modeNode);
 }
 
 bool FeatureIndex::isPresent(const CategoryElementBase* a_category)

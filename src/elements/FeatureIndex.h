@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <QVector>
 
 #include <cstddef>
 #include <functional>
@@ -10,6 +11,7 @@ namespace Orvex {
 
 class CameraElement;
 class CategoryElementBase;
+class LumexTreeElement;
 class FeatureElementBase;
 class ModeElement;
 class ValueFeatureElementBase;
@@ -36,6 +38,9 @@ public:
         // What a search by name looks at: the feature's name, or for an unnamed text, its element's.
         QString name;
         QString value;
+        // The way from the category to the feature, as an ElementLocator goes: the feature's position,
+        // then for a list member the instance and the member's position.
+        QVector<int> steps;
     };
 
     using Visitor = std::function<void(const Entry&)>;
@@ -49,6 +54,11 @@ public:
     // value; lists without instances have nothing to hand over.
     static void visit(const CategoryElementBase* a_category, const QStringList& a_scopePath,
                       bool a_withAbsent, const Visitor& a_visitor);
+    // The same for a category of a mode that is not built: a_template is the category of the camera's
+    // mode template, the values are read from the mode's node a_modeNode (see UnbuiltModeReader), and the
+    // entries name the template's features.
+    static void visitUnbuilt(const CategoryElementBase* a_template, const LumexTreeElement* a_modeNode,
+                             const QStringList& a_scopePath, bool a_withAbsent, const Visitor& a_visitor);
 
     // Whether a category's features go into the file at all: a mode category switched off keeps its
     // values, but they are not written.

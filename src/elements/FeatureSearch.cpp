@@ -5,6 +5,7 @@
 #include "elements/FeatureIndex.h"
 #include "elements/ModeCategoryElementBase.h"
 #include "elements/ModeElement.h"
+#include "elements/UnbuiltModeReader.h"
 #include "elements/ValueFeatureElementBase.h"
 
 namespace Orvex {
@@ -54,6 +55,7 @@ bool FeatureSearch::searchNext(int a_scopes)
     for (; a_scopes > 0 && m_nextScope < modes.size(); --a_scopes, ++m_nextScope) {
         const ModeElement* mode = m_nextScope < 0 ? nullptr : modes.at(m_nextScope);
         Match match;
+        ElementLocator categoryLocator;
         match.mode = m_nextScope;
         match.scope = mode ? mode->name() : cameraScopeName();
         const auto visitor = [&](const FeatureIndex::Entry& a_entry) {
@@ -65,8 +67,14 @@ bool FeatureSearch::searchNext(int a_scopes)
                 return;
             match.path = a_entry.path;
             match.value = a_entry.value;
-            match.feature = const_cast<ValueFeatureElementBase*>(a_entry.feature);
             match.instance = a_entry.instance;
+            if (categoryLocator.isValid()) {
+                match.locator = categoryLocator;
+                for (const int step : a_entry.steps)
+                    match.locator = match.locator.child(step);
+            } else {
+                match.feature = const_cast<ValueFeatureElementBase*>(a_entry.feature);
+            }
             m_matches.append(match);
         };
         if (!mode) {
@@ -75,6 +83,21 @@ bool FeatureSearch::searchNext(int a_scopes)
             continue;
         }
         const QStringList scopePath = FeatureIndex::scopePath(mode);
+        // A mode not built yet is read from its document node, and its matches lead to where its
+        // features will be.
+        if (const LumexTreeElement* modeNode = m_camera->modeTemplate() ? mode->unbuiltContent() : nullptr) {
+            const QVector<ModeCategoryElementBase*> categories = m_camera->modeTemplate()->categories();
+            const ElementLocator modeLocator = ElementLocator::locate(m_camera, mode);
+            for (int position = 0; position < categories.size(); ++position) {
+                if (!UnbuiltModeReader::categoryNode(modeNode, categories.at(position)))
+                    continue;
+                match.category = categories.at(position)->name();
+                categoryLocator = modeLocator.child(position);
+                FeatureIndex::visitUnbuilt(categories.at(position), modeNode, scopePath, true, visitor);
+            }
+            categoryLocator = ElementLocator();
+            continue;
+        }
         for (const ModeCategoryElementBase* category : mode->categories()) {
             // What a switched-off category keeps is not in the file; finding it there would mislead.
             if (!FeatureIndex::isPresent(category))

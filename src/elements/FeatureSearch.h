@@ -1,5 +1,7 @@
 #pragma once
 
+#include "elements/ElementLocator.h"
+
 #include <QPointer>
 #include <QRegularExpression>
 #include <QString>
@@ -37,7 +39,10 @@ public:
         QString category;
         QString path;
         QString value;
+        // Null for a match in a mode that is not built: locator leads to its feature, and resolving it
+        // builds the mode.
         QPointer<ValueFeatureElementBase> feature;
+        ElementLocator locator;
         // FeatureIndex::NoInstance for a feature that has none.
         size_t instance = 0;
     };

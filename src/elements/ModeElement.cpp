@@ -46,6 +46,12 @@ ModeElement* ModeElement::unbuiltCopy() const
     return copy;
 }
 
+const LumexTreeElement* ModeElement::unbuiltContent() const
+{
+    const ModeBuilder* builder = !m_built && m_camera ? m_camera->modeBuilder() : nullptr;
+    return builder ? builder->contentNode(this) : nullptr;
+}
+
 void ModeElement::build() const
 {
     if (m_built)

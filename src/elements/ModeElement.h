@@ -8,6 +8,7 @@
 namespace Orvex {
 
 class CameraElement;
+class LumexTreeElement;
 class ModeCategoryElementBase;
 
 // One named mode of the camera: an ordered list of categories, one of which is the current page while
@@ -34,6 +35,9 @@ public:
     // False until an unbuilt copy is filled; everything that reads categories fills it first. Code that
     // can do its work from the file's content instead asks this, to leave the mode unbuilt.
     bool isBuilt() const { return m_built; }
+    // The document node the content of an unbuilt mode is read from (see UnbuiltModeReader); null once
+    // the mode is built.
+    const LumexTreeElement* unbuiltContent() const;
 
     CameraElement* camera() const;
 

@@ -149,6 +149,11 @@ public:
         }
     }
 
+    const LumexTreeElement* contentNode(const ModeElement* a_mode) const override
+    {
+        return m_tree ? m_tree->modeNode(a_mode) : nullptr;
+    }
+
 private:
     QPointer<LumexTree> m_tree;
 };

@@ -6,6 +6,7 @@
 #include "elements/ModeCategoryElementBase.h"
 #include "elements/ModeElement.h"
 #include "elements/UndoRedoStack.h"
+#include "elements/ValueFeatureElementBase.h"
 
 #include <QTest>
 
@@ -40,22 +41,23 @@ QStringList snapshot(const ModeElement* a_mode)
 
 } // namespace
 
-// Finding and comparing on the shipped CoaXPress example, read from its elements alone.
+// Finding and comparing on the shipped CoaXPress example, read from its elements alone. Each row loads
+// the file afresh, so that its modes are not built yet, as after opening it.
 class TestFeatureFind : public QObject
 {
     Q_OBJECT
 
-    OrvexTest::CameraDocument m_document;
+    static QString example() { return OrvexTest::sourcePath("examples/Example_CXP.lumex"); }
 
 private slots:
-    void initTestCase() { m_document.load(OrvexTest::sourcePath("examples/Example_CXP.lumex")); }
-
     void search_data()
     {
         OrvexTest::addTableRows("tests/elements/data/find/search.txt", {"text", "options"});
     }
 
-    // Options: n names, v values, d documentation, c case, w whole word, r regular expression.
+    // Options: n names, v values, d documentation, c case, w whole word, r regular expression. Searched
+    // again once every match has been gone to, which builds the modes, the same matches lead to the same
+    // features.
     void search()
     {
         QFETCH(QByteArray, text);
@@ -67,14 +69,71 @@ private slots:
                                       options.contains('c'),
                                       options.contains('w'),
                                       options.contains('r')};
+        OrvexTest::CameraDocument document;
+        document.load(example());
         QStringList found;
-        for (const FeatureSearch::Match& match : FeatureSearch::findAll(m_document.camera(), search))
+        const QVector<FeatureSearch::Match> matches = FeatureSearch::findAll(document.camera(), search);
+        for (const FeatureSearch::Match& match : matches)
             found << QStringList{match.scope, match.category, match.path, match.value}.join(" | ");
         QCOMPARE(found, goldenBlock("tests/elements/data/find/search-expected.txt", QTest::currentDataTag()));
-        for (const ModeElement* mode : m_document.camera()->modes()) {
+        for (const ModeElement* mode : document.camera()->modes())
+            QVERIFY2(!mode->isBuilt(), "a search built a mode");
+
+        QVector<ElementBase*> features;
+        for (const FeatureSearch::Match& match : matches)
+            features << (match.feature ? static_cast<ElementBase*>(match.feature.data())
+                                       : match.locator.resolve(document.camera()));
+        const QVector<FeatureSearch::Match> again = FeatureSearch::findAll(document.camera(), search);
+        QCOMPARE(again.size(), matches.size());
+        for (int index = 0; index < again.size(); ++index) {
+            QVERIFY(again.at(index).feature);
+            QCOMPARE(static_cast<ElementBase*>(again.at(index).feature.data()), features.at(index));
+            QCOMPARE(again.at(index).instance, matches.at(index).instance);
+            QCOMPARE(QStringList({again.at(index).scope, again.at(index).category, again.at(index).path,
+                                  again.at(index).value})
+                         .join(" | "),
+                     found.at(index));
+        }
+        for (const ModeElement* mode : document.camera()->modes()) {
             for (const ModeCategoryElementBase* category : mode->categories())
                 QVERIFY2(!category->widget(), "a search built a page");
         }
+    }
+
+    // Two cameras compared before and after their modes are built show the same rows.
+    void compareCameras()
+    {
+        OrvexTest::CameraDocument left;
+        OrvexTest::CameraDocument right;
+        left.load(example());
+        right.load(OrvexTest::sourcePath("tests/elements/data/find/other-camera.lumex"));
+        const auto rows = [&] {
+            QStringList lines;
+            for (const FeatureComparison::Row& row :
+                 FeatureComparison::compareCameras(left.camera(), right.camera(), true))
+                lines << QStringList{row.scope,
+                                     row.category,
+                                     row.path,
+                                     row.left,
+                                     row.right,
+                                     QString::number(row.unit),
+                                     QString::number(row.feature),
+                                     row.differs ? "differs" : "same"}
+                             .join(" | ");
+            return lines;
+        };
+        const QStringList unbuilt = rows();
+        for (OrvexTest::CameraDocument* document : {&left, &right}) {
+            for (const ModeElement* mode : document->camera()->modes()) {
+                QVERIFY(!mode->isBuilt());
+                mode->categories();
+            }
+        }
+        QCOMPARE(rows(), unbuilt);
+        QStringList differences;
+        for (const QString& row : unbuilt.filter(QRegularExpression(" \\| differs$")))
+            differences << row.section(" | ", 0, 4);
+        QCOMPARE(differences, goldenBlock("tests/elements/data/find/compare-expected.txt", "cameras"));
     }
 
     void compareAndCopy_data()
@@ -91,8 +150,10 @@ private slots:
         QFETCH(QByteArray, right);
         QFETCH(QByteArray, category);
         QFETCH(QByteArray, toLeft);
-        ModeElement* leftMode = m_document.camera()->modeByName(left);
-        ModeElement* rightMode = m_document.camera()->modeByName(right);
+        OrvexTest::CameraDocument document;
+        document.load(example());
+        ModeElement* leftMode = document.camera()->modeByName(left);
+        ModeElement* rightMode = document.camera()->modeByName(right);
         const QVector<FeatureComparison::Row> rows =
             FeatureComparison::compareModes(leftMode, rightMode, false);
         QStringList lines;
@@ -107,9 +168,9 @@ private slots:
 
         ModeElement* target = toLeft == "yes" ? leftMode : rightMode;
         const QStringList before = snapshot(target);
-        UndoRedoStack* history = m_document.window.undoRedoStack();
+        UndoRedoStack* history = document.window.undoRedoStack();
         const int steps = history->index();
-        QVERIFY(FeatureComparison::copy(chosen, toLeft == "yes", &m_document.window) > 0);
+        QVERIFY(FeatureComparison::copy(chosen, toLeft == "yes", &document.window) > 0);
         const QStringList copied = snapshot(target);
         QCOMPARE(history->index(), steps + 1);
         for (const FeatureComparison::Row& row : FeatureComparison::compareModes(leftMode, rightMode, false))
