@@ -57,16 +57,13 @@ QString UnbuiltModeReader::valueText(const LumexTreeElement* a_node)
 const LumexTreeElement* UnbuiltModeReader::schemaNode(const LumexTreeElement* a_scope,
                                                       const QStringList& a_path)
 {
+    // The scope lies on the path, so its depth tells where the rest of the path starts; every feature
+    // of a mode is looked up so, and comparing the names above it each time would double the work.
     int depth = 0;
     for (const LumexTreeElement* node = a_scope; node->parentElement(); node = node->parentElement())
         ++depth;
-    if (depth > a_path.size())
+    if (depth > a_path.size() || (depth > 0 && a_scope->name() != a_path.at(depth - 1)))
         return nullptr;
-    int at = depth;
-    for (const LumexTreeElement* node = a_scope; node->parentElement(); node = node->parentElement()) {
-        if (node->name() != a_path.at(--at))
-            return nullptr;
-    }
     const LumexTreeElement* node = a_scope;
     for (int step = depth; node && step < a_path.size(); ++step)
         node = schemaChild(node, a_path.at(step), false);

@@ -29,7 +29,7 @@ public:
     static QString valueText(const LumexTreeElement* a_node);
 
 private:
-    // The schema node at a_path below a_scope, whose own path starts a_path; null when missing.
+    // The schema node at a_path below a_scope, which stands on a_path; null when missing.
     static const LumexTreeElement* schemaNode(const LumexTreeElement* a_scope, const QStringList& a_path);
 };
 

@@ -271,15 +271,23 @@ void CameraValidator::checkUnbuiltMode(const ModeElement* a_mode, const QStringL
         if (!UnbuiltModeReader::categoryNode(modeNode, category))
             continue;
         const QVector<FeatureElementBase*> features = category->features();
+        m_categoryLocator = modeLocator.child(position);
         for (int index = 0; index < features.size(); ++index) {
             Place place;
             place.feature = features.at(index);
             place.scope = &a_scopePath;
             place.scopeNode = modeNode;
-            place.locator = modeLocator.child(position).child(index);
+            place.position = index;
             checkFeature(place);
         }
     }
+}
+
+ElementLocator CameraValidator::locatorOf(const Place& a_place) const
+{
+    if (!a_place.outer)
+        return m_categoryLocator.child(a_place.position);
+    return locatorOf(*a_place.outer).child(int(a_place.outer->instance)).child(a_place.position);
 }
 
 QString CameraValidator::Place::holder() const
@@ -301,7 +309,7 @@ void CameraValidator::checkFeature(const Place& a_place)
     Spot spot;
     const Spot* unbuilt = nullptr;
     if (a_place.scopeNode) {
-        spot.locator = a_place.locator;
+        spot.place = &a_place;
         spot.nodes = UnbuiltModeReader::instanceNodes(feature, a_place.scopeNode);
         unbuilt = &spot;
     }
@@ -351,7 +359,7 @@ void CameraValidator::checkFeature(const Place& a_place)
                 memberPlace.scopeNode = spot.nodes.at(int(instance));
                 for (int position = 0; position < templates.size(); ++position) {
                     memberPlace.feature = templates.at(position);
-                    memberPlace.locator = a_place.locator.child(int(instance)).child(position);
+                    memberPlace.position = position;
                     checkFeature(memberPlace);
                 }
                 continue;
@@ -546,7 +554,9 @@ void CameraValidator::checkUniqueKeys(const FeatureListFeatureBase* a_list, cons
                     continue;
                 Spot memberSpot;
                 if (a_spot) {
-                    memberSpot.locator = a_spot->locator.child(int(instance)).child(position);
+                    memberSpot.place = a_spot->place;
+                    memberSpot.instance = instance;
+                    memberSpot.member = position;
                     memberSpot.nodes =
                         UnbuiltModeReader::instanceNodes(member, a_spot->nodes.at(int(instance)));
                 }
@@ -584,7 +594,9 @@ void CameraValidator::add(ValidationProblem::Severity a_severity, const FeatureE
     problem.message = a_message;
     problem.instance = a_index;
     if (a_spot) {
-        problem.locator = a_spot->locator;
+        problem.locator = locatorOf(*a_spot->place);
+        if (a_spot->member >= 0)
+            problem.locator = problem.locator.child(int(a_spot->instance)).child(a_spot->member);
         const int line = a_spot->nodes.isEmpty()                  ? 0
                          : a_index < size_t(a_spot->nodes.size()) ? a_spot->nodes.at(int(a_index))->line()
                                                                   : a_spot->nodes.first()->line();

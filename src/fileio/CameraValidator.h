@@ -80,10 +80,11 @@ private:
         const Place* outer = nullptr;
         // The instance of the feature, when it is a list whose members stand below it.
         size_t instance = 0;
-        // For a feature of a mode that is not built: the node its path is looked up from, and where its
-        // element will stand, which its problems point at.
+        // For a feature of a mode that is not built: the node its path is looked up from, and its
+        // position in its category or list instance, from which the place its element will have, which
+        // its problems point at, is found.
         const LumexTreeElement* scopeNode = nullptr;
-        ElementLocator locator;
+        int position = -1;
 
         // The feature's holder, as a problem's path shows it.
         QString holder() const;
@@ -91,13 +92,17 @@ private:
         QString memberPrefix() const;
     };
 
-    // Where a feature of a mode that is not built stands: its element's locator and the nodes of its
-    // instances.
+    // Where a feature of a mode that is not built stands: its place, or with member set, that member of
+    // instance `instance` of the list at place, and the nodes of the feature's instances.
     struct Spot
     {
-        ElementLocator locator;
+        const Place* place = nullptr;
+        size_t instance = 0;
+        int member = -1;
         QVector<const LumexTreeElement*> nodes;
     };
+    // Where the element of the feature at a_place will stand once its mode is built.
+    ElementLocator locatorOf(const Place& a_place) const;
 
     void checkCategory(const CategoryElementBase* a_category, const QStringList& a_scopePath);
     // A mode that is not built, read through the camera's mode template from its node of the tree.
@@ -134,8 +139,9 @@ private:
     SchemaFacts m_schema;
     // The global features' element path, "/"-joined, for the walk over unknown content.
     QString m_globalPath;
-    // The scope being checked.
+    // The scope being checked, and for a mode that is not built, the category's place.
     QString m_mode;
+    ElementLocator m_categoryLocator;
     QVector<ValidationProblem> m_found;
     // Element id to the lines of its instances, in order; built on first use.
     QHash<quint64, QVector<int>> m_lines;

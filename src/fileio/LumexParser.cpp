@@ -239,8 +239,6 @@ void LumexParser::parse(CameraElement* a_camera)
     if (!a_camera)
         return;
     m_modeNodesByName.clear();
-    m_linked.clear();
-    m_valueNodes.clear();
     step(QStringLiteral("Loading global features"));
     parseCategory(a_camera->globalCategory(), nullptr);
     parseModes(a_camera);
@@ -698,7 +696,7 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
             hasElements = true;
     }
     const bool dropBlanks = hasElements && !hasText;
-    const bool holdsValue = holdsFeatureValue(a_treeElement);
+    const bool holdsValue = a_treeElement->holdsValue();
 
     // Per name, the elements met so far and where the node of the last one stands among the children:
     // the next one of that name is looked for from there rather than from the first child, since a
@@ -763,43 +761,15 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
     }
 }
 
-bool LumexParser::holdsFeatureValue(const LumexTreeElement* a_node) const
-{
-    const quint64 id = quint64(a_node->elementId());
-    if (id == 0)
-        return m_valueNodes.count(a_node) != 0;
-    // The elements linked above answer from their note, without a visit to each element; others are asked.
-    const quint8 note = id >= m_linkedBase && id - m_linkedBase < quint64(m_linked.size())
-                            ? m_linked[size_t(id - m_linkedBase)]
-                            : quint8(0);
-    if (note != 0 && ElementBase::findById(id))
-        return note == HoldsValue;
-    const auto* feature = qobject_cast<const ValueFeatureElementBase*>(ElementBase::findById(id));
-    return feature && !feature->isAttribute();
-}
-
 void LumexParser::link(LumexTreeElement* a_node, const ElementBase* a_element, bool a_holdsValue)
 {
+    if (!a_node)
+        return;
     // The template's elements describe an unbuilt mode's nodes but are none of them.
-    if (m_dry) {
-        if (a_node && a_holdsValue)
-            m_valueNodes.insert(a_node);
-        return;
-    }
-    if (a_node)
+    if (!m_dry)
         a_node->setElementId(qint64(a_element->id()));
-    // Ids come from a counter, so a note per id from the first one noted stays small; an id far from it
-    // is not noted, and its element is asked instead.
-    constexpr quint64 span = quint64(1) << 24;
-    const quint64 id = a_element->id();
-    if (m_linked.empty())
-        m_linkedBase = id;
-    if (id < m_linkedBase || id - m_linkedBase >= span)
-        return;
-    const size_t at = size_t(id - m_linkedBase);
-    if (at >= m_linked.size())
-        m_linked.resize(std::max(at + 1, 2 * m_linked.size()), quint8(0));
-    m_linked[at] = a_holdsValue ? HoldsValue : HoldsNoValue;
+    if (a_holdsValue)
+        a_node->setHoldsValue(true);
 }
 
 void LumexParser::absent(FeatureElementBase* a_feature, const QStringList& a_path, const PathHint& a_hint)

@@ -12,7 +12,6 @@
 #include <QVector>
 
 #include <cstddef>
-#include <unordered_set>
 #include <vector>
 
 namespace Orvex {
@@ -117,11 +116,8 @@ private:
     FailurePlace placeOf(const Lumex::ConstCamProperty& a_node, const QStringList& a_path,
                          const QString& a_problem) const;
 
-    // A node the schema knows holds the value of an element feature: its text is that value, which the
-    // feature keeps and writes, so the text must not be kept a second time.
-    bool holdsFeatureValue(const LumexTreeElement* a_node) const;
-    // Links a_node (when there is one) to a_element, and notes whether the element is a value feature
-    // whose node holds its value, for holdsFeatureValue.
+    // Links a_node (when there is one) to a_element, and notes on it whether its value is the element's,
+    // which the walk over the rest of the content must not keep a second time as text.
     void link(LumexTreeElement* a_node, const ElementBase* a_element, bool a_holdsValue = false);
 
     // A feature the file lacks: switched off, or while an unbuilt mode is read, its node from the template
@@ -143,19 +139,9 @@ private:
     // The document tree node of each mode as the file names it, for the walk over content the schema does
     // not know, which meets every mode again.
     QHash<QString, LumexTreeElement*> m_modeNodesByName;
-    // Entry n: what was noted of the element of id m_linkedBase + n when it was linked.
-    enum LinkNote : quint8
-    {
-        NotLinked,
-        HoldsNoValue,
-        HoldsValue,
-    };
-    std::vector<quint8> m_linked;
-    quint64 m_linkedBase = 0;
-    // Set while an unbuilt mode is read: its content goes into the tree and is checked, the template
-    // features that describe it are left as they are, and the nodes that hold values are noted here.
+    // Set while an unbuilt mode is read: its content goes into the tree and is checked, and the template
+    // features that describe it are left as they are.
     bool m_dry = false;
-    std::unordered_set<const LumexTreeElement*> m_valueNodes;
     // Set while a mode is built from the tree, whose nodes keep the lines they were read from.
     bool m_keepsLines = false;
 };

@@ -54,7 +54,8 @@ LumexTreeElement::LumexTreeElement(const QString& a_name, LumexTreeElement* a_pa
 LumexTreeElement::LumexTreeElement(const LumexTreeElement& a_other, LumexTreeElement* a_parent)
     : m_name(a_other.m_name), m_isText(a_other.m_isText), m_isAttribute(a_other.m_isAttribute),
       m_isComment(a_other.m_isComment),
-      m_isSchemaCompliant(a_other.m_isSchemaCompliant && (!a_parent || a_parent->m_isSchemaCompliant))
+      m_isSchemaCompliant(a_other.m_isSchemaCompliant && (!a_parent || a_parent->m_isSchemaCompliant)),
+      m_holdsValue(a_other.m_holdsValue)
 {
     // Taken before attaching: copying a node into its own subtree must not copy the copy.
     const QList<LumexTreeElement*> sources = a_other.m_children;

@@ -50,6 +50,10 @@ public:
     bool isComment() const { return m_isComment; }
     bool setIsComment(bool a_isComment);
     bool isSchemaCompliant() const { return m_isSchemaCompliant; }
+    // Whether the node's value is the value of a schema feature, read from the file: its text is kept
+    // as that value rather than as text of its own.
+    bool holdsValue() const { return m_holdsValue; }
+    void setHoldsValue(bool a_holdsValue) { m_holdsValue = a_holdsValue; }
     // The line of the file the node was read from; 0 for a node the editor made, copies included, since
     // a line would send the user to a place that does not hold it.
     int line() const { return m_line; }
@@ -109,6 +113,7 @@ private:
     bool m_isAttribute = false;
     bool m_isComment = false;
     bool m_isSchemaCompliant = false;
+    bool m_holdsValue = false;
     int m_line = 0;
     QList<LumexTreeElement*> m_children;
 };
