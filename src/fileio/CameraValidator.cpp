@@ -335,8 +335,15 @@ void CameraValidator::checkFeature(const Place& a_place)
     if (auto* value = qobject_cast<const ValueFeatureElementBase*>(feature)) {
         for (size_t instance = 0; instance < count; ++instance) {
             if (unbuilt) {
+                // What a template feature found right once is right in every mode that repeats it.
                 const QString text = UnbuiltModeReader::valueText(spot.nodes.at(int(instance))).trimmed();
+                const auto checked = qMakePair(static_cast<const void*>(value), text);
+                if (m_cleanValues.contains(checked))
+                    continue;
+                const int found = m_found.size();
                 checkValue(value, instance, a_place, shownName, text, readValue(value, text), unbuilt);
+                if (m_found.size() == found)
+                    m_cleanValues.insert(checked);
             } else {
                 checkValue(value, instance, a_place, shownName, value->valueText(instance).trimmed(),
                            value->value(instance), nullptr);

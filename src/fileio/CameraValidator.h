@@ -154,6 +154,8 @@ private:
     };
     QHash<const QRegExp*, MatchedValues> m_matched;
     bool m_linesBuilt = false;
+    // The texts of unbuilt modes' values that a template feature found no problem with.
+    QSet<QPair<const void*, QString>> m_cleanValues;
 };
 
 } // namespace Orvex

@@ -610,8 +610,25 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
 
 QString LumexParser::readValue(ValueFeatureElementBase* a_feature, size_t a_index, const QString& a_text)
 {
+    // The modes of a large file repeat each other's values: a text a template feature took once it
+    // takes again.
+    if (m_dry) {
+        const auto accepted = qMakePair(static_cast<const void*>(a_feature), a_text);
+        if (m_accepted.contains(accepted))
+            return QString();
+        const QString problem = readTrimmedValue(a_feature, a_index, a_text.trimmed());
+        if (problem.isEmpty())
+            m_accepted.insert(accepted);
+        return problem;
+    }
+    return readTrimmedValue(a_feature, a_index, a_text.trimmed());
+}
+
+QString LumexParser::readTrimmedValue(ValueFeatureElementBase* a_feature, size_t a_index,
+                                      const QString& a_value)
+{
     const QString name = a_feature->name();
-    const QString value = a_text.trimmed();
+    const QString& value = a_value;
     if (value.isEmpty() && !qobject_cast<StringFeature*>(a_feature)) {
         // An empty element stands for the value its declaration gives, as a schema reads it.
         const QVariant standIn =

@@ -6,7 +6,9 @@
 
 #include <QHash>
 #include <QObject>
+#include <QPair>
 #include <QPointer>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QVector>
@@ -108,6 +110,7 @@ private:
     // Stores the value of a_text in instance a_index, keeping a value out of range as read; why the feature
     // cannot hold it otherwise, empty when it can.
     QString readValue(ValueFeatureElementBase* a_feature, size_t a_index, const QString& a_text);
+    QString readTrimmedValue(ValueFeatureElementBase* a_feature, size_t a_index, const QString& a_value);
     void populateNonSchemaCompliant(CameraElement* a_camera, const Lumex::ConstCamProperty& a_node,
                                     LumexTreeElement* a_treeElement);
 
@@ -142,6 +145,8 @@ private:
     // Set while an unbuilt mode is read: its content goes into the tree and is checked, and the template
     // features that describe it are left as they are.
     bool m_dry = false;
+    // The texts each template feature was found to take while unbuilt modes were read.
+    QSet<QPair<const void*, QString>> m_accepted;
     // Set while a mode is built from the tree, whose nodes keep the lines they were read from.
     bool m_keepsLines = false;
 };
