@@ -447,7 +447,13 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
     const QString name = a_feature->name();
     const QByteArray utf8Name = name.toUtf8();
     const QStringList path = a_feature->elementPath();
-    Lumex::ConstCamProperty holder = parsePath(path, &a_hint);
+    // The features of one category or list instance follow each other with one hint and one path, and
+    // each lookup compares names all the way down.
+    const bool sameHolder = m_lastHolder.known &&
+                            m_lastHolder.from.property() == a_hint.property.property() &&
+                            m_lastHolder.treeFrom == a_hint.treeElement && m_lastHolder.path == path;
+    const Lumex::ConstCamProperty pathHolder = sameHolder ? m_lastHolder.holder : parsePath(path, &a_hint);
+    Lumex::ConstCamProperty holder = pathHolder;
     if (!holder) {
         ORVEX_THROW(BadFeatureException,
                     QStringLiteral("Unable to parse a path for the \"%1\" feature.").arg(name));
@@ -520,11 +526,12 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
     if (count > 0 && !m_dry)
         a_feature->setEnabled(true);
 
-    LumexTreeElement* treeHolder = nullptr;
-    if (m_tree) {
+    LumexTreeElement* treeHolder = sameHolder ? m_lastHolder.treeHolder : nullptr;
+    if (m_tree && !sameHolder) {
         treeHolder = a_hint.treeElement ? a_hint.treeElement->descendantByPath(path, true)
                                         : m_tree->elementByPath(path, true);
     }
+    m_lastHolder = {true, a_hint.property, a_hint.treeElement, path, pathHolder, treeHolder};
     QList<LumexTreeElement*> treeNodes;
     if (treeHolder && !name.isEmpty()) {
         // Only nodes of the schema's content: a mode built after loading has its extra content beside
@@ -537,8 +544,10 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
             treeNodes.append(treeHolder->addChild(name));
             treeNodes.last()->setIsSchemaCompliant(true);
         }
-        while (treeNodes.size() > int(count))
+        while (treeNodes.size() > int(count)) {
             treeHolder->removeChild(treeNodes.takeFirst());
+            m_lastHolder.known = false;
+        }
         for (LumexTreeElement* node : qAsConst(treeNodes))
             node->setIsAttribute(a_feature->isAttribute());
     }
@@ -804,6 +813,7 @@ void LumexParser::absent(FeatureElementBase* a_feature, const QStringList& a_pat
 
 void LumexParser::dropUnread(LumexTreeElement* a_holder, const QString& a_name, bool a_attribute)
 {
+    m_lastHolder.known = false;
     for (int position = a_holder->childCount(); position-- > 0;) {
         const LumexTreeElement* child = a_holder->childAt(position);
         if (child->name() == a_name && child->isSchemaCompliant() && child->isAttribute() == a_attribute &&

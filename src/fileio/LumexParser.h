@@ -127,7 +127,7 @@ private:
     // removed.
     void absent(FeatureElementBase* a_feature, const QStringList& a_path, const PathHint& a_hint);
     // Removes the nodes named a_name that a_holder got from the template rather than from the file.
-    static void dropUnread(LumexTreeElement* a_holder, const QString& a_name, bool a_attribute);
+    void dropUnread(LumexTreeElement* a_holder, const QString& a_name, bool a_attribute);
 
     bool standardIs(const QString& a_standard) const;
     void breathe();
@@ -145,6 +145,17 @@ private:
     // Set while an unbuilt mode is read: its content goes into the tree and is checked, and the template
     // features that describe it are left as they are.
     bool m_dry = false;
+    // The holder of the feature read last, with the hint and path it was found from.
+    struct LastHolder
+    {
+        bool known = false;
+        Lumex::ConstCamProperty from;
+        LumexTreeElement* treeFrom = nullptr;
+        QStringList path;
+        Lumex::ConstCamProperty holder;
+        LumexTreeElement* treeHolder = nullptr;
+    };
+    LastHolder m_lastHolder;
     // The texts each template feature was found to take while unbuilt modes were read.
     QSet<QPair<const void*, QString>> m_accepted;
     // Set while a mode is built from the tree, whose nodes keep the lines they were read from.
