@@ -66,8 +66,17 @@ LumexTreeMode* LumexTree::attachMode(QObject* a_modeObj)
     const QString modeName = QStringLiteral("mode");
     for (int i = 0; i < modes->childCount(); ++i) {
         const LumexTreeElement* candidate = modes->childAt(i);
-        if (candidate->name() == modeName && !candidate->isModeElement())
-            return new LumexTreeMode(*candidate, a_modeObj, modes);
+        if (candidate->name() != modeName || candidate->isModeElement())
+            continue;
+        // The mode's own attributes only: its content is read into the node, which makes the nodes it
+        // has, where a copy of every node the schema allows would mostly be taken away again.
+        LumexTreeElement bare(modeName, nullptr);
+        bare.setIsSchemaCompliant(true);
+        for (const LumexTreeElement* child : candidate->childElements()) {
+            if (child->isAttribute())
+                new LumexTreeElement(*child, &bare);
+        }
+        return new LumexTreeMode(bare, a_modeObj, modes);
     }
     return nullptr;
 }

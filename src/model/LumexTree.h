@@ -47,8 +47,9 @@ public:
     // Walks the names down from the root, creating what is missing with a_schemaCompliant.
     LumexTreeElement* elementByPath(const QStringList& a_path, bool a_schemaCompliant);
 
-    // Appends a copy of the mode template for a_modeObj; the node goes away with the object.
-    // Null when a_modeObj is null or the schema recorded no mode template.
+    // Appends a node for a_modeObj with the attributes of the mode template the schema recorded; what
+    // the mode holds is read into it. The node goes away with the object. Null when a_modeObj is null or
+    // the schema recorded no mode template.
     LumexTreeMode* attachMode(QObject* a_modeObj);
     LumexTreeMode* modeNode(const QObject* a_modeObj) const;
     QList<LumexTreeMode*> attachedModes() const;

@@ -81,6 +81,9 @@ LumexTreeElement* addModeTemplate(LumexTree& a_tree)
     LumexTreeElement* unit = feature->addChild("unit");
     unit->setIsAttribute(true);
     unit->setValue("px");
+    LumexTreeElement* name = mode->addChild("name");
+    name->setIsAttribute(true);
+    name->setIsSchemaCompliant(true);
     return mode;
 }
 
@@ -212,16 +215,18 @@ private slots:
         QVERIFY(mode->isModeElement() && !modeTemplate->isModeElement());
         mode->setElementId(5);
         QCOMPARE(mode->elementId(), 1001);
-        QCOMPARE(shape(mode), shape(modeTemplate));
-        LumexTreeElement* width = mode->childByName("Acquisition")->childByName("Width");
+        // The mode's own attributes come from the template; its content is read into it.
+        QCOMPARE(shape(mode), QStringLiteral("mode(name)"));
+        QVERIFY(mode->childByName("name")->isAttribute() && mode->childByName("name")->isSchemaCompliant());
+        LumexTreeElement* width =
+            mode->descendantByPath(modesPath + QStringList{"mode", "Acquisition", "Width"}, true);
         QVERIFY(width->isSchemaCompliant() && width->value().isEmpty() && width->elementId() == 0);
         QCOMPARE(width->baseElementId(), 1001);
-        QVERIFY(width->childByName("unit")->isAttribute());
 
         // The template is copied, not the newest attached mode.
         mode->childByName("Acquisition")->addChild("extra");
         LumexTreeMode* other = tree.attachMode(&second);
-        QCOMPARE(shape(other), shape(modeTemplate));
+        QCOMPARE(shape(other), QStringLiteral("mode(name)"));
         QCOMPARE(modes->modeNode(&second), other);
         QCOMPARE(tree.modeNode(&first), mode);
         QCOMPARE(tree.attachedModes(), (QList<LumexTreeMode*>{mode, other}));
@@ -265,8 +270,7 @@ private slots:
         else
             QMetaObject::invokeMethod(&tree, "removeMode", Q_ARG(QObject*, modeObject.get()));
 
-        QCOMPARE(shape(modes),
-                 QStringLiteral("modes(mode(Acquisition(Width(unit))),mode(Acquisition(Width(unit))))"));
+        QCOMPARE(shape(modes), QStringLiteral("modes(mode(Acquisition(Width(unit)),name),mode(name))"));
         QCOMPARE(shape(modesCopy), shape(modes));
         QCOMPARE(tree.attachedModes().size(), 2);
         QVERIFY(mode && !mode->parentElement());
@@ -315,6 +319,11 @@ private slots:
         comment->setIsComment(true);
         comment->setValue("keep me");
         LumexTreeMode* mode = tree.attachMode(&modeObject);
+        // As reading the mode's content would fill it.
+        LumexTreeElement* width =
+            mode->descendantByPath(modesPath + QStringList{"mode", "Acquisition", "Width"}, true);
+        width->setValue("800");
+        width->addChild("unit")->setIsAttribute(true);
 
         // Names and flags are copied, values and ids are not; a copied mode stays the same mode object's.
         LumexTreeElement* camera = modes->parentElement();
