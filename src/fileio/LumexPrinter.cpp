@@ -145,9 +145,6 @@ void LumexPrinter::print(CameraElement* a_camera)
     m_extraBelow.clear();
     m_allIndex = LinkIndex();
     m_allIndexed = false;
-    // Every mode is written from its elements, whose links to the tree are indexed below.
-    for (const ModeElement* mode : a_camera->modes())
-        mode->categories();
     if (m_tree && m_tree->root())
         indexTree(m_tree->root());
     m_nearIndex = LinkIndex();
