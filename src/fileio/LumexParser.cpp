@@ -431,13 +431,11 @@ bool LumexParser::parseCategoryPresence(GenericModeCategory* a_category, const P
     const bool present = !name.isEmpty() && !!a_modeHint.property[name.toUtf8().constData()];
     if (!m_dry)
         a_category->categoryFeature()->setEnabled(present);
-    LumexTreeElement* modeNode =
-        a_modeHint.treeElement ? a_modeHint.treeElement->descendantByPath(a_category->elementPath(), true)
-                               : nullptr;
-    if (present && modeNode)
-        link(modeNode->descendantByPath(modeNode->path() << name, true), a_category->categoryFeature());
-    else if (modeNode && m_dry)
-        dropUnread(modeNode, name, false);
+    if (present && a_modeHint.treeElement) {
+        if (LumexTreeElement* modeNode =
+                a_modeHint.treeElement->descendantByPath(a_category->elementPath(), true))
+            link(modeNode->descendantByPath(modeNode->path() << name, true), a_category->categoryFeature());
+    }
     return present;
 }
 
@@ -505,7 +503,9 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
                     placeOf(holder, QStringList(path) << name,
                             QStringLiteral("this required attribute is missing")));
             }
-            absent(a_feature, path, a_hint);
+            // A template feature describing an unbuilt mode stays as the schema made it.
+            if (!m_dry)
+                a_feature->setEnabled(false);
             return;
         }
     } else {
@@ -518,7 +518,9 @@ void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_
                     placeOf(holder, QStringList(path) << name,
                             QStringLiteral("this required element is missing")));
             }
-            absent(a_feature, path, a_hint);
+            // A template feature describing an unbuilt mode stays as the schema made it.
+            if (!m_dry)
+                a_feature->setEnabled(false);
             return;
         }
         holder = element;
@@ -796,30 +798,6 @@ void LumexParser::link(LumexTreeElement* a_node, const ElementBase* a_element, b
         a_node->setElementId(qint64(a_element->id()));
     if (a_holdsValue)
         a_node->setHoldsValue(true);
-}
-
-void LumexParser::absent(FeatureElementBase* a_feature, const QStringList& a_path, const PathHint& a_hint)
-{
-    if (!m_dry) {
-        a_feature->setEnabled(false);
-        return;
-    }
-    // An unbuilt mode is read back from its nodes, so the template's node for what the file lacks goes.
-    if (a_hint.treeElement) {
-        if (LumexTreeElement* holder = a_hint.treeElement->descendantByPath(a_path, true))
-            dropUnread(holder, a_feature->name(), a_feature->isAttribute());
-    }
-}
-
-void LumexParser::dropUnread(LumexTreeElement* a_holder, const QString& a_name, bool a_attribute)
-{
-    m_lastHolder.known = false;
-    for (int position = a_holder->childCount(); position-- > 0;) {
-        const LumexTreeElement* child = a_holder->childAt(position);
-        if (child->name() == a_name && child->isSchemaCompliant() && child->isAttribute() == a_attribute &&
-            child->line() == 0)
-            a_holder->removeChildAt(position);
-    }
 }
 
 void LumexParser::breathe()

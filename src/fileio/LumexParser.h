@@ -123,12 +123,6 @@ private:
     // which the walk over the rest of the content must not keep a second time as text.
     void link(LumexTreeElement* a_node, const ElementBase* a_element, bool a_holdsValue = false);
 
-    // A feature the file lacks: switched off, or while an unbuilt mode is read, its node from the template
-    // removed.
-    void absent(FeatureElementBase* a_feature, const QStringList& a_path, const PathHint& a_hint);
-    // Removes the nodes named a_name that a_holder got from the template rather than from the file.
-    void dropUnread(LumexTreeElement* a_holder, const QString& a_name, bool a_attribute);
-
     bool standardIs(const QString& a_standard) const;
     void breathe();
     void step(const QString& a_detail);
