@@ -30,8 +30,7 @@ public:
                  const QStringList& a_segments, const LumexTreeElement* a_scopeNode)
     {
         const QVector<const LumexTreeElement*> nodes =
-            a_scopeNode ? UnbuiltModeReader::instanceNodes(a_feature, a_scopeNode)
-                        : QVector<const LumexTreeElement*>();
+            a_scopeNode ? m_reader.instanceNodes(a_feature, a_scopeNode) : QVector<const LumexTreeElement*>();
         const QStringList path = a_feature->elementPath();
         const QStringList segments = a_segments + path.mid(qMin(a_holderPath.size(), path.size()));
         const QString name = a_feature->name();
@@ -111,6 +110,7 @@ private:
     bool m_withAbsent;
     const FeatureIndex::Visitor& m_visitor;
     FeatureIndex::Entry m_entry;
+    UnbuiltModeReader m_reader;
 };
 
 } // namespace

@@ -32,7 +32,15 @@ QVector<const LumexTreeElement*> UnbuiltModeReader::instanceNodes(const FeatureE
                                                                   const LumexTreeElement* a_scope)
 {
     QVector<const LumexTreeElement*> nodes;
-    const LumexTreeElement* holder = a_scope ? schemaNode(a_scope, a_feature->elementPath()) : nullptr;
+    if (!a_scope)
+        return nodes;
+    const QStringList path = a_feature->elementPath();
+    if (a_scope != m_lastScope || path != m_lastPath) {
+        m_lastScope = a_scope;
+        m_lastPath = path;
+        m_lastHolder = schemaNode(a_scope, path);
+    }
+    const LumexTreeElement* holder = m_lastHolder;
     if (!holder)
         return nodes;
     const QString name = a_feature->name();

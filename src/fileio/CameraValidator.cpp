@@ -264,6 +264,8 @@ void CameraValidator::checkUnbuiltMode(const ModeElement* a_mode, const QStringL
 {
     const LumexTreeElement* modeNode = m_tree->modeNode(a_mode);
     const ElementLocator modeLocator = ElementLocator::locate(m_camera, a_mode);
+    // What the reader remembers of an earlier check may be gone from the tree since.
+    m_unbuiltReader = UnbuiltModeReader();
     const QVector<ModeCategoryElementBase*> categories = m_camera->modeTemplate()->categories();
     for (int position = 0; position < categories.size(); ++position) {
         // A category the file lacks is switched off, and its features are not checked.
@@ -310,7 +312,7 @@ void CameraValidator::checkFeature(const Place& a_place)
     const Spot* unbuilt = nullptr;
     if (a_place.scopeNode) {
         spot.place = &a_place;
-        spot.nodes = UnbuiltModeReader::instanceNodes(feature, a_place.scopeNode);
+        spot.nodes = m_unbuiltReader.instanceNodes(feature, a_place.scopeNode);
         unbuilt = &spot;
     }
     const size_t count = unbuilt ? size_t(spot.nodes.size()) : feature->instanceCount();
@@ -564,8 +566,7 @@ void CameraValidator::checkUniqueKeys(const FeatureListFeatureBase* a_list, cons
                     memberSpot.place = a_spot->place;
                     memberSpot.instance = instance;
                     memberSpot.member = position;
-                    memberSpot.nodes =
-                        UnbuiltModeReader::instanceNodes(member, a_spot->nodes.at(int(instance)));
+                    memberSpot.nodes = m_unbuiltReader.instanceNodes(member, a_spot->nodes.at(int(instance)));
                 }
                 if (a_spot ? memberSpot.nodes.isEmpty() : member->instanceCount() == 0)
                     continue;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "elements/ElementLocator.h"
+#include "elements/UnbuiltModeReader.h"
 #include "fileio/ValidationProblem.h"
 
 #include <QHash>
@@ -154,6 +155,7 @@ private:
     };
     QHash<const QRegExp*, MatchedValues> m_matched;
     bool m_linesBuilt = false;
+    UnbuiltModeReader m_unbuiltReader;
     // The texts of unbuilt modes' values that a template feature found no problem with.
     QSet<QPair<const void*, QString>> m_cleanValues;
 };

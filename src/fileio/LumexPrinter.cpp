@@ -145,6 +145,7 @@ void LumexPrinter::print(CameraElement* a_camera)
     m_extraBelow.clear();
     m_allIndex = LinkIndex();
     m_allIndexed = false;
+    m_unbuiltReader = UnbuiltModeReader();
     if (m_tree && m_tree->root())
         indexTree(m_tree->root());
     m_nearIndex = LinkIndex();
@@ -377,7 +378,7 @@ Lumex::CamProperty LumexPrinter::printFeatureList(ElementBase* a_list, const Pat
     const QStringList leading = name.isEmpty() ? QStringList(path.mid(0, path.size() - 1)) : path;
     // A list of an unbuilt mode has the nodes of its instances; a category of one stands in its node.
     const QVector<const LumexTreeElement*> nodes = a_scopeNode && list
-                                                       ? UnbuiltModeReader::instanceNodes(list, a_scopeNode)
+                                                       ? m_unbuiltReader.instanceNodes(list, a_scopeNode)
                                                        : QVector<const LumexTreeElement*>();
     const size_t instances =
         list ? (a_scopeNode ? size_t(nodes.size()) : list->instanceCount()) : (category ? 1 : 0);
@@ -424,9 +425,8 @@ Lumex::CamProperty LumexPrinter::printFeature(FeatureElementBase* a_feature, con
         ORVEX_THROW(FeatureLoadErrorException,
                     QStringLiteral("Unable to print a path for the \"%1\" feature.").arg(name));
     QStringList texts;
-    const QVector<const LumexTreeElement*> nodes = a_scopeNode
-                                                       ? UnbuiltModeReader::instanceNodes(value, a_scopeNode)
-                                                       : QVector<const LumexTreeElement*>();
+    const QVector<const LumexTreeElement*> nodes =
+        a_scopeNode ? m_unbuiltReader.instanceNodes(value, a_scopeNode) : QVector<const LumexTreeElement*>();
     if (a_scopeNode) {
         for (const LumexTreeElement* node : nodes)
             texts << UnbuiltModeReader::valueText(node);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "elements/UnbuiltModeReader.h"
 #include "fileio/PathHint.h"
 #include "model/ExceptionBase.h"
 #include "platform/Lumex.h"
@@ -124,6 +125,7 @@ private:
     void step(const QString& a_detail);
 
     Lumex::CamFile m_document;
+    UnbuiltModeReader m_unbuiltReader;
     QPointer<ProgressStepper> m_progress;
     QPointer<LumexTree> m_tree;
     QString m_coaXPressXsdPath;
