@@ -14,9 +14,10 @@ class ModeElement;
 class WindowElement;
 
 // How two modes, or two cameras of the same standard, differ value by value, read from their elements
-// alone (see FeatureIndex). Values are paired by their path in the written file; a value only one side
-// has stands against absentText() on the other. A category switched off on one side only is one row
-// for the whole category, and a mode only one camera has is one row for the whole mode.
+// alone (see FeatureIndex), or for a mode not built yet from its document node, without building it.
+// Values are paired by their path in the written file; a value only one side has stands against
+// absentText() on the other. A category switched off on one side only is one row for the whole
+// category, and a mode only one camera has is one row for the whole mode.
 class FeatureComparison
 {
 public:

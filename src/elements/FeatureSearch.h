@@ -15,7 +15,8 @@ class CameraElement;
 class ValueFeatureElementBase;
 
 // Finds values across the whole camera, its global features first, then each mode in order, reading
-// the elements only (see FeatureIndex). The search goes scope by scope, so that a window can show the
+// the elements only (see FeatureIndex), or for a mode not built yet its document node, which it leaves
+// unbuilt. The search goes scope by scope, so that a window can show the
 // first matches while the rest are still being looked for.
 class FeatureSearch
 {
