@@ -22,6 +22,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 
 namespace Orvex {
 
@@ -651,22 +652,63 @@ QHash<QString, QVector<ValidationProblem>> CameraValidator::checkUnknownContent(
 
 ElementLocator CameraValidator::nearestKnown(const LumexTreeElement* a_node) const
 {
-    // The nearest element the schema knows is where the user can look. Inside a mode that is not built
-    // yet only the mode is known, so the mode is built for its elements.
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        for (const LumexTreeElement* above = a_node; above; above = above->parentElement()) {
-            const ElementBase* element = ElementBase::findById(quint64(above->elementId()));
-            if (!element)
-                continue;
-            const auto* mode = qobject_cast<const ModeElement*>(element);
-            if (attempt == 0 && mode && !mode->isBuilt() && above != a_node) {
-                mode->categories();
-                break;
+    // The nearest element the schema knows is where the user can look.
+    for (const LumexTreeElement* above = a_node; above; above = above->parentElement()) {
+        const ElementBase* element = ElementBase::findById(quint64(above->elementId()));
+        if (!element)
+            continue;
+        // Inside a mode not built yet only the mode's node is linked: where the element of a node below
+        // it will stand is found through the template, which leaves the mode unbuilt.
+        const auto* mode = qobject_cast<const ModeElement*>(element);
+        if (mode && !mode->isBuilt() && m_camera && m_camera->modeTemplate()) {
+            for (const LumexTreeElement* inner = a_node; inner && inner != above;
+                 inner = inner->parentElement()) {
+                const ElementLocator found = unbuiltLink(mode, above, inner);
+                if (found.isValid())
+                    return found;
             }
-            return ElementLocator::locate(m_camera, element);
         }
+        return ElementLocator::locate(m_camera, element);
     }
     return ElementLocator();
+}
+
+ElementLocator CameraValidator::unbuiltLink(const ModeElement* a_mode, const LumexTreeElement* a_modeNode,
+                                            const LumexTreeElement* a_node) const
+{
+    // Building links nodes in the order it reads them, a node read twice (a list instance that is also
+    // its unnamed member's text) to the last: the walk goes the same way and keeps the last match.
+    ElementLocator found;
+    UnbuiltModeReader reader;
+    const std::function<void(const QVector<FeatureElementBase*>&, const LumexTreeElement*,
+                             const ElementLocator&)>
+        walk = [&](const QVector<FeatureElementBase*>& a_features, const LumexTreeElement* a_scope,
+                   const ElementLocator& a_holder) {
+            for (int position = 0; position < a_features.size(); ++position) {
+                const FeatureElementBase* feature = a_features.at(position);
+                const ElementLocator locator = a_holder.child(position);
+                const QVector<const LumexTreeElement*> nodes = reader.instanceNodes(feature, a_scope);
+                auto* list = qobject_cast<const FeatureListFeatureBase*>(feature);
+                for (int instance = 0; instance < nodes.size(); ++instance) {
+                    if (nodes.at(instance) == a_node)
+                        found = locator;
+                    if (list)
+                        walk(list->memberTemplates(), nodes.at(instance), locator.child(instance));
+                }
+            }
+        };
+    const ElementLocator modeLocator = ElementLocator::locate(m_camera, a_mode);
+    const QVector<ModeCategoryElementBase*> categories = m_camera->modeTemplate()->categories();
+    for (int position = 0; position < categories.size(); ++position) {
+        const LumexTreeElement* categoryNode =
+            UnbuiltModeReader::categoryNode(a_modeNode, categories.at(position));
+        if (!categoryNode)
+            continue;
+        if (categoryNode == a_node)
+            found = modeLocator.child(position).child(ElementLocator::SpecialChild);
+        walk(categories.at(position)->features(), a_modeNode, modeLocator.child(position));
+    }
+    return found;
 }
 
 QString CameraValidator::unknownPath(const LumexTreeElement* a_node, const LumexTreeElement* a_start,

@@ -130,6 +130,10 @@ private:
                         QHash<QString, QVector<ValidationProblem>>& a_found) const;
     // Where the user can look for a problem at a_node.
     ElementLocator nearestKnown(const LumexTreeElement* a_node) const;
+    // Where the element that building the unbuilt a_mode links to a_node, below the mode's node
+    // a_modeNode, will stand; leads nowhere when building links no element to it.
+    ElementLocator unbuiltLink(const ModeElement* a_mode, const LumexTreeElement* a_modeNode,
+                               const LumexTreeElement* a_node) const;
     // The path a problem at a_node shows: the names from below a_start down to it, the global features'
     // own element left out when a_global.
     QString unknownPath(const LumexTreeElement* a_node, const LumexTreeElement* a_start, bool a_global) const;
