@@ -311,21 +311,21 @@ void LumexPrinter::printMode(ModeElement* a_mode)
     }
 
     const PathHint modeHint(mode, a_mode->elementPath(), nullptr);
+    // A mode not built yet is written from its node of the tree, through the template's categories.
     const ModeElement* modeTemplate = a_mode->camera() ? a_mode->camera()->modeTemplate() : nullptr;
-    if (const LumexTreeElement* modeNode =
-            !a_mode->isBuilt() && m_tree && modeTemplate ? m_tree->modeNode(a_mode) : nullptr) {
-        printUnbuiltCategories(modeTemplate, modeNode, modeHint);
-        writeLinkedContent(a_mode, mode);
-        return;
-    }
-    for (ModeCategoryElementBase* category : a_mode->categories()) {
+    const LumexTreeElement* modeNode =
+        !a_mode->isBuilt() && m_tree && modeTemplate ? m_tree->modeNode(a_mode) : nullptr;
+    for (ModeCategoryElementBase* category : modeNode ? modeTemplate->categories() : a_mode->categories()) {
         breathe();
-        FeatureElementBase* presence = nullptr;
+        // A category switched off is not written; in an unbuilt mode, one the file lacks.
+        const LumexTreeElement* categoryNode =
+            modeNode ? UnbuiltModeReader::categoryNode(modeNode, category) : nullptr;
+        auto* generic = qobject_cast<GenericModeCategory*>(category);
+        FeatureElementBase* presence = generic && !modeNode ? generic->categoryFeature() : nullptr;
+        if (modeNode ? !categoryNode : presence && !presence->isEnabled())
+            continue;
         Lumex::CamProperty categoryElement;
-        if (auto* generic = qobject_cast<GenericModeCategory*>(category)) {
-            presence = generic->categoryFeature();
-            if (!presence->isEnabled())
-                continue;
+        if (generic) {
             categoryElement = printPath(category->elementPath() << category->name(), &modeHint);
             if (categoryElement.isNull()) {
                 ORVEX_THROW(ModeLoadErrorException,
@@ -333,32 +333,13 @@ void LumexPrinter::printMode(ModeElement* a_mode)
                                 .arg(category->name()));
             }
         }
-        printFeatureList(category, &modeHint);
-        if (presence)
+        printFeatureList(category, &modeHint, modeNode);
+        if (categoryNode)
+            writeTreeContent(categoryElement, categoryNode);
+        else if (presence)
             writeLinkedContent(presence, categoryElement);
     }
     writeLinkedContent(a_mode, mode);
-}
-
-void LumexPrinter::printUnbuiltCategories(const ModeElement* a_template, const LumexTreeElement* a_modeNode,
-                                          const PathHint& a_modeHint)
-{
-    for (ModeCategoryElementBase* category : a_template->categories()) {
-        breathe();
-        // A category the file lacks is switched off, and not written.
-        const LumexTreeElement* categoryNode = UnbuiltModeReader::categoryNode(a_modeNode, category);
-        if (!categoryNode)
-            continue;
-        const Lumex::CamProperty categoryElement =
-            printPath(category->elementPath() << category->name(), &a_modeHint);
-        if (categoryElement.isNull()) {
-            ORVEX_THROW(
-                ModeLoadErrorException,
-                QStringLiteral("Unable to print a path for the \"%1\" feature list.").arg(category->name()));
-        }
-        printFeatureList(category, &a_modeHint, a_modeNode);
-        writeTreeContent(categoryElement, categoryNode);
-    }
 }
 
 Lumex::CamProperty LumexPrinter::printFeatureList(ElementBase* a_list, const PathHint* a_hint,

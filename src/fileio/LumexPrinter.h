@@ -83,9 +83,6 @@ private:
     Lumex::CamProperty printPath(const QStringList& a_path, const PathHint* a_hint);
     void printCamera(CameraElement* a_camera);
     void printMode(ModeElement* a_mode);
-    // The categories of a mode that is not built, from its node of the tree through the mode template.
-    void printUnbuiltCategories(const ModeElement* a_template, const LumexTreeElement* a_modeNode,
-                                const PathHint& a_modeHint);
     // A feature list, or a category printed as a list without an element of its own. Returns the last
     // element written. With a_scopeNode, the list or category is the template of one in a mode that is
     // not built, whose content is read from the tree below that node (see UnbuiltModeReader).
