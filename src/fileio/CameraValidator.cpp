@@ -10,6 +10,7 @@
 #include "elements/NumericFeature.h"
 #include "elements/StringFeature.h"
 #include "elements/UnbuiltModeReader.h"
+#include "fileio/LumexParser.h"
 #include "model/LumexTree.h"
 #include "model/LumexTreeElement.h"
 #include "model/LumexTreeMode.h"
@@ -397,24 +398,12 @@ QString CameraValidator::holderPath(const FeatureElementBase* a_feature, const Q
 
 QVariant CameraValidator::readValue(const ValueFeatureElementBase* a_feature, const QString& a_text)
 {
-    // As a feature reads a file's value: a fixed one holds its fixed value whatever it reads, an empty
-    // element the value its declaration gives, and a text it cannot take is kept where the reader keeps it.
+    // A fixed feature holds its fixed value whatever it reads; a boolean spelled otherwise keeps the value
+    // it had, which a mode's copy of the template has from the declaration.
     if (a_feature->fixedValue().isValid())
         return a_feature->fixedValue();
-    if (a_text.isEmpty() && !qobject_cast<const StringFeature*>(a_feature))
-        return a_feature->valueFromText(a_feature->textFromValue(a_feature->defaultValue()));
-    bool ok = false;
-    const QVariant read = a_feature->valueFromText(a_text, &ok);
-    if (ok)
-        return read;
-    if (qobject_cast<const EnumerationFeature*>(a_feature))
-        return a_text;
-    if (auto* numeric = qobject_cast<const NumericFeature*>(a_feature)) {
-        if (NumericSpelling::isWellFormed(a_text, numeric->representationType()) &&
-            NumericSpelling::underflows(a_text, numeric->representationType()))
-            return a_feature->valueFromText(QStringLiteral("0"));
-    }
-    return a_feature->defaultValue();
+    const LumexParser::ValueReading reading = LumexParser::readingOf(a_feature, a_text);
+    return reading.value.isValid() ? reading.value : a_feature->defaultValue();
 }
 
 void CameraValidator::checkValue(const ValueFeatureElementBase* a_feature, size_t a_index,

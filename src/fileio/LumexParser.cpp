@@ -635,58 +635,68 @@ QString LumexParser::readValue(ValueFeatureElementBase* a_feature, size_t a_inde
     return readTrimmedValue(a_feature, a_index, a_text.trimmed());
 }
 
-QString LumexParser::readTrimmedValue(ValueFeatureElementBase* a_feature, size_t a_index,
-                                      const QString& a_value)
+LumexParser::ValueReading LumexParser::readingOf(const ValueFeatureElementBase* a_feature,
+                                                 const QString& a_value)
 {
-    const QString name = a_feature->name();
-    const QString& value = a_value;
-    if (value.isEmpty() && !qobject_cast<StringFeature*>(a_feature)) {
+    ValueReading reading;
+    if (a_value.isEmpty() && !qobject_cast<const StringFeature*>(a_feature)) {
         // An empty element stands for the value its declaration gives, as a schema reads it.
         const QVariant standIn =
             a_feature->fixedValue().isValid() ? a_feature->fixedValue() : a_feature->defaultValue();
-        if (!standIn.isValid())
-            return QStringLiteral("Empty values unsupported by the \"%1\" feature.").arg(name);
-        if (!m_dry)
-            a_feature->keepFileText(a_index, value,
-                                    a_feature->valueFromText(a_feature->textFromValue(standIn)));
-        return QString();
-    }
-    // An unbuilt mode's values are only judged: the template feature keeps its own.
-    bool taken = false;
-    if (m_dry)
-        a_feature->valueFromText(value, &taken);
-    else
-        taken = a_feature->setValueFromText(a_index, value);
-    if (!taken) {
-        // One value the schema rejects must not cost the whole file: an entry the list lacks and a boolean
-        // spelled otherwise are kept as read (and listed as problems), a number too small for its type
-        // as well, like one outside its range.
-        auto* numeric = qobject_cast<NumericFeature*>(a_feature);
-        if (qobject_cast<EnumerationFeature*>(a_feature)) {
-            if (!m_dry)
-                a_feature->keepFileText(a_index, value, value);
-        } else if (qobject_cast<BooleanFeature*>(a_feature)) {
-            if (!m_dry)
-                a_feature->keepFileText(a_index, value, a_feature->value(a_index));
-        } else if (numeric && NumericSpelling::isWellFormed(value, numeric->representationType()) &&
-                   NumericSpelling::underflows(value, numeric->representationType())) {
-            if (!m_dry)
-                a_feature->keepFileText(a_index, value, a_feature->valueFromText(QStringLiteral("0")));
-        } else {
-            const QString family =
-                a_feature->isAttribute()
-                    ? QStringLiteral("Unable to retrieve an attribute value for the \"%1\" feature")
-                    : QStringLiteral("Unable to retrieve a value for the \"%1\" feature");
-            return (family + QStringLiteral(" from \"%2\".")).arg(name, quotedValue(value));
+        if (!standIn.isValid()) {
+            reading.refusal =
+                QStringLiteral("Empty values unsupported by the \"%1\" feature.").arg(a_feature->name());
+            return reading;
         }
+        reading.value = a_feature->valueFromText(a_feature->textFromValue(standIn));
+        reading.keepsText = true;
+        return reading;
+    }
+    bool taken = false;
+    reading.value = a_feature->valueFromText(a_value, &taken);
+    if (taken)
+        return reading;
+    // One value the schema rejects must not cost the whole file: an entry the list lacks and a boolean
+    // spelled otherwise are kept as read (and listed as problems), a number too small for its type as
+    // well, like one outside its range.
+    reading.keepsText = true;
+    auto* numeric = qobject_cast<const NumericFeature*>(a_feature);
+    if (qobject_cast<const EnumerationFeature*>(a_feature)) {
+        reading.value = a_value;
+    } else if (qobject_cast<const BooleanFeature*>(a_feature)) {
+        reading.value = QVariant();
+    } else if (numeric && NumericSpelling::isWellFormed(a_value, numeric->representationType()) &&
+               NumericSpelling::underflows(a_value, numeric->representationType())) {
+        reading.value = a_feature->valueFromText(QStringLiteral("0"));
+    } else {
+        const QString family =
+            a_feature->isAttribute()
+                ? QStringLiteral("Unable to retrieve an attribute value for the \"%1\" feature")
+                : QStringLiteral("Unable to retrieve a value for the \"%1\" feature");
+        reading = ValueReading();
+        reading.refusal =
+            (family + QStringLiteral(" from \"%2\".")).arg(a_feature->name(), quotedValue(a_value));
+    }
+    return reading;
+}
+
+QString LumexParser::readTrimmedValue(ValueFeatureElementBase* a_feature, size_t a_index,
+                                      const QString& a_value)
+{
+    const ValueReading reading = readingOf(a_feature, a_value);
+    // An unbuilt mode's values are only judged: the template feature keeps its own.
+    if (m_dry || !reading.refusal.isEmpty())
+        return reading.refusal;
+    if (reading.keepsText) {
+        a_feature->keepFileText(a_index, a_value,
+                                reading.value.isValid() ? reading.value : a_feature->value(a_index));
         return QString();
     }
+    a_feature->setValueFromText(a_index, a_value);
     // A fixed feature holds its fixed value whatever is set; another value in the file is kept as its
     // text, so that saving does not change it behind the user's back.
-    if (!m_dry && a_feature->fixedValue().isValid() && a_feature->valueText(a_index) != value) {
-        a_feature->keepFileText(a_index, value, a_feature->fixedValue());
-        return QString();
-    }
+    if (a_feature->fixedValue().isValid() && a_feature->valueText(a_index) != a_value)
+        a_feature->keepFileText(a_index, a_value, a_feature->fixedValue());
     return QString();
 }
 

@@ -11,6 +11,7 @@
 #include <QSet>
 #include <QString>
 #include <QStringList>
+#include <QVariant>
 #include <QVector>
 
 #include <cstddef>
@@ -90,6 +91,18 @@ public:
     // template with every check a built mode's reading makes, and the camera gets a mode builder that
     // fills a mode from its node when the mode is first used. Without a tree every mode is built.
     void parse(CameraElement* a_camera);
+
+    // How a feature reads a_value, the text of a value in a file without the white space around it: the
+    // value it then holds (none for a boolean spelled otherwise, which keeps the value it had), whether
+    // it keeps the text as read beside that value (an empty element standing for its declaration's
+    // value, or a text it cannot take as it is), and why it cannot hold it at all, empty when it can.
+    struct ValueReading
+    {
+        QVariant value;
+        bool keepsText = false;
+        QString refusal;
+    };
+    static ValueReading readingOf(const ValueFeatureElementBase* a_feature, const QString& a_value);
 
     // Fills the unbuilt a_mode from its node of a_tree, as a loaded file's mode builder does: copies of
     // the template's categories, then the values, read from the node's schema content.
