@@ -8,13 +8,18 @@ namespace Orvex {
 
 namespace {
 
+// Whether a_node is schema content named a_name: an element, or with a_attribute an attribute.
+bool isSchemaNode(const LumexTreeElement* a_node, const QString& a_name, bool a_attribute)
+{
+    return a_node->isSchemaCompliant() && a_node->isAttribute() == a_attribute && !a_node->isText() &&
+           !a_node->isComment() && a_node->name() == a_name;
+}
+
 const LumexTreeElement* schemaChild(const LumexTreeElement* a_node, const QString& a_name, bool a_attribute)
 {
     for (int position = 0; position < a_node->childCount(); ++position) {
-        const LumexTreeElement* child = a_node->childAt(position);
-        if (child->isSchemaCompliant() && child->isAttribute() == a_attribute && !child->isText() &&
-            !child->isComment() && child->name() == a_name)
-            return child;
+        if (isSchemaNode(a_node->childAt(position), a_name, a_attribute))
+            return a_node->childAt(position);
     }
     return nullptr;
 }
@@ -49,10 +54,8 @@ QVector<const LumexTreeElement*> UnbuiltModeReader::instanceNodes(const FeatureE
         return nodes;
     }
     for (int position = 0; position < holder->childCount(); ++position) {
-        const LumexTreeElement* child = holder->childAt(position);
-        if (child->isSchemaCompliant() && child->isAttribute() == a_feature->isAttribute() &&
-            !child->isText() && !child->isComment() && child->name() == name)
-            nodes << child;
+        if (isSchemaNode(holder->childAt(position), name, a_feature->isAttribute()))
+            nodes << holder->childAt(position);
     }
     return nodes;
 }
