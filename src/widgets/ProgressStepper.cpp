@@ -31,15 +31,18 @@ ProgressStepper::ProgressStepper(QProgressDialog* a_dialog, int a_minimum, int a
 void ProgressStepper::beginStage(const QString& a_label, int a_from, int a_to, int a_stepCount)
 {
     m_label = a_label;
+    m_labelPending = true;
     m_detailPending = false;
-    setLabelText(QStringLiteral("<html><p><b>") + a_label + QStringLiteral("</b></p></html>"));
     m_from = std::clamp(a_from, m_minimum, m_maximum);
     m_to = std::clamp(a_to, m_from, m_maximum);
     m_stepCount = std::max(a_stepCount, 0);
     m_stepsDone = 0;
     m_value = m_from;
     emit progress(m_value);
-    showValue();
+    // A stage that begins soon after another is shown with the next frame: the stages of a small
+    // file's load follow each other faster than a screen shows them, and each one shown at once laid out
+    // and painted the dialog anew.
+    m_clockDue = true;
     breathe();
 }
 
@@ -91,6 +94,7 @@ void ProgressStepper::showPendingDetail()
 
 void ProgressStepper::setLabelText(const QString& a_text)
 {
+    m_labelPending = false;
     m_sinceLabel.start();
     if (m_dialog)
         m_dialog->setLabelText(a_text);
@@ -106,17 +110,26 @@ void ProgressStepper::breathe()
 {
     // A load breathes once per feature, every few microseconds, and reading the clock each time was a
     // share of a large file's load of its own: it is read every few breaths, still many times a frame.
-    const bool clockRead =
-        m_frameIntervalMs <= 0 || !m_sinceEvents.isValid() || ++m_breaths % s_breathsPerClockRead == 0;
-    if (clockRead && frameDue(m_sinceEvents)) {
-        if (m_detailPending && detailDue())
-            showPendingDetail();
-        showValue();
-        QCoreApplication::processEvents();
-        m_sinceEvents.start();
-    }
+    const bool clockRead = m_clockDue || m_frameIntervalMs <= 0 || !m_sinceEvents.isValid() ||
+                           ++m_breaths % s_breathsPerClockRead == 0;
+    m_clockDue = false;
+    if (clockRead)
+        serveDialog();
     if (m_canceled)
         ORVEX_THROW(OperationCanceledException, "Operation canceled.");
+}
+
+void ProgressStepper::serveDialog()
+{
+    if (!frameDue(m_sinceEvents))
+        return;
+    if (m_detailPending && detailDue())
+        showPendingDetail();
+    else if (m_labelPending)
+        setLabelText(QStringLiteral("<html><p><b>") + m_label + QStringLiteral("</b></p></html>"));
+    showValue();
+    QCoreApplication::processEvents();
+    m_sinceEvents.start();
 }
 
 void ProgressStepper::cancel()

@@ -18,12 +18,12 @@ namespace Orvex {
 // count every step closes part of the remaining gap (half of it after ten steps), so the bar keeps
 // moving but only the next stage takes it further.
 //
-// A screen shows a new picture at most every frame interval, so the dialog's bar and the event loop are
-// served at most that often, the detail line at most every tenth of a second (and never more often than
-// the frame interval): a value or a detail set sooner is kept and shown when the work breathes after its
-// interval has passed. A modal dialog repaints its bar and processes events
-// whenever its value changes, which cost a save of a small file a fifth of its time. Stage labels, the
-// value a stage begins with, the progress() signal and cancellation are never held back.
+// A screen shows a new picture at most every frame interval, so the dialog (its label and bar) and the
+// event loop are served at most that often, the detail line at most every tenth of a second (and never
+// more often than the frame interval): a stage, a value or a detail that comes sooner is kept and shown
+// when the work next begins a stage or breathes after the interval has passed. A modal dialog repaints
+// its bar and processes events whenever its value changes, which cost a save of a small file a fifth of
+// its time. The progress() signal and cancellation are never held back.
 class ProgressStepper : public QObject
 {
     Q_OBJECT
@@ -68,12 +68,15 @@ private:
     bool detailDue() const;
     void showPendingDetail();
     void showValue();
+    // Shows what is pending and processes the events, when a frame interval has passed since it last did.
+    void serveDialog();
 
     QPointer<QProgressDialog> m_dialog;
     int m_minimum = 0;
     int m_maximum = 0;
     bool m_canceled = false;
     QString m_label;
+    bool m_labelPending = false;
     int m_from = 0;
     int m_to = 0;
     int m_stepCount = 0;
@@ -82,6 +85,8 @@ private:
     int m_frameIntervalMs = 16;
     static constexpr unsigned s_breathsPerClockRead = 16;
     unsigned m_breaths = 0;
+    // A stage's beginning reads the clock, whatever the count of breaths.
+    bool m_clockDue = false;
     QElapsedTimer m_sinceEvents;
     QElapsedTimer m_sinceLabel;
     QString m_pendingDetail;

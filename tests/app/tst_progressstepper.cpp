@@ -29,18 +29,21 @@ private slots:
         QProgressDialog dialog;
         dialog.setAutoReset(false);
         ProgressStepper stepper(withDialog != "0" ? &dialog : nullptr, 0, 100);
-        // "2": a frame interval no step reaches, so the bar stays where each stage began.
+        // "2": a frame interval nothing reaches, so the dialog stays where the first stage began.
         stepper.setFrameIntervalMs(withDialog == "2" ? 3600000 : 0);
         QSignalSpy spy(&stepper, &ProgressStepper::progress);
 
         int previous = 0;
+        int firstShown = -1;
+        QString firstLabel;
         for (const QByteArray& text : plan.split(',')) {
             QVector<int> stage;
             for (const QByteArray& number : text.simplified().split(' '))
                 stage << number.toInt();
             const int to = std::min(stage[1], 100);
             spy.clear();
-            stepper.beginStage(QStringLiteral("Stage"), stage[0], stage[1], stage[2]);
+            const QString label = QStringLiteral("Stage %1").arg(stage[0]);
+            stepper.beginStage(label, stage[0], stage[1], stage[2]);
             for (int step = 0; step < stage[3]; ++step)
                 stepper.step();
 
@@ -52,8 +55,15 @@ private slots:
                 previous = value;
             }
             QCOMPARE(previous == to, stage[2] > 0 && stage[3] >= stage[2]);
-            if (withDialog != "0")
-                QCOMPARE(dialog.value(), withDialog == "2" ? spy.first().first().toInt() : previous);
+            if (firstShown < 0) {
+                firstShown = spy.first().first().toInt();
+                firstLabel = label;
+            }
+            if (withDialog != "0") {
+                QCOMPARE(dialog.value(), withDialog == "2" ? firstShown : previous);
+                QCOMPARE(dialog.labelText(), QStringLiteral("<html><p><b>%1</b></p></html>")
+                                                 .arg(withDialog == "2" ? firstLabel : label));
+            }
         }
     }
 
