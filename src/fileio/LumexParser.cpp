@@ -28,6 +28,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <memory>
 #include <string_view>
@@ -68,6 +69,32 @@ public:
 private:
     std::string_view m_bytes;
     bool m_ascii = true;
+};
+
+// Per element name, where the node of the last element of that name stands among a tree node's children:
+// the next one of that name is looked for from there rather than from the first child, since a node may
+// hold hundreds of the same name. Keyed by the name's bytes in the document, which outlives the walk.
+// Most elements hold children of a few names, looked up in place; a table is made only past those.
+class ChildPositions
+{
+public:
+    int& of(std::string_view a_name)
+    {
+        for (std::size_t index = 0; index < m_fewCount; ++index) {
+            if (m_few[index].first == a_name)
+                return m_few[index].second;
+        }
+        if (m_fewCount < m_few.size()) {
+            m_few[m_fewCount] = {a_name, -1};
+            return m_few[m_fewCount++].second;
+        }
+        return m_many.try_emplace(a_name, -1).first->second;
+    }
+
+private:
+    std::array<std::pair<std::string_view, int>, 12> m_few;
+    std::size_t m_fewCount = 0;
+    std::unordered_map<std::string_view, int> m_many;
 };
 
 // The value's text without the white space around it, as the tree keeps it. Nearly every value is plain
@@ -700,7 +727,7 @@ QString LumexParser::readTrimmedValue(ValueFeatureElementBase* a_feature, size_t
     return QString();
 }
 
-void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lumex::ConstCamProperty& a_node,
+void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lumex::CamProperty& a_node,
                                              LumexTreeElement* a_treeElement)
 {
     for (unsigned index = 0; index < a_node.attribute_count(); ++index) {
@@ -725,54 +752,51 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
     // holds text of its own, every character of it counts.
     bool hasElements = false;
     bool hasText = false;
-    // Made once: an end iterator is a handle of its own, and every node of the file passes here.
-    const auto children = a_node.end(nullptr);
-    for (auto child = a_node.begin(nullptr); child != children; ++child) {
-        if (child->is(Lumex::CamProperty::TextNode))
-            hasText = hasText || !isBlank(child->get());
-        else if (!child->is(Lumex::CamProperty::CommentNode | Lumex::CamProperty::OtherNode))
+    // Every node of the file passes here: the children are stepped through as siblings, which needs
+    // neither an iterator nor the diagnostics a handle from navigation carries.
+    for (Lumex::CamProperty child = a_node.firstChildNode(); !child.isNull();
+         child = child.nextSiblingNode()) {
+        if (child.is(Lumex::CamProperty::TextNode))
+            hasText = hasText || !isBlank(child.get());
+        else if (!child.is(Lumex::CamProperty::CommentNode | Lumex::CamProperty::OtherNode))
             hasElements = true;
     }
     const bool dropBlanks = hasElements && !hasText;
     const bool holdsValue = a_treeElement->holdsValue();
 
-    // Per name, the elements met so far and where the node of the last one stands among the children:
-    // the next one of that name is looked for from there rather than from the first child, since a
-    // node may hold hundreds of the same name.
-    // Keyed by the name's bytes in the document, which outlives the walk: a QString per element of the
-    // file was an allocation for a name most nodes only compare.
-    std::unordered_map<std::string_view, int> lastPosition;
-    for (auto child = a_node.begin(nullptr); child != children; ++child) {
-        if (child->is(Lumex::CamProperty::OtherNode))
+    ChildPositions lastPosition;
+    for (Lumex::CamProperty child = a_node.firstChildNode(); !child.isNull();
+         child = child.nextSiblingNode()) {
+        if (child.is(Lumex::CamProperty::OtherNode))
             continue;
-        if (child->is(Lumex::CamProperty::TextNode)) {
-            const char* content = child->get();
+        if (child.is(Lumex::CamProperty::TextNode)) {
+            const char* content = child.get();
             if (holdsValue || (dropBlanks && isBlank(content)))
                 continue;
             LumexTreeElement* node = a_treeElement->addChild(QString());
             node->setIsText(true);
-            node->setLine(int(child->line()));
+            node->setLine(int(child.line()));
             node->setValue(QByteArray(content ? content : ""));
             continue;
         }
-        if (child->is(Lumex::CamProperty::CommentNode)) {
+        if (child.is(Lumex::CamProperty::CommentNode)) {
             const char* content = nullptr;
-            child->get(content);
+            child.get(content);
             LumexTreeElement* node = a_treeElement->addChild(QString());
             node->setIsComment(true);
-            node->setLine(int(child->line()));
+            node->setLine(int(child.line()));
             node->setValue(QByteArray(content ? content : ""));
             continue;
         }
 
-        const ElementName name(child->name());
+        const ElementName name(child.name());
         LumexTreeElement* next = nullptr;
         // Only the modes of the first "modes" block of the first camera are the camera's; a second block
         // is content the schema does not know, kept as it is.
         if (name.equals(s_modePath.last()) && m_tree &&
             a_treeElement == m_tree->elementByPath(s_modesPath, true)) {
             const char* modeName = nullptr;
-            if (!child->get("name", modeName))
+            if (!child.get("name", modeName))
                 ORVEX_THROW(BadModeException, "Camera mode property lacks the \"name\" attribute.");
             next = m_modeNodesByName.value(text(modeName));
             if (!next) {
@@ -780,8 +804,7 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
                                                   .arg(quotedValue(text(modeName))));
             }
         } else {
-            const auto found = lastPosition.try_emplace(name.bytes(), -1).first;
-            int& last = found->second;
+            int& last = lastPosition.of(name.bytes());
             for (int position = last + 1; !next && position < a_treeElement->childCount(); ++position) {
                 if (name.equals(a_treeElement->childAt(position)->name())) {
                     next = a_treeElement->childAt(position);
@@ -794,8 +817,8 @@ void LumexParser::populateNonSchemaCompliant(CameraElement* a_camera, const Lume
             }
         }
         if (next->line() == 0)
-            next->setLine(int(child->line()));
-        populateNonSchemaCompliant(a_camera, *child, next);
+            next->setLine(int(child.line()));
+        populateNonSchemaCompliant(a_camera, child, next);
     }
 }
 

@@ -124,7 +124,7 @@ private:
     // cannot hold it otherwise, empty when it can.
     QString readValue(ValueFeatureElementBase* a_feature, size_t a_index, const QString& a_text);
     QString readTrimmedValue(ValueFeatureElementBase* a_feature, size_t a_index, const QString& a_value);
-    void populateNonSchemaCompliant(CameraElement* a_camera, const Lumex::ConstCamProperty& a_node,
+    void populateNonSchemaCompliant(CameraElement* a_camera, const Lumex::CamProperty& a_node,
                                     LumexTreeElement* a_treeElement);
 
     // Where a_node is, for a failure at the feature (or category) whose element path is a_path: the

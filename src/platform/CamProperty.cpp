@@ -404,6 +404,16 @@ CamProperty CamProperty::operator[](const char* a_name)
     return CamProperty(nextSelected(firstChild(m_node), a_name));
 }
 
+CamProperty CamProperty::firstChildNode() const
+{
+    return CamProperty(nodes::firstChild(m_node));
+}
+
+CamProperty CamProperty::nextSiblingNode() const
+{
+    return CamProperty(m_node ? m_node->next : nullptr);
+}
+
 CamProperty::const_iterator CamProperty::begin(const char* a_name) const
 {
     return const_iterator(m_node, nextSelected(firstChild(m_node), a_name), a_name);

@@ -96,6 +96,11 @@ public:
     ConstCamProperty operator[](const char* a_name) const;
     CamProperty operator[](const char* a_name);
 
+    // The first child node (of an element) and the next sibling, of any kind; a null handle past the
+    // last. A walk over every node of a large document needs no iterator and no diagnostics.
+    CamProperty firstChildNode() const;
+    CamProperty nextSiblingNode() const;
+
     // Children named a_name (all children when null) in document order. The name is copied.
     const_iterator begin(const char* a_name = nullptr) const;
     const_iterator end(const char* a_name = nullptr) const;
