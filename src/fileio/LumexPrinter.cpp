@@ -22,6 +22,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <utility>
 
 namespace Orvex {
 
@@ -68,9 +69,11 @@ QByteArray indentation(int a_depth)
     return '\n' + QByteArray(2 * a_depth, ' ');
 }
 
-// Copies a_source into a_target, putting each child of an element without text on a line of its own;
-// where there is text, the content is copied as it is. Returns the first failure of the markup library.
-Lumex::Error copyLaidOut(const Lumex::CamProperty& a_source, Lumex::CamProperty a_target, int a_depth)
+// Copies a_source into a_target, putting each child of an element without text on a line of its own
+// when a_layOut is set; where there is text, the content is copied as it is. Returns the first failure
+// of the markup library.
+Lumex::Error copyLaidOut(const Lumex::CamProperty& a_source, Lumex::CamProperty a_target, int a_depth,
+                         bool a_layOut = true)
 {
     for (unsigned index = 0; index < a_source.attribute_count(); ++index) {
         const char* name = a_source.attribute(index);
@@ -90,7 +93,7 @@ Lumex::Error copyLaidOut(const Lumex::CamProperty& a_source, Lumex::CamProperty 
                                       Lumex::CamProperty::OtherNode);
         hasText = hasText || child->is(Lumex::CamProperty::TextNode);
     }
-    const bool indent = hasElements && !hasText;
+    const bool indent = a_layOut && hasElements && !hasText;
     const auto append = [&a_target](Lumex::CamProperty::XmlNodeType a_kind, const char* a_value) {
         Lumex::CamProperty node = a_target.push_back(a_kind);
         return node.isNull() ? Lumex::Error("Write error", "A node could not be added.", a_value)
@@ -109,7 +112,7 @@ Lumex::Error copyLaidOut(const Lumex::CamProperty& a_source, Lumex::CamProperty 
             Lumex::CamProperty element = a_target.push_back(child->name());
             result = element.isNull()
                          ? Lumex::Error("Write error", "An element could not be added.", child->name())
-                         : copyLaidOut(*child, element, a_depth + 1);
+                         : copyLaidOut(*child, element, a_depth + 1, a_layOut);
         }
         if (!result)
             return result;
@@ -146,6 +149,8 @@ void LumexPrinter::print(CameraElement* a_camera)
     m_allIndex = LinkIndex();
     m_allIndexed = false;
     m_unbuiltReader = UnbuiltModeReader();
+    m_placeholders.clear();
+    m_placeholding = m_tree && m_keepsLayout && m_preserveExtraData && !m_tree->sourceText().isEmpty();
     if (m_tree && m_tree->root())
         indexTree(m_tree->root());
     m_nearIndex = LinkIndex();
@@ -156,17 +161,10 @@ void LumexPrinter::print(CameraElement* a_camera)
 
     // Without the extra data the file's own text would bring back what the user chose to drop. The
     // layout is read only where it is kept: reading it costs about as much as the file's own parse.
-    const std::shared_ptr<const Lumex::LumexSource> source =
-        m_tree && m_keepsLayout && m_preserveExtraData ? m_tree->source() : nullptr;
-    if (source) {
-        const Lumex::Error merged = source->merge(m_document, m_text);
-        if (merged)
-            return;
-        m_text.clear();
-        QNDebugString(QByteArray("[LumexPrinter] The file's layout could not be kept: " +
-                                 QByteArray(merged.message() ? merged.message() : "") + '\n')
-                          .constData());
-    }
+    if (mergeIntoSource())
+        return;
+    for (std::size_t index = 0; index < m_placeholders.size(); ++index)
+        fillPlaceholder(index);
     Lumex::CamFile laidOut(s_rootName, Lumex::CamFile::SourceRootName);
     const Lumex::Error result = copyLaidOut(m_document.root(), laidOut.root(), 0);
     if (!result) {
@@ -175,6 +173,47 @@ void LumexPrinter::print(CameraElement* a_camera)
             QStringLiteral("Unable to lay out the camera file: %1").arg(escaped(text(result.message()))));
     }
     m_document = std::move(laidOut);
+}
+
+bool LumexPrinter::mergeIntoSource()
+{
+    m_text.clear();
+    std::shared_ptr<const Lumex::LumexSource> source;
+    Lumex::LumexSource::Placeholders placeholders;
+    if (!m_placeholders.empty()) {
+        Lumex::LumexSource::ModeSignatures modes;
+        for (const Placeholder& placeholder : m_placeholders)
+            modes.expected.emplace(placeholder.name, placeholder.signature);
+        source = Lumex::LumexSource::read(m_tree->sourceText(), modes);
+        for (std::size_t index = 0; index < m_placeholders.size(); ++index) {
+            const Placeholder& placeholder = m_placeholders[index];
+            if (source && modes.matched.count(placeholder.name) != 0)
+                placeholders.emplace_back(placeholder.element, placeholder.signature);
+            else
+                fillPlaceholder(index);
+        }
+    }
+    if (!source && m_tree && m_keepsLayout && m_preserveExtraData)
+        source = m_tree->source();
+    if (!source)
+        return false;
+    Lumex::Error merged = source->merge(m_document, m_text, placeholders);
+    if (!merged && !placeholders.empty()) {
+        // The text read without the modes it holds as they are could not take the document: the whole
+        // text and the whole document are tried.
+        for (std::size_t index = 0; index < m_placeholders.size(); ++index)
+            fillPlaceholder(index);
+        source = m_tree->source();
+        merged = source ? source->merge(m_document, m_text)
+                        : Lumex::Error("Layout error", "The file's text holds no layout.", nullptr);
+    }
+    if (merged)
+        return true;
+    m_text.clear();
+    QNDebugString(QByteArray("[LumexPrinter] The file's layout could not be kept: " +
+                             QByteArray(merged.message() ? merged.message() : "") + '\n')
+                      .constData());
+    return false;
 }
 
 bool LumexPrinter::save(const QString& a_path, FailurePlace* a_failure, QString* a_report) const
@@ -286,12 +325,64 @@ void LumexPrinter::printCamera(CameraElement* a_camera)
     }
     for (ModeElement* mode : a_camera->modes()) {
         step(QStringLiteral("Writing mode: ") + mode->name());
-        printMode(mode);
+        printModeOrPlaceholder(mode);
     }
     step(QStringLiteral("Camera data processed"));
 }
 
-void LumexPrinter::printMode(ModeElement* a_mode)
+void LumexPrinter::printModeOrPlaceholder(ModeElement* a_mode)
+{
+    if (!m_placeholding || a_mode->isBuilt() || !m_tree->modeNode(a_mode)) {
+        printMode(a_mode);
+        return;
+    }
+    Lumex::CamFile apart(s_rootName, Lumex::CamFile::SourceRootName);
+    const std::size_t signature = Lumex::LumexSource::signature(printModeApart(a_mode, apart));
+    Lumex::CamProperty modes = printPath(a_mode->elementPath(), nullptr);
+    const QByteArray name = a_mode->name().toUtf8();
+    Lumex::CamProperty placeholder = modes.isNull() ? Lumex::CamProperty() : modes.push_back("mode");
+    if (placeholder.isNull() || !placeholder.set("name", name.constData())) {
+        ORVEX_THROW(ModeLoadErrorException,
+                    QStringLiteral("Unable to print the \"%1\" mode.").arg(escaped(a_mode->name())));
+    }
+    m_placeholders.push_back({placeholder, signature, a_mode, name.toStdString(), false});
+}
+
+Lumex::CamProperty LumexPrinter::printModeApart(ModeElement* a_mode, Lumex::CamFile& a_scratch)
+{
+    // The printing steps remember nodes of the document they were taken in.
+    m_pathSteps.clear();
+    std::swap(m_document, a_scratch);
+    Lumex::CamProperty mode;
+    try {
+        mode = printMode(a_mode);
+    } catch (...) {
+        std::swap(m_document, a_scratch);
+        m_pathSteps.clear();
+        throw;
+    }
+    std::swap(m_document, a_scratch);
+    m_pathSteps.clear();
+    return mode;
+}
+
+void LumexPrinter::fillPlaceholder(std::size_t a_index)
+{
+    Placeholder& placeholder = m_placeholders[a_index];
+    if (placeholder.filled)
+        return;
+    placeholder.filled = true;
+    Lumex::CamFile apart(s_rootName, Lumex::CamFile::SourceRootName);
+    const Lumex::CamProperty mode = printModeApart(placeholder.mode, apart);
+    const Lumex::Error copied = copyLaidOut(mode, placeholder.element, 0, false);
+    if (!copied) {
+        ORVEX_THROW(ModeLoadErrorException,
+                    QStringLiteral("Unable to print the \"%1\" mode: %2")
+                        .arg(escaped(placeholder.mode->name()), escaped(text(copied.message()))));
+    }
+}
+
+Lumex::CamProperty LumexPrinter::printMode(ModeElement* a_mode)
 {
     breathe();
     Lumex::CamProperty modes = printPath(a_mode->elementPath(), nullptr);
@@ -340,6 +431,7 @@ void LumexPrinter::printMode(ModeElement* a_mode)
             writeLinkedContent(presence, categoryElement);
     }
     writeLinkedContent(a_mode, mode);
+    return mode;
 }
 
 Lumex::CamProperty LumexPrinter::printFeatureList(ElementBase* a_list, const PathHint* a_hint,

@@ -12,6 +12,7 @@
 #include <QStringList>
 #include <QVector>
 
+#include <string>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -82,7 +83,16 @@ public:
 private:
     Lumex::CamProperty printPath(const QStringList& a_path, const PathHint* a_hint);
     void printCamera(CameraElement* a_camera);
-    void printMode(ModeElement* a_mode);
+    // A mode, or the placeholder of one nobody built (see Placeholder).
+    void printModeOrPlaceholder(ModeElement* a_mode);
+    // Writes a_mode below its path in the document and returns its element.
+    Lumex::CamProperty printMode(ModeElement* a_mode);
+    // Writes a_mode into a document of its own, left in a_scratch; returns its element there.
+    Lumex::CamProperty printModeApart(ModeElement* a_mode, Lumex::CamFile& a_scratch);
+    // Writes the content of a placeholder's mode into it.
+    void fillPlaceholder(std::size_t a_index);
+    // Writes the document into the file's own text, in m_text; false when it cannot be.
+    bool mergeIntoSource();
     // A feature list, or a category printed as a list without an element of its own. Returns the last
     // element written. With a_scopeNode, the list or category is the template of one in a mode that is
     // not built, whose content is read from the tree below that node (see UnbuiltModeReader).
@@ -151,6 +161,18 @@ private:
         Lumex::CamProperty child;
     };
     std::vector<PathStep> m_pathSteps;
+    // A mode nobody built is written, where the file's own text is kept, as an empty element standing for
+    // its content: the text holds that content as it is, unless the mode's signature says otherwise.
+    struct Placeholder
+    {
+        Lumex::CamProperty element;
+        std::size_t signature = 0;
+        ModeElement* mode = nullptr;
+        std::string name;
+        bool filled = false;
+    };
+    bool m_placeholding = false;
+    std::vector<Placeholder> m_placeholders;
     bool m_keepsLayout = true;
     // The source with the document written into it; empty when the document is laid out anew.
     QByteArray m_text;

@@ -42,6 +42,13 @@ void LumexTree::setSourceText(const QByteArray& a_text)
     m_sourceText = a_text.isNull() ? QByteArray("") : a_text;
 }
 
+QByteArray LumexTree::sourceText() const
+{
+    if (!m_sourceText.isNull())
+        return m_sourceText;
+    return m_source ? m_source->text() : QByteArray();
+}
+
 LumexTreeElement* LumexTree::root() const
 {
     return m_root;

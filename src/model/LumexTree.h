@@ -40,6 +40,8 @@ public:
     // Keeps the text the file was read from; its layout is read by the first call of source(), that is
     // by the first save, so that opening a file does not pay for reading it twice.
     void setSourceText(const QByteArray& a_text);
+    // The text the file was read from; null when there is none.
+    QByteArray sourceText() const;
 
     // Stands above the file's own root element "quarnel_config".
     LumexTreeElement* root() const;

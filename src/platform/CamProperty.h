@@ -109,6 +109,8 @@ public:
 
 private:
     friend class CamFile;
+    friend class LumexSource;
+    friend class LumexSourceMerge;
     friend bool operator==(const CamProperty& a_left, const CamProperty& a_right);
 
     explicit CamProperty(_xmlNode* a_node);

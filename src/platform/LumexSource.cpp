@@ -9,7 +9,9 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -50,6 +52,10 @@ struct LumexSource::Recorder
     xmlNode* pending = nullptr;
     int pendingLength = 0;
     charactersSAXFunc pendingMaker = nullptr;
+    // The modes read without their content, and how often each name of a mode came.
+    ModeSignatures* modes = nullptr;
+    std::unordered_map<std::string, int> modeCounts = {};
+    bool matchedTwice = false;
 
     static Recorder* of(void* a_context)
     {
@@ -85,6 +91,35 @@ struct LumexSource::Recorder
         pendingLength = a_length;
         pendingMaker = a_maker;
         return true;
+    }
+
+    // A mode that ended with the content expected of it keeps its place and its signature but not its
+    // content, which the merge copies from the text as a whole: the content of every unchanged mode of a
+    // large file never stands in memory at once, here nor in the document merged.
+    void dropModeContent(xmlNode* a_node)
+    {
+        std::string name;
+        if (!LumexSourceMerge::modeName(a_node, name))
+            return;
+        if (++modeCounts[name] > 1) {
+            matchedTwice = matchedTwice || modes->matched.count(name) != 0;
+            return;
+        }
+        const auto expected = modes->expected.find(name);
+        const auto index = reinterpret_cast<std::uintptr_t>(a_node->_private);
+        // The signature tells the source's own elements by their document, which is only handed over
+        // once the parse is done.
+        source->m_document = a_node->doc;
+        if (expected == modes->expected.end() || !source->place(a_node) ||
+            LumexSourceMerge(*source).elementSignature(a_node) != expected->second)
+            return;
+        xmlNode* content = a_node->children;
+        a_node->children = nullptr;
+        a_node->last = nullptr;
+        xmlFreeNodeList(content);
+        // The places after the mode's own are those of its content, all gone.
+        source->m_places.resize(std::size_t(index));
+        modes->matched.insert(name);
     }
 
     // Text and white space alike: made by a_maker, libxml's own handler for the kind, unless it is
@@ -185,8 +220,11 @@ void LumexSource::recordEnd(void* a_context, const xmlChar* a_local, const xmlCh
     if (a_context == recorder->context && (!place || !recorder->source->holds(node, *place)))
         recorder->source->m_misplaced = true;
     recorder->end(a_context, a_local, a_prefix, a_uri);
-    if (node && node != context->node && a_context == recorder->context)
+    if (node && node != context->node && a_context == recorder->context) {
         recorder->source->dropText(node);
+        if (recorder->modes)
+            recorder->dropModeContent(node);
+    }
 }
 
 bool LumexSource::holds(const xmlNode* a_node, const Place& a_place) const
@@ -266,6 +304,26 @@ LumexSource::~LumexSource()
 
 std::shared_ptr<const LumexSource> LumexSource::read(const QByteArray& a_text)
 {
+    return readText(a_text, nullptr);
+}
+
+std::shared_ptr<const LumexSource> LumexSource::read(const QByteArray& a_text, ModeSignatures& a_modes)
+{
+    a_modes.matched.clear();
+    std::shared_ptr<LumexSource> source = readText(a_text, &a_modes);
+    if (!source)
+        a_modes.matched.clear();
+    return source;
+}
+
+std::size_t LumexSource::signature(const CamProperty& a_element)
+{
+    const LumexSource none{QByteArray()};
+    return a_element.m_node ? LumexSourceMerge(none).elementSignature(a_element.m_node) : 0;
+}
+
+std::shared_ptr<LumexSource> LumexSource::readText(const QByteArray& a_text, ModeSignatures* a_modes)
+{
     if (a_text.isEmpty())
         return nullptr;
     xmlInitParser();
@@ -296,6 +354,7 @@ std::shared_ptr<const LumexSource> LumexSource::read(const QByteArray& a_text)
                       context->sax->processingInstruction,
                       context->sax->cdataBlock,
                       context->sax->reference};
+    recorder.modes = a_modes;
     context->_private = &recorder;
     context->sax->startElementNs = recordStart;
     context->sax->endElementNs = recordEnd;
@@ -320,7 +379,7 @@ std::shared_ptr<const LumexSource> LumexSource::read(const QByteArray& a_text)
         return nullptr;
 
     const xmlNode* root = xmlDocGetRootElement(source->m_document);
-    if (source->m_misplaced || !source->place(root))
+    if (source->m_misplaced || !source->place(root) || recorder.matchedTwice)
         return nullptr;
     const Place& place = *source->place(root);
     const int lineBreak = a_text.indexOf('\n', place.begin);
@@ -329,9 +388,15 @@ std::shared_ptr<const LumexSource> LumexSource::read(const QByteArray& a_text)
     return source;
 }
 
+Error LumexSource::merge(const CamFile& a_document, QByteArray& a_result,
+                         const Placeholders& a_placeholders) const
+{
+    return LumexSourceMerge(*this).merge(a_document, a_result, a_placeholders);
+}
+
 Error LumexSource::merge(const CamFile& a_document, QByteArray& a_result) const
 {
-    return LumexSourceMerge(*this).merge(a_document, a_result);
+    return merge(a_document, a_result, Placeholders());
 }
 
 } // namespace Lumex

@@ -1,11 +1,16 @@
 #pragma once
 
+#include "platform/CamProperty.h"
 #include "platform/Error.h"
 
 #include <QByteArray>
 
 #include <cstddef>
 #include <memory>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
 #include <vector>
 
 struct _xmlDoc;
@@ -31,6 +36,23 @@ public:
     // line), or is not UTF-8, where the places libxml2 reports would not be places in the text.
     static std::shared_ptr<const LumexSource> read(const QByteArray& a_text);
 
+    // The modes a document to be merged holds as the text does, by name, with the signature of their
+    // content (see signature), and, once read, the names of those the text holds alike.
+    struct ModeSignatures
+    {
+        std::unordered_map<std::string, std::size_t> expected;
+        std::unordered_set<std::string> matched;
+    };
+    // Reads as read(a_text), but without the content of every mode whose content has the signature
+    // a_modes expects: such a mode stands in the text as a whole, and the document merged into this
+    // source must hold a placeholder for it (see merge). Null as read() is, and when a mode of a name
+    // the text holds twice would be left without its content; a source read so is for one merge.
+    static std::shared_ptr<const LumexSource> read(const QByteArray& a_text, ModeSignatures& a_modes);
+
+    // The signature of an element and everything in it, as merge compares them: its name, its
+    // attributes and, in order, its child elements or its value without the white space around it.
+    static std::size_t signature(const CamProperty& a_element);
+
     const QByteArray& text() const { return m_text; }
 
     // The text of a_document: this source's text where a_document holds what it holds, the changes
@@ -39,6 +61,12 @@ public:
     // the comment directly above it. An element added is written at its place among its siblings, laid
     // out and indented like them; a removed one goes with its line. Elements marked as copied from the
     // file (CamProperty::markCopied) keep their place in the source whatever their place in a_document.
+    //
+    // a_placeholders are elements of a_document that stand for content they do not hold: each has the
+    // signature of that content, and is written as the element of the source with that signature, the
+    // same name and, for a mode, the same name attribute, found at its place. One found nowhere fails.
+    using Placeholders = std::vector<std::pair<CamProperty, std::size_t>>;
+    Error merge(const CamFile& a_document, QByteArray& a_result, const Placeholders& a_placeholders) const;
     Error merge(const CamFile& a_document, QByteArray& a_result) const;
 
 private:
@@ -57,6 +85,7 @@ private:
     struct Recorder;
 
     explicit LumexSource(const QByteArray& a_text);
+    static std::shared_ptr<LumexSource> readText(const QByteArray& a_text, ModeSignatures* a_modes);
     static void recordStart(void* a_context, const unsigned char* a_local, const unsigned char* a_prefix,
                             const unsigned char* a_uri, int a_namespaceCount,
                             const unsigned char** a_namespaces, int a_attributeCount, int a_defaultedCount,

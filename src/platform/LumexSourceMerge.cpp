@@ -150,8 +150,9 @@ QByteArray escaped(const std::string& a_text, char a_quote)
     return result;
 }
 
-// The name of a "mode" element, references expanded; false for any other element.
-bool modeName(const xmlNode* a_node, std::string& a_name)
+} // namespace
+
+bool LumexSourceMerge::modeName(const xmlNode* a_node, std::string& a_name)
 {
     if (a_node->type != XML_ELEMENT_NODE || a_node->ns || !xmlStrEqual(a_node->name, xml("mode")))
         return false;
@@ -162,6 +163,8 @@ bool modeName(const xmlNode* a_node, std::string& a_name)
     xmlFree(name);
     return true;
 }
+
+namespace {
 
 // The positions of the longest increasing run of a_values, which stay where they are.
 std::vector<bool> longestIncreasing(const std::vector<int>& a_values)
@@ -196,8 +199,13 @@ LumexSourceMerge::LumexSourceMerge(const LumexSource& a_source) : m_source(a_sou
     m_newline = lineEnd > 0 && m_text.at(lineEnd - 1) == '\r' ? "\r\n" : "\n";
 }
 
-Error LumexSourceMerge::merge(const CamFile& a_document, QByteArray& a_result)
+Error LumexSourceMerge::merge(const CamFile& a_document, QByteArray& a_result,
+                              const LumexSource::Placeholders& a_placeholders)
 {
+    m_placeholders.clear();
+    m_placeholderLost = false;
+    for (const auto& placeholder : a_placeholders)
+        m_placeholders.emplace(placeholder.first.m_node, placeholder.second);
     const xmlNode* oldRoot = xmlDocGetRootElement(m_source.m_document);
     const xmlNode* newRoot = a_document.m_document ? xmlDocGetRootElement(a_document.m_document) : nullptr;
     const LumexSource::Place* place = m_source.place(oldRoot);
@@ -224,6 +232,8 @@ Error LumexSourceMerge::merge(const CamFile& a_document, QByteArray& a_result)
     m_out += m_text.left(place->begin);
     if (!element(oldRoot, newRoot))
         return Error("Layout error", "An element of the source has no place in its text.", nullptr);
+    if (m_placeholderLost)
+        return Error("Layout error", "A placeholder has no element of the source to stand for.", nullptr);
     m_out += m_text.mid(place->end);
     a_result = m_out;
     return Error();
@@ -237,6 +247,11 @@ bool LumexSourceMerge::element(const xmlNode* a_old, const xmlNode* a_new)
     const LumexSource::Place place = *found;
     if (signature(a_old) == signature(a_new)) {
         m_out += m_text.mid(place.begin, place.end - place.begin);
+        return true;
+    }
+    // A placeholder holds nothing to write in place of what it stands for.
+    if (isPlaceholder(a_new)) {
+        m_placeholderLost = true;
         return true;
     }
     const int end = tagEnd(place.begin);
@@ -608,6 +623,10 @@ void LumexSourceMerge::startTag(const xmlNode* a_old, const xmlNode* a_new, int 
 
 void LumexSourceMerge::laidOut(const xmlNode* a_new, const QByteArray& a_indent, bool a_layout)
 {
+    if (isPlaceholder(a_new)) {
+        m_placeholderLost = true;
+        return;
+    }
     if (a_new->type == XML_TEXT_NODE) {
         m_out += escaped(reinterpret_cast<const char*>(a_new->content), 0);
         return;
@@ -731,11 +750,28 @@ QByteArray LumexSourceMerge::indentOf(int a_begin) const
     return m_text.mid(position, a_begin - position);
 }
 
+bool LumexSourceMerge::isPlaceholder(const xmlNode* a_node) const
+{
+    return !m_placeholders.empty() && m_placeholders.count(a_node) != 0;
+}
+
+std::size_t LumexSourceMerge::elementSignature(const xmlNode* a_node)
+{
+    if (m_signatures.empty())
+        m_signatures.assign(64, {nullptr, 0});
+    return signature(a_node);
+}
+
 std::size_t LumexSourceMerge::signature(const xmlNode* a_node)
 {
     const LumexSource::Place* place = a_node->doc == m_source.m_document ? m_source.place(a_node) : nullptr;
     if (place && place->signature != 0)
         return place->signature;
+    if (!place && !m_placeholders.empty()) {
+        const auto placeholder = m_placeholders.find(a_node);
+        if (placeholder != m_placeholders.end())
+            return placeholder->second;
+    }
     // Of the new document only elements holding elements are remembered: a value's signature is made
     // again for less than a look-up in a table of every element, which missed the cache twice for each.
     const bool holdsElements = hasElements(a_node);

@@ -25,7 +25,12 @@ class LumexSourceMerge
 public:
     explicit LumexSourceMerge(const LumexSource& a_source);
 
-    Error merge(const CamFile& a_document, QByteArray& a_result);
+    Error merge(const CamFile& a_document, QByteArray& a_result,
+                const LumexSource::Placeholders& a_placeholders);
+    // The signature of an element of the source, or of a document of its own.
+    std::size_t elementSignature(const _xmlNode* a_node);
+    // The name of a "mode" element, references expanded; false for any other element.
+    static bool modeName(const _xmlNode* a_node, std::string& a_name);
 
 private:
     using Attributes = std::vector<std::pair<std::string, std::string>>;
@@ -56,6 +61,7 @@ private:
     // The value of a source element without children, as its text holds it.
     std::string_view sourceValue(const LumexSource::Place& a_place) const;
     std::size_t signature(const _xmlNode* a_node);
+    bool isPlaceholder(const _xmlNode* a_node) const;
     // The slot of a_node in m_signatures: its own, or the empty one where it would go.
     std::pair<const _xmlNode*, std::size_t>* signatureSlot(const _xmlNode* a_node);
     void storeSignature(const _xmlNode* a_node, std::size_t a_signature);
@@ -69,6 +75,10 @@ private:
     // The signatures of the new document's elements holding elements; the source keeps its own.
     std::vector<std::pair<const _xmlNode*, std::size_t>> m_signatures;
     std::size_t m_signatureCount = 0;
+    // Elements of the new document standing for content they do not hold, with its signature.
+    std::unordered_map<const _xmlNode*, std::size_t> m_placeholders;
+    // Set when a placeholder was to be written other than as the source element it stands for.
+    bool m_placeholderLost = false;
 };
 
 } // namespace Lumex

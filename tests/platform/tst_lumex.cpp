@@ -1,6 +1,7 @@
 #include "FileFixtures.h"
 #include "TestSupport.h"
 #include "platform/Lumex.h"
+#include "platform/LumexSource.h"
 
 #include <libxml/parser.h>
 #include <libxml/xmlerror.h>
@@ -418,6 +419,54 @@ private slots:
                      path.constData());
             QVERIFY(written.skip_next(1));
         }
+    }
+
+    // A mode the document holds as the text does is read without its content; the document's first
+    // mode, emptied, stands for it and is written as the text has it. The document's "B" is changed.
+    void modePlaceholders_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QByteArray>("document");
+        QTest::addColumn<bool>("matched");
+        QTest::addColumn<QByteArray>("merged");
+        const QByteArray text =
+            "<r>\n  <modes>\n    <mode name='A'><!-- kept --> <v> 1</v>\n<v>2</v></mode>\n"
+            "    <mode name=\"B\"><v>3</v></mode>\n  </modes>\n</r>\n";
+        QTest::newRow("unchanged") << text
+                                   << QByteArray("<r><modes><mode name='A'><v>1</v><v>2</v></mode>"
+                                                 "<mode name='B'><v>4</v></mode></modes></r>")
+                                   << true << QByteArray(text).replace("<v>3</v>", "<v>4</v>");
+        QTest::newRow("changed") << text
+                                 << QByteArray("<r><modes><mode name='A'><v>1</v><v>5</v></mode>"
+                                               "<mode name='B'><v>4</v></mode></modes></r>")
+                                 << false << QByteArray();
+        QTest::newRow("named twice") << QByteArray(text).replace("\"B\"", "'A'")
+                                     << QByteArray("<r><modes><mode name='A'><v>1</v><v>2</v></mode>"
+                                                   "<mode name='B'><v>4</v></mode></modes></r>")
+                                     << false << QByteArray();
+    }
+
+    void modePlaceholders()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(QByteArray, document);
+        QFETCH(bool, matched);
+        QFETCH(QByteArray, merged);
+
+        Lumex::CamFile written(document.constData(), Lumex::CamFile::SourceText);
+        Lumex::CamProperty mode = written.root()["modes"]["mode"];
+        const std::size_t signature = Lumex::LumexSource::signature(mode);
+        Lumex::LumexSource::ModeSignatures modes;
+        modes.expected.emplace("A", signature);
+        const auto source = Lumex::LumexSource::read(text, modes);
+        QCOMPARE(modes.matched.count("A") == 1, matched);
+        QCOMPARE(source && matched, !merged.isEmpty());
+
+        mode.clear();
+        QVERIFY(mode.set("name", "A"));
+        QByteArray result;
+        const bool ok = source && source->merge(written, result, {{mode, signature}});
+        QCOMPARE(ok ? result : QByteArray(), merged);
     }
 };
 
