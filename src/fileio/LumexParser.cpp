@@ -193,6 +193,9 @@ LumexParser::LumexParser(const QString& a_path, LumexTree* a_tree, ProgressStepp
     const QByteArray path = QFile::encodeName(a_path);
     // A value written as a reference to an entity of the file is the entity's text.
     m_file.setExpandsEntities(true);
+    // The tree leaves out white space that only lays out elements; not reading it at all keeps about
+    // half the nodes of an indented file out of memory.
+    m_file.setDropsLayoutSpace(true);
     const Lumex::Error result = m_file.load(path.constData(), Lumex::CamFile::SourcePath);
     if (!result) {
         FailurePlace place;

@@ -60,7 +60,48 @@ struct LoadSession
     bool invalidName = false;
     // libxml2 goes on without an entity it could not load; the document would read as if it had none.
     bool refusedExternal = false;
+    // libxml2's own handler of an element's end, where layout white space is dropped.
+    endElementNsSAX2Func end = nullptr;
 };
+
+bool isLayoutSpace(const xmlChar* a_text)
+{
+    for (const xmlChar* character = a_text; character && *character; ++character) {
+        if (*character != ' ' && *character != '\t' && *character != '\r' && *character != '\n')
+            return false;
+    }
+    return true;
+}
+
+// An element that ended holding elements and no text but white space loses that white space, so that
+// it never stands in memory beside the whole document.
+void endDroppingLayoutSpace(void* a_context, const xmlChar* a_local, const xmlChar* a_prefix,
+                            const xmlChar* a_uri)
+{
+    auto* context = static_cast<xmlParserCtxtPtr>(a_context);
+    xmlNode* node = context->node;
+    static_cast<LoadSession*>(context->_private)->end(a_context, a_local, a_prefix, a_uri);
+    if (!node || node == context->node || node->type != XML_ELEMENT_NODE)
+        return;
+    bool holdsElements = false;
+    for (const xmlNode* child = node->children; child; child = child->next) {
+        if (child->type == XML_ELEMENT_NODE)
+            holdsElements = true;
+        else if ((child->type == XML_TEXT_NODE || child->type == XML_CDATA_SECTION_NODE) &&
+                 !isLayoutSpace(child->content))
+            return;
+    }
+    if (!holdsElements)
+        return;
+    for (xmlNode* child = node->children; child;) {
+        xmlNode* next = child->next;
+        if (child->type == XML_TEXT_NODE) {
+            xmlUnlinkNode(child);
+            xmlFreeNode(child);
+        }
+        child = next;
+    }
+}
 
 std::atomic<LoadSession*> s_activeSession{nullptr};
 
@@ -282,7 +323,8 @@ const xmlChar* unwritableNamespaceName(xmlDocPtr a_document)
     return nullptr;
 }
 
-Error parseDevice(QIODevice& a_device, const char* a_url, bool a_expandEntities, xmlDocPtr& a_document)
+Error parseDevice(QIODevice& a_device, const char* a_url, bool a_expandEntities, bool a_dropLayoutSpace,
+                  xmlDocPtr& a_document)
 {
     a_document = nullptr;
     xmlInitParser();
@@ -299,6 +341,10 @@ Error parseDevice(QIODevice& a_device, const char* a_url, bool a_expandEntities,
     context->sax->fatalError = collectUnstructured;
     if (a_expandEntities)
         context->sax->getEntity = refusingGetEntity;
+    if (a_dropLayoutSpace && context->sax->endElementNs) {
+        session.end = context->sax->endElementNs;
+        context->sax->endElementNs = endDroppingLayoutSpace;
+    }
     xmlDocPtr document = nullptr;
     bool wellFormed = false;
     {
@@ -306,9 +352,9 @@ Error parseDevice(QIODevice& a_device, const char* a_url, bool a_expandEntities,
         // No DTD loading, no huge-document relief: libxml2's entity amplification limits stay on and
         // external resources are never read. Substituted, internal entities become the text they stand
         // for; an external one is refused.
-        document =
-            xmlCtxtReadIO(context, readFromDevice, nullptr, &session, a_url, nullptr,
-                          XML_PARSE_NONET | XML_PARSE_BIG_LINES | (a_expandEntities ? XML_PARSE_NOENT : 0));
+        document = xmlCtxtReadIO(context, readFromDevice, nullptr, &session, a_url, nullptr,
+                                 XML_PARSE_NONET | XML_PARSE_BIG_LINES | XML_PARSE_COMPACT |
+                                     (a_expandEntities ? XML_PARSE_NOENT : 0));
         wellFormed = document && context->wellFormed && !session.invalidName && !session.refusedExternal;
     }
     context->_private = nullptr;
@@ -537,7 +583,7 @@ Error CamFile::load(const char* a_text, SourceBufferType a_type)
             const std::string comment = std::string(a_text) + ": " + utf8(file.errorString());
             return Error("File error", "The file could not be opened for reading.", comment.c_str());
         }
-        result = parseDevice(file, a_text, m_expandEntities, document);
+        result = parseDevice(file, a_text, m_expandEntities, m_dropLayoutSpace, document);
         break;
     }
     case SourceText: {
@@ -546,7 +592,7 @@ Error CamFile::load(const char* a_text, SourceBufferType a_type)
         QByteArray bytes = QByteArray::fromRawData(a_text, static_cast<int>(std::strlen(a_text)));
         QBuffer buffer(&bytes);
         buffer.open(QIODevice::ReadOnly);
-        result = parseDevice(buffer, nullptr, m_expandEntities, document);
+        result = parseDevice(buffer, nullptr, m_expandEntities, m_dropLayoutSpace, document);
         break;
     }
     case SourceRootName:

@@ -14,7 +14,7 @@ namespace Lumex {
 // One markup document, owning its whole node tree. Loading never fetches anything beyond the file
 // itself: external entities and document types are refused, and entity expansion is bounded, so a
 // hostile file can neither read other files nor exhaust memory. Text, white space and comments are
-// kept exactly, so a document read and written again keeps them.
+// kept exactly, so a document read and written again keeps them (unless setDropsLayoutSpace).
 class CamFile
 {
 public:
@@ -41,6 +41,9 @@ public:
     // libxml2 does with its amplification limits, and refuses external ones; off, a reference stays a
     // node of its own.
     void setExpandsEntities(bool a_expand) { m_expandEntities = a_expand; }
+    // Off by default. On, the next load leaves out the white space that only lays out an element
+    // holding elements and no other text, which about one node in two of an indented file is.
+    void setDropsLayoutSpace(bool a_drop) { m_dropLayoutSpace = a_drop; }
 
     // Replaces the document when loading succeeds; otherwise keeps it and returns every diagnostic
     // found, in document order.
@@ -74,6 +77,7 @@ private:
     std::optional<std::string> m_declaration;
     Error m_status;
     bool m_expandEntities = false;
+    bool m_dropLayoutSpace = false;
 };
 
 } // namespace Lumex

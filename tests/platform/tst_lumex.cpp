@@ -421,6 +421,25 @@ private slots:
         }
     }
 
+    // White space that only lays out an element holding elements is left out on request; any other
+    // text, and the white space beside it, stays.
+    void layoutSpace()
+    {
+        const char* text = "<r>\n  <a> 1 </a>\n  <b> </b>\n  <m>x<i/> </m>\n  <c><![CDATA[ ]]><i/>\n</c>\n"
+                           "  <!-- note -->\n</r>";
+        Lumex::CamFile dropped;
+        dropped.setDropsLayoutSpace(true);
+        QVERIFY(dropped.load(text, Lumex::CamFile::SourceText));
+        QCOMPARE(
+            describe(dropped.root()).join(QLatin1Char('\n')),
+            QStringLiteral("element r []\n"
+                           "  element a [ 1 ]\n    text <null> [ 1 ]\n"
+                           "  element b [ ]\n    text <null> [ ]\n"
+                           "  element m [x ]\n    text <null> [x]\n    element i []\n    text <null> [ ]\n"
+                           "  element c [ ]\n    text <null> [ ]\n    element i []\n"
+                           "  comment <null> [ note ]"));
+    }
+
     // A mode the document holds as the text does is read without its content; the document's first
     // mode, emptied, stands for it and is written as the text has it. The document's "B" is changed.
     void modePlaceholders_data()
