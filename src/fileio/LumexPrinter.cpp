@@ -150,7 +150,9 @@ void LumexPrinter::print(CameraElement* a_camera)
     m_allIndexed = false;
     m_unbuiltReader = UnbuiltModeReader();
     m_placeholders.clear();
-    m_placeholding = m_tree && m_keepsLayout && m_preserveExtraData && !m_tree->sourceText().isEmpty();
+    // Where the text keeps no layout, a mode would be written once for its signature and again in full.
+    m_placeholding = m_tree && m_keepsLayout && m_preserveExtraData &&
+                     Lumex::LumexSource::mayHoldLayout(m_tree->sourceText());
     if (m_tree && m_tree->root())
         indexTree(m_tree->root());
     m_nearIndex = LinkIndex();

@@ -316,6 +316,34 @@ std::shared_ptr<const LumexSource> LumexSource::read(const QByteArray& a_text, M
     return source;
 }
 
+bool LumexSource::mayHoldLayout(const QByteArray& a_text)
+{
+    int root = 0;
+    if (a_text.startsWith("<?xml")) {
+        const int end = a_text.indexOf("?>");
+        const int encoding = a_text.indexOf("encoding", 5);
+        if (end < 0)
+            return false;
+        if (encoding >= 0 && encoding < end) {
+            const int open = a_text.indexOf('=', encoding) + 1;
+            const QByteArray rest = a_text.mid(open, end - open).trimmed();
+            const char quote = rest.isEmpty() ? 0 : rest.at(0);
+            const int close = quote ? rest.indexOf(quote, 1) : -1;
+            if (close < 0 ||
+                !isUtf8Name(reinterpret_cast<const xmlChar*>(rest.mid(1, close - 1).constData())))
+                return false;
+        }
+        root = end + 2;
+    }
+    // Past the prolog's declarations, comments and instructions (a "<" inside one only makes this
+    // answer yes more often), the root element must reach another line.
+    while ((root = a_text.indexOf('<', root)) >= 0 && root + 1 < a_text.size() &&
+           (a_text.at(root + 1) == '?' || a_text.at(root + 1) == '!'))
+        ++root;
+    const int lineBreak = root >= 0 ? a_text.indexOf('\n', root) : -1;
+    return lineBreak >= 0 && lineBreak < a_text.lastIndexOf('<');
+}
+
 std::size_t LumexSource::signature(const CamProperty& a_element)
 {
     const LumexSource none{QByteArray()};

@@ -36,6 +36,10 @@ public:
     // line), or is not UTF-8, where the places libxml2 reports would not be places in the text.
     static std::shared_ptr<const LumexSource> read(const QByteArray& a_text);
 
+    // False when a_text surely holds no layout read() would keep: its root element on one line, or an
+    // encoding other than UTF-8 declared. Reads no more than the declaration and the line breaks.
+    static bool mayHoldLayout(const QByteArray& a_text);
+
     // The modes a document to be merged holds as the text does, by name, with the signature of their
     // content (see signature), and, once read, the names of those the text holds alike.
     struct ModeSignatures

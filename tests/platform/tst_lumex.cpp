@@ -440,6 +440,28 @@ private slots:
                            "  comment <null> [ note ]"));
     }
 
+    // A text that surely keeps no layout is told without reading it, and read() agrees.
+    void mayHoldLayout_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<bool>("mayHold");
+        QTest::newRow("laid out") << QByteArray("<?xml version='1.0'?>\n<r>\n  <a/>\n</r>\n") << true;
+        QTest::newRow("one line") << QByteArray("<?xml version='1.0'?>\n<r><a/></r>\n") << false;
+        QTest::newRow("comment first") << QByteArray("<!-- x -->\n<r><a/>\n</r>") << true;
+        QTest::newRow("latin-1") << QByteArray("<?xml version='1.0' encoding='ISO-8859-1'?>\n<r>\n</r>")
+                                 << false;
+        QTest::newRow("utf-8") << QByteArray("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<r>\n</r>") << true;
+        QTest::newRow("empty") << QByteArray() << false;
+    }
+
+    void mayHoldLayout()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(bool, mayHold);
+        QCOMPARE(Lumex::LumexSource::mayHoldLayout(text), mayHold);
+        QCOMPARE(Lumex::LumexSource::read(text) != nullptr, mayHold);
+    }
+
     // A mode the document holds as the text does is read without its content; the document's first
     // mode, emptied, stands for it and is written as the text has it. The document's "B" is changed.
     void modePlaceholders_data()
