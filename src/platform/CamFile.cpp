@@ -1,5 +1,6 @@
 #include "platform/CamFile.h"
 
+#include "platform/CamPropertyNodes.h"
 #include "platform/LumexDocumentData.h"
 
 #include <QBuffer>
@@ -83,24 +84,12 @@ void endDroppingLayoutSpace(void* a_context, const xmlChar* a_local, const xmlCh
     static_cast<LoadSession*>(context->_private)->end(a_context, a_local, a_prefix, a_uri);
     if (!node || node == context->node || node->type != XML_ELEMENT_NODE)
         return;
-    bool holdsElements = false;
     for (const xmlNode* child = node->children; child; child = child->next) {
-        if (child->type == XML_ELEMENT_NODE)
-            holdsElements = true;
-        else if ((child->type == XML_TEXT_NODE || child->type == XML_CDATA_SECTION_NODE) &&
-                 !isLayoutSpace(child->content))
+        if ((child->type == XML_TEXT_NODE || child->type == XML_CDATA_SECTION_NODE) &&
+            !isLayoutSpace(child->content))
             return;
     }
-    if (!holdsElements)
-        return;
-    for (xmlNode* child = node->children; child;) {
-        xmlNode* next = child->next;
-        if (child->type == XML_TEXT_NODE) {
-            xmlUnlinkNode(child);
-            xmlFreeNode(child);
-        }
-        child = next;
-    }
+    nodes::dropTextBesideElements(node);
 }
 
 std::atomic<LoadSession*> s_activeSession{nullptr};

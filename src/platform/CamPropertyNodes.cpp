@@ -60,6 +60,23 @@ xmlNode* nextSelected(xmlNode* a_from, const char* a_name)
     return a_from;
 }
 
+void dropTextBesideElements(xmlNode* a_node)
+{
+    bool holdsElements = false;
+    for (const xmlNode* child = a_node->children; child && !holdsElements; child = child->next)
+        holdsElements = child->type == XML_ELEMENT_NODE;
+    if (!holdsElements)
+        return;
+    for (xmlNode* child = a_node->children; child;) {
+        xmlNode* next = child->next;
+        if (child->type == XML_TEXT_NODE) {
+            xmlUnlinkNode(child);
+            xmlFreeNode(child);
+        }
+        child = next;
+    }
+}
+
 std::string qualifiedName(const xmlNode* a_node)
 {
     if (!a_node || !a_node->name)

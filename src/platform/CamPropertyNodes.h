@@ -51,6 +51,8 @@ const char* characterProblem(const char* a_value);
 const char* contentProblem(const xmlNode* a_node, const char* a_value);
 
 void linkLast(xmlNode* a_parent, xmlNode* a_child);
+// Frees the text children of an element holding elements; leaves an element without any as it is.
+void dropTextBesideElements(xmlNode* a_node);
 
 void linkBefore(xmlNode* a_reference, xmlNode* a_node);
 

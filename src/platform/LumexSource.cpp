@@ -1,5 +1,6 @@
 #include "platform/LumexSource.h"
 
+#include "platform/CamPropertyNodes.h"
 #include "platform/LumexSourceMerge.h"
 
 #include <libxml/parser.h>
@@ -267,19 +268,7 @@ void LumexSource::dropText(xmlNode* a_node) const
         }
         return;
     }
-    bool holdsElements = false;
-    for (const xmlNode* child = a_node->children; child && !holdsElements; child = child->next)
-        holdsElements = child->type == XML_ELEMENT_NODE;
-    if (!holdsElements)
-        return;
-    for (xmlNode* child = a_node->children; child;) {
-        xmlNode* next = child->next;
-        if (child->type == XML_TEXT_NODE) {
-            xmlUnlinkNode(child);
-            xmlFreeNode(child);
-        }
-        child = next;
-    }
+    nodes::dropTextBesideElements(a_node);
 }
 
 int LumexSource::closingTag(const Place& a_place) const
