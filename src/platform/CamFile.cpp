@@ -61,8 +61,6 @@ struct LoadSession
     bool invalidName = false;
     // libxml2 goes on without an entity it could not load; the document would read as if it had none.
     bool refusedExternal = false;
-    // libxml2's own handler of an element's end, where layout white space is dropped.
-    endElementNsSAX2Func end = nullptr;
 };
 
 bool isLayoutSpace(const xmlChar* a_text)
@@ -81,7 +79,9 @@ void endDroppingLayoutSpace(void* a_context, const xmlChar* a_local, const xmlCh
 {
     auto* context = static_cast<xmlParserCtxtPtr>(a_context);
     xmlNode* node = context->node;
-    static_cast<LoadSession*>(context->_private)->end(a_context, a_local, a_prefix, a_uri);
+    // libxml2's own handler, which the one replaced is: an entity's content is parsed in a context of
+    // its own, which need not carry the session.
+    xmlSAX2EndElementNs(a_context, a_local, a_prefix, a_uri);
     if (!node || node == context->node || node->type != XML_ELEMENT_NODE)
         return;
     for (const xmlNode* child = node->children; child; child = child->next) {
@@ -330,10 +330,8 @@ Error parseDevice(QIODevice& a_device, const char* a_url, bool a_expandEntities,
     context->sax->fatalError = collectUnstructured;
     if (a_expandEntities)
         context->sax->getEntity = refusingGetEntity;
-    if (a_dropLayoutSpace && context->sax->endElementNs) {
-        session.end = context->sax->endElementNs;
+    if (a_dropLayoutSpace && context->sax->endElementNs == xmlSAX2EndElementNs)
         context->sax->endElementNs = endDroppingLayoutSpace;
-    }
     xmlDocPtr document = nullptr;
     bool wellFormed = false;
     {
