@@ -269,6 +269,9 @@ void LumexParser::parse(CameraElement* a_camera)
     if (!a_camera)
         return;
     m_modeNodesByName.clear();
+    // The global features and the end; each mode adds its own.
+    if (m_progress)
+        m_progress->addSteps(2);
     step(QStringLiteral("Loading global features"));
     parseCategory(a_camera->globalCategory(), nullptr);
     parseModes(a_camera);
@@ -328,6 +331,8 @@ void LumexParser::parseModes(CameraElement* a_camera)
         ORVEX_THROW_AT(BadCameraException, "The camera has no modes.",
                        placeOf(modes, {}, QStringLiteral("the camera has no modes")));
     }
+    if (m_progress)
+        m_progress->addSteps(count);
 
     // Names come first: they tell the modes apart in the file and on the board, so a second use would
     // make one of them unreachable, and renaming it would change the file behind the user's back. Known

@@ -54,6 +54,11 @@ void ProgressStepper::step()
     breathe();
 }
 
+void ProgressStepper::addSteps(int a_count)
+{
+    m_stepCount += std::max(a_count, 0);
+}
+
 int ProgressStepper::stageValue() const
 {
     const qint64 range = qint64(m_to) - m_from;

@@ -39,6 +39,10 @@ public:
     // Advances one step and breathes, so it may throw.
     void step();
 
+    // Adds a_count steps to those the current stage expects: a stage begun without a count learns it
+    // from the work once the work knows it.
+    void addSteps(int a_count);
+
     // Shows a line about the current step below the stage label, at once when the dialog's text has not
     // changed for the detail interval, otherwise at a later breathe; does not breathe.
     void setDetailText(const QString& a_detail);

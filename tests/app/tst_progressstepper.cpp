@@ -44,6 +44,8 @@ private slots:
             spy.clear();
             const QString label = QStringLiteral("Stage %1").arg(stage[0]);
             stepper.beginStage(label, stage[0], stage[1], stage[2]);
+            const int added = stage.size() > 4 ? stage[4] : 0;
+            stepper.addSteps(added);
             for (int step = 0; step < stage[3]; ++step)
                 stepper.step();
 
@@ -54,7 +56,7 @@ private slots:
                 QVERIFY2(value >= previous && value <= to, qPrintable(QString::number(value)));
                 previous = value;
             }
-            QCOMPARE(previous == to, stage[2] > 0 && stage[3] >= stage[2]);
+            QCOMPARE(previous == to, stage[2] + added > 0 && stage[3] >= stage[2] + added);
             if (firstShown < 0) {
                 firstShown = spy.first().first().toInt();
                 firstLabel = label;
