@@ -107,6 +107,10 @@ Window::Window(QWidget* a_parent) : QMainWindow(a_parent)
 
     setUndoRedoEnabled(false, false);
     setBackForwardEnabled(false, false);
+    // Filled once now, so that the tool bar buttons have their menus and arrows from the start.
+    fillStaleHistoryMenus();
+    for (QMenu* menu : {m_actions.m_changesMenu.data(), m_actions.m_historyMenu.data()})
+        connect(menu, &QMenu::aboutToShow, this, &Window::fillStaleHistoryMenus);
     showDocumentsPage();
     updateDocumentState();
     updateModeActions();

@@ -127,6 +127,8 @@ private:
     // What the document's window element asks through the host.
     void setUndoRedoEnabled(bool a_undoEnabled, bool a_redoEnabled);
     void setBackForwardEnabled(bool a_backEnabled, bool a_forwardEnabled);
+    // Refills the history menus whose stacks changed since they were last filled.
+    void fillStaleHistoryMenus();
     void setCameraMode();
     void setMode(int a_modeIndex);
     void setModeCategory(int a_catIndex);
@@ -212,6 +214,9 @@ private:
     // them as the user's choice.
     bool m_following = false;
     bool m_showingMessages = false;
+    // The undo/redo and back/forward menus no longer show their stacks; they are refilled as they open.
+    bool m_changesMenuStale = true;
+    bool m_historyMenuStale = true;
 
     FeatureNavigator* m_navigator = nullptr;
     ProblemsDock* m_problemsDock = nullptr;

@@ -34,14 +34,26 @@ void Window::setUndoRedoEnabled(bool a_undoEnabled, bool a_redoEnabled)
 {
     m_actions.m_undoAction->setEnabled(a_undoEnabled && windowElement());
     m_actions.m_redoAction->setEnabled(a_redoEnabled && windowElement());
-    m_actions.fillChangesMenu(windowElement());
+    m_changesMenuStale = true;
 }
 
 void Window::setBackForwardEnabled(bool a_backEnabled, bool a_forwardEnabled)
 {
     m_actions.m_backAction->setEnabled(a_backEnabled && windowElement());
     m_actions.m_forwardAction->setEnabled(a_forwardEnabled && windowElement());
-    m_actions.fillHistoryMenu(windowElement());
+    m_historyMenuStale = true;
+}
+
+void Window::fillStaleHistoryMenus()
+{
+    // Filled when they open rather than at every step: every page the user visits is a step of the page
+    // history, and a menu of a dozen entries cost a tenth of the visit.
+    if (m_changesMenuStale)
+        m_actions.fillChangesMenu(windowElement());
+    if (m_historyMenuStale)
+        m_actions.fillHistoryMenu(windowElement());
+    m_changesMenuStale = false;
+    m_historyMenuStale = false;
 }
 
 void Window::setCameraMode()

@@ -38,8 +38,10 @@ QString BooleanFeature::displayText(size_t a_index) const
 QSize BooleanFeature::maxSize() const
 {
     // "false" is the longer of the two texts a check box can show.
-    QCheckBox probe(booleanText(false));
-    return measuredSize(probe);
+    return keptSize(QStringLiteral("check"), [this] {
+        QCheckBox probe(booleanText(false));
+        return measuredSize(probe);
+    });
 }
 
 ValueFeatureElementBase* BooleanFeature::cloneFeature(ElementBase* a_parentElement) const

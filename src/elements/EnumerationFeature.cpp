@@ -61,8 +61,10 @@ QString EnumerationFeature::displayText(size_t a_index) const
 QSize EnumerationFeature::maxSize() const
 {
     // Boxes are sized by a fixed contents length, not by their entries, so an empty probe measures them.
-    ContentsLengthComboBox probe(s_contentsLength);
-    return measuredSize(probe);
+    return keptSize(QStringLiteral("entries"), [this] {
+        ContentsLengthComboBox probe(s_contentsLength);
+        return measuredSize(probe);
+    });
 }
 
 ValueFeatureElementBase* EnumerationFeature::cloneFeature(ElementBase* a_parentElement) const

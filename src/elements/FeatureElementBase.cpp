@@ -103,7 +103,7 @@ bool FeatureElementBase::insertInstance(size_t a_index)
             createInstanceRow(*record, index);
     }
     insertInstanceValue(index);
-    if (record && record->row()) {
+    if (record && (record->row() || record->isBare())) {
         if (QWidget* valueWidget = createInstanceValueWidget(index))
             setInstanceValueWidget(*record, valueWidget);
     }
@@ -229,6 +229,12 @@ void FeatureElementBase::createInstanceRow(FeatureInstanceRecord& a_record, size
     QBoxLayout* layout = featureLayout();
     if (!layout)
         return;
+    // Most features have no buttons per instance; a row around each value would only cost widgets and
+    // layouts on every page the user opens.
+    if (!hasInstanceButtons()) {
+        a_record.setBare(true);
+        return;
+    }
     auto* row = new QWidget(widget());
     auto* rowLayout = new QHBoxLayout(row);
     rowLayout->setContentsMargins(0, 0, 0, 0);
@@ -249,6 +255,10 @@ void FeatureElementBase::setInstanceValueWidget(FeatureInstanceRecord& a_record,
     QWidget* old = a_record.valueWidget();
     if (old == a_widget)
         return;
+    if (a_record.isBare()) {
+        setBareValueWidget(a_record, a_widget);
+        return;
+    }
     QBoxLayout* rowLayout = a_record.row() ? qobject_cast<QBoxLayout*>(a_record.row()->layout()) : nullptr;
     if (old && rowLayout) {
         rowLayout->removeWidget(old);
@@ -257,6 +267,48 @@ void FeatureElementBase::setInstanceValueWidget(FeatureInstanceRecord& a_record,
     a_record.setValueWidget(a_widget);
     if (a_widget && rowLayout)
         rowLayout->insertWidget(0, a_widget);
+}
+
+void FeatureElementBase::setBareValueWidget(FeatureInstanceRecord& a_record, QWidget* a_widget)
+{
+    QBoxLayout* layout = featureLayout();
+    QWidget* old = a_record.valueWidget();
+    int position = -1;
+    if (old && layout) {
+        position = layout->indexOf(old);
+        layout->removeWidget(old);
+        old->hide();
+    }
+    if (position < 0) {
+        const auto found = std::find_if(m_records.begin(), m_records.end(),
+                                        [&](const auto& a_kept) { return a_kept.get() == &a_record; });
+        position = int(found - m_records.begin());
+    }
+    a_record.setValueWidget(a_widget);
+    a_record.setRow(a_widget);
+    if (!a_widget || !layout)
+        return;
+    layout->insertWidget(position, a_widget);
+    // A widget released earlier, and now given back, was hidden on its way out.
+    if (a_widget->isHidden() && a_widget->testAttribute(Qt::WA_WState_ExplicitShowHide))
+        a_widget->show();
+}
+
+QWidget* FeatureElementBase::releaseValueWidget(FeatureInstanceRecord& a_record)
+{
+    QWidget* value = a_record.valueWidget();
+    if (!value)
+        return nullptr;
+    if (a_record.isBare()) {
+        if (QBoxLayout* layout = featureLayout())
+            layout->removeWidget(value);
+        a_record.setRow(nullptr);
+    } else if (QLayout* rowLayout = a_record.row() ? a_record.row()->layout() : nullptr) {
+        rowLayout->removeWidget(value);
+    }
+    value->hide();
+    a_record.setValueWidget(nullptr);
+    return value;
 }
 
 void FeatureElementBase::destroyInstanceRow(size_t a_index)

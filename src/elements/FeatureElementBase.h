@@ -135,6 +135,8 @@ protected:
     size_t resolveUserIndex(const QObject* a_sender, bool a_insert) const;
 
     FeatureInstanceRecord* instanceRecord(size_t a_index) const;
+    // Takes the value widget of a_record out of its row and the record, hidden; null if it has none.
+    QWidget* releaseValueWidget(FeatureInstanceRecord& a_record);
     // True when the widget offers "-" and "+" buttons, that is when the feature could really repeat at
     // the time its widget was built. Settled then, so that every row of one widget looks alike even
     // while the bounds pass through other values.
@@ -143,6 +145,8 @@ protected:
 private:
     QBoxLayout* featureLayout() const;
     QToolButton* createInstanceButton(const QString& a_text, bool a_insert, QWidget* a_parent);
+    // Puts the value of an instance without a row straight into the feature's layout, at its place.
+    void setBareValueWidget(FeatureInstanceRecord& a_record, QWidget* a_widget);
     void emitBoundSignals();
 
     // Made with the first widget: until then an instance has no widgets to record, and most features of

@@ -21,6 +21,10 @@ public:
     QWidget* row() const { return m_row; }
     void setRow(QWidget* a_row) { m_row = a_row; }
 
+    // An instance without buttons of its own has no row around its value: the value widget is its row.
+    bool isBare() const { return m_bare; }
+    void setBare(bool a_bare) { m_bare = a_bare; }
+
     QToolButton* insertButton() const { return m_insertButton; }
     void setInsertButton(QToolButton* a_button) { m_insertButton = a_button; }
 
@@ -39,6 +43,7 @@ private:
     QPointer<QToolButton> m_insertButton;
     QPointer<QToolButton> m_removeButton;
     QPointer<QWidget> m_valueWidget;
+    bool m_bare = false;
 };
 
 } // namespace Orvex

@@ -38,13 +38,11 @@ const FeatureTableFeatureModel* tableModel(const QModelIndex& a_index)
 
 // The member's feature widget holds a row per instance with the value widget first in it; the cell
 // edits instance 0.
-QWidget* valueWidgetOf(const QWidget* a_editor)
+// The field of a member's editor: the value widget of its one instance, not the editor around it.
+QWidget* valueWidgetOf(const FeatureElementBase* a_member)
 {
-    QLayout* rows = a_editor ? a_editor->layout() : nullptr;
-    QLayoutItem* rowItem = rows ? rows->itemAt(0) : nullptr;
-    QWidget* row = rowItem ? rowItem->widget() : nullptr;
-    QLayoutItem* valueItem = row && row->layout() ? row->layout()->itemAt(0) : nullptr;
-    return valueItem ? valueItem->widget() : nullptr;
+    QWidget* input = a_member ? a_member->editorWidget(0) : nullptr;
+    return input && input != a_member->widget() ? input : nullptr;
 }
 
 void selectAllText(QWidget* a_input)
@@ -161,7 +159,7 @@ QWidget* FeatureTableFeatureItemDelegate::createEditor(QWidget* a_parent, const 
     editor->setStyleSheet(QLatin1String(s_editorStyleSheet));
     editor->setAutoFillBackground(true);
     editor->setLayoutDirection(QGuiApplication::layoutDirection());
-    if (QWidget* input = valueWidgetOf(editor)) {
+    if (QWidget* input = valueWidgetOf(member)) {
         editor->setFocusProxy(input);
         input->installEventFilter(const_cast<FeatureTableFeatureItemDelegate*>(this));
         QTimer::singleShot(s_selectAllDelayMs, input, [input] {
@@ -181,7 +179,7 @@ void FeatureTableFeatureItemDelegate::setModelData(QWidget* a_editor, QAbstractI
                                                    const QModelIndex&) const
 {
     auto* member = qobject_cast<ValueFeatureElementBase*>(editorMember(a_editor));
-    QWidget* input = valueWidgetOf(a_editor);
+    QWidget* input = valueWidgetOf(member);
     if (!member || !input || member->instanceCount() == 0)
         return;
     // Text the validator does not accept yet is no value; the line edit would not commit it either.

@@ -177,21 +177,32 @@ QString NumericFeature::displayText(size_t a_index) const
 
 QSize NumericFeature::maxSize() const
 {
-    NumericSpinBox probe;
-    configureSpinBox(&probe);
-    QSize size = measuredSize(probe);
-    // The spin box's own hint measures only the start of long texts; a view that shows the whole text
-    // of an extreme needs the rest as well.
-    const QFontMetrics metrics(probe.font());
-    int fullWidth = 0;
-    int hintWidth = 0;
-    for (const double extreme : {probe.minimum(), probe.maximum()}) {
-        const QString text = probe.textFromValue(extreme);
-        fullWidth = qMax(fullWidth, metrics.horizontalAdvance(text));
-        hintWidth = qMax(hintWidth, metrics.horizontalAdvance(text.left(s_spinBoxHintCharacters)));
-    }
-    size.rwidth() += qMax(0, fullWidth - hintWidth);
-    return size;
+    const std::optional<Limits> limits = this->limits();
+    // What the probe's configuration takes from this feature.
+    const QString kind = limits ? QStringLiteral("number %1 %2 %3 %4 %5")
+                                      .arg(limits->decimals)
+                                      .arg(limits->minimum, 0, 'g', 17)
+                                      .arg(limits->maximum, 0, 'g', 17)
+                                      .arg(NumericSpinBox::unitOf(annotation()))
+                                      .arg(fixedValue().isValid())
+                                : QStringLiteral("number");
+    return keptSize(kind, [this] {
+        NumericSpinBox probe;
+        configureSpinBox(&probe);
+        QSize size = measuredSize(probe);
+        // The spin box's own hint measures only the start of long texts; a view that shows the whole
+        // text of an extreme needs the rest as well.
+        const QFontMetrics metrics(probe.font());
+        int fullWidth = 0;
+        int hintWidth = 0;
+        for (const double extreme : {probe.minimum(), probe.maximum()}) {
+            const QString text = probe.textFromValue(extreme);
+            fullWidth = qMax(fullWidth, metrics.horizontalAdvance(text));
+            hintWidth = qMax(hintWidth, metrics.horizontalAdvance(text.left(s_spinBoxHintCharacters)));
+        }
+        size.rwidth() += qMax(0, fullWidth - hintWidth);
+        return size;
+    });
 }
 
 ValueFeatureElementBase* NumericFeature::cloneFeature(ElementBase* a_parentElement) const

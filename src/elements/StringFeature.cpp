@@ -109,9 +109,12 @@ QString StringFeature::displayText(size_t a_index) const
 
 QSize StringFeature::maxSize() const
 {
-    SampleLineEdit probe(
-        QStringLiteral("The quick red fox jumped over the lazy dog.").left(m_stringLengthMax));
-    return measuredSize(probe);
+    const QString sample =
+        QStringLiteral("The quick red fox jumped over the lazy dog.").left(m_stringLengthMax);
+    return keptSize(QStringLiteral("text ") + sample, [this, &sample] {
+        SampleLineEdit probe(sample);
+        return measuredSize(probe);
+    });
 }
 
 ValueFeatureElementBase* StringFeature::cloneFeature(ElementBase* a_parentElement) const

@@ -6,6 +6,9 @@
 #include "elements/WindowElement.h"
 #include "model/NumericValue.h"
 
+#include <QApplication>
+#include <QHash>
+#include <QLocale>
 #include <QMetaMethod>
 #include <QSharedPointer>
 
@@ -359,8 +362,7 @@ void ValueFeatureElementBase::destroyInstanceRow(size_t a_index)
     if (instanceCount() == 0 && widget() && record && record->valueWidget()) {
         if (m_keptValueWidget)
             m_keptValueWidget->deleteLater();
-        m_keptValueWidget = record->valueWidget();
-        record->setValueWidget(nullptr);
+        m_keptValueWidget = releaseValueWidget(*record);
         // Out of the row, which goes away now, into the feature widget, where it waits unseen.
         m_keptValueWidget->setParent(widget());
     }
@@ -424,6 +426,23 @@ QSize ValueFeatureElementBase::measuredSize(QWidget& a_probe) const
     if (widget())
         a_probe.setFont(widget()->font());
     return a_probe.sizeHint();
+}
+
+QSize ValueFeatureElementBase::keptSize(const QString& a_kind, const std::function<QSize()>& a_measure) const
+{
+    static QHash<QString, QSize> kept;
+    constexpr int KeptSizes = 256;
+    const QFont font = widget() ? widget()->font() : QApplication::font();
+    const QString key = a_kind + QLatin1Char('\n') + font.key() + QLatin1Char('\n') +
+                        QString::number(quintptr(QApplication::style())) + QLatin1Char('\n') +
+                        QLocale().name();
+    auto found = kept.constFind(key);
+    if (found == kept.constEnd()) {
+        if (kept.size() >= KeptSizes)
+            kept.clear();
+        found = kept.insert(key, a_measure());
+    }
+    return *found;
 }
 
 // Problems of a feature's schema description (a duplicate entry, say) show up while it is being set up,

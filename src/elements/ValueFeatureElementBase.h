@@ -9,6 +9,7 @@
 #include <QVariant>
 
 #include <cstddef>
+#include <functional>
 #include <vector>
 
 namespace Orvex {
@@ -164,6 +165,10 @@ protected:
     void warn(const QString& a_title, const QString& a_text);
     // a_probe's size hint in the feature widget's font, for maxSize.
     QSize measuredSize(QWidget& a_probe) const;
+    // What a_measure returns, asked once for each a_kind in each font, style and locale: a_kind names
+    // everything else the size depends on. Every table of every mode asks its columns' few kinds of
+    // value, and each answer takes a probe widget.
+    QSize keptSize(const QString& a_kind, const std::function<QSize()>& a_measure) const;
 
 private:
     // Removes from the end or appends until there are a_count instances, or the bounds stop it.

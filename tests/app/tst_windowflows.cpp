@@ -211,12 +211,12 @@ private slots:
                         m_window->categoryTabs()->setCurrentIndex(tab);
             } else if (step.startsWith("O:"))
                 QVERIFY(m_window->openFile(m_dir->filePath(arg.section(',', 0, 0)), arg.section(',', 1)));
-            else if (step[0] == 'c' || step[0] == 'h')
-                menu(step[0] == 'c' ? "Recent Changes" : "Recent &History")
-                    ->actions()
-                    .value(step.mid(1).toInt())
-                    ->trigger();
-            else if (step[0] == 'm')
+            else if (step[0] == 'c' || step[0] == 'h') {
+                // As the menu opens.
+                QMenu* history = menu(step[0] == 'c' ? "Recent Changes" : "Recent &History");
+                emit history->aboutToShow();
+                history->actions().value(step.mid(1).toInt())->trigger();
+            } else if (step[0] == 'm')
                 m_window->cameraTreeView()->setCurrentIndex(
                     m_window->cameraTreeModel()->modeIndex(step.mid(1).toInt()));
             else if (step.startsWith("L:"))

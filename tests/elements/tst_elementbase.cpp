@@ -162,7 +162,9 @@ void checkRows(TestFeature& a_feature, bool a_buttons)
     for (int i = 0; i < count; ++i) {
         FeatureInstanceRecord* record = a_feature.instanceRecord(size_t(i));
         QCOMPARE(layout->itemAt(i)->widget(), record->row());
-        auto* edit = qobject_cast<QLineEdit*>(record->row()->layout()->itemAt(0)->widget());
+        // Without buttons an instance has no row around its value.
+        QWidget* value = a_buttons ? record->row()->layout()->itemAt(0)->widget() : record->row();
+        auto* edit = qobject_cast<QLineEdit*>(value);
         QVERIFY(edit && edit == record->valueWidget());
         QCOMPARE(edit->text(), a_feature.values[i]);
         if (a_buttons) {
@@ -578,15 +580,19 @@ private slots:
             return;
         }
         QCOMPARE(feature->createWidget()->parentWidget(), holder.widget());
-        checkRows(*feature, bounds(before).second - bounds(before).first > 1);
+        const bool buttons = bounds(before).second - bounds(before).first > 1;
+        checkRows(*feature, buttons);
         if (expectedValues.isEmpty())
             return;
         FeatureInstanceRecord* record = feature->instanceRecord(0);
         QPointer<QWidget> old = record->valueWidget();
         auto* replacement = new QLineEdit(feature->values[0]);
         feature->setInstanceValueWidget(*record, replacement);
-        QVERIFY(old && old->isHidden() && record->row()->layout()->indexOf(old) == -1);
-        QCOMPARE(record->row()->layout()->itemAt(0)->widget(), replacement);
+        QLayout* row = buttons ? record->row()->layout() : feature->widget()->layout();
+        QVERIFY(old && old->isHidden() && row->indexOf(old) == -1);
+        QCOMPARE(row->itemAt(0)->widget(), replacement);
+        if (!buttons)
+            QCOMPARE(record->row(), replacement);
     }
 
     void widgetOwnership()

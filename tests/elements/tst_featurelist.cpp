@@ -61,6 +61,9 @@ QFormLayout* form(FeatureListFeatureBase* a_list, size_t a_instance)
     QLayout* rows = a_list->widget() ? a_list->widget()->layout() : nullptr;
     QLayoutItem* rowItem = rows ? rows->itemAt(int(a_instance)) : nullptr;
     QWidget* row = rowItem ? rowItem->widget() : nullptr;
+    // An instance without buttons has no row around its frame.
+    if (row && qobject_cast<QFormLayout*>(row->layout()))
+        return static_cast<QFormLayout*>(row->layout());
     QLayoutItem* formItem = row && row->layout() ? row->layout()->itemAt(0) : nullptr;
     QWidget* frame = formItem ? formItem->widget() : nullptr;
     return frame ? qobject_cast<QFormLayout*>(frame->layout()) : nullptr;
