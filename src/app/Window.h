@@ -214,6 +214,9 @@ private:
     // them as the user's choice.
     bool m_following = false;
     bool m_showingMessages = false;
+    // The window title and the document path it was made for.
+    QString m_title;
+    QString m_titlePath;
     // The undo/redo and back/forward menus no longer show their stacks; they are refilled as they open.
     bool m_changesMenuStale = true;
     bool m_historyMenuStale = true;

@@ -55,8 +55,15 @@ const QString s_defaultModeName = QStringLiteral("Default");
 void Window::updateDocumentState()
 {
     const bool open = windowElement();
-    // The desktop's own unsaved-changes mark, shown by Qt only while the window is modified.
-    setWindowTitle(titleFor(open ? m_documentPath : QString()) + QStringLiteral("[*]"));
+    // Made once per path: the state is updated at every page visit, edit and undo, and the title asks
+    // the file system for the folder's real path.
+    const QString titlePath = open ? m_documentPath : QString();
+    if (m_title.isNull() || titlePath != m_titlePath) {
+        m_titlePath = titlePath;
+        // The desktop's own unsaved-changes mark, shown by Qt only while the window is modified.
+        m_title = titleFor(titlePath) + QStringLiteral("[*]");
+    }
+    setWindowTitle(m_title);
     setWindowModified(isDocumentModified());
     m_actions.m_saveAction->setEnabled(open);
     m_actions.m_saveAsAction->setEnabled(open);

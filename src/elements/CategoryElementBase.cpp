@@ -6,10 +6,14 @@
 #include "elements/FeatureListFeatureBase.h"
 #include "elements/WindowElement.h"
 
+#include <QAction>
 #include <QFormLayout>
+#include <QIcon>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPointer>
 #include <QScrollArea>
+#include <QStyle>
 #include <QVBoxLayout>
 #include <QtDebug>
 
@@ -30,6 +34,19 @@ bool nameHolds(const FeatureElementBase* a_feature, const QString& a_text)
         list ? list->memberTemplates() : QVector<FeatureElementBase*>();
     return std::any_of(members.cbegin(), members.cend(),
                        [&a_text](const FeatureElementBase* a_member) { return nameHolds(a_member, a_text); });
+}
+
+// The style's icon for clearing a field. A style makes it from image files every time it is asked, and
+// every page has a filter field.
+QIcon clearIcon(QStyle* a_style)
+{
+    static QPointer<QStyle> madeBy;
+    static QIcon icon;
+    if (icon.isNull() || madeBy != a_style) {
+        icon = a_style->standardIcon(QStyle::SP_LineEditClearButton);
+        madeBy = a_style;
+    }
+    return icon;
 }
 
 } // namespace
@@ -101,7 +118,12 @@ QWidget* CategoryElementBase::createWidget()
     auto* filter = new QLineEdit(content);
     filter->setObjectName(QStringLiteral("CategoryFilter"));
     filter->setPlaceholderText(QStringLiteral("Filter features by name"));
-    filter->setClearButtonEnabled(true);
+    // A clear button of its own, shown while there is text to clear, for the icon made once.
+    QAction* clear = filter->addAction(clearIcon(filter->style()), QLineEdit::TrailingPosition);
+    clear->setVisible(false);
+    connect(clear, &QAction::triggered, filter, &QLineEdit::clear);
+    connect(filter, &QLineEdit::textChanged, clear,
+            [clear](const QString& a_text) { clear->setVisible(!a_text.isEmpty()); });
     connect(filter, &QLineEdit::textChanged, this, &CategoryElementBase::filterFeatures);
     m_filterField = filter;
     layout->addWidget(filter);

@@ -302,12 +302,16 @@ void NumericFeature::configureSpinBox(QDoubleSpinBox* a_spinBox) const
     const std::optional<Limits> limits = this->limits();
     if (!limits)
         return;
-    // Decimals first: the range is rounded to them.
-    a_spinBox->setDecimals(limits->decimals);
+    // Decimals first: the range is rounded to them. Each setter writes the box's text out and lays it out
+    // again, so what is already so is not set again.
+    if (a_spinBox->decimals() != limits->decimals)
+        a_spinBox->setDecimals(limits->decimals);
     a_spinBox->setRange(limits->minimum, limits->maximum);
     a_spinBox->setReadOnly(fixedValue().isValid());
     const QString unit = NumericSpinBox::unitOf(annotation());
-    a_spinBox->setSuffix(unit.isEmpty() ? QString() : QLatin1Char(' ') + unit);
+    const QString suffix = unit.isEmpty() ? QString() : QLatin1Char(' ') + unit;
+    if (a_spinBox->suffix() != suffix)
+        a_spinBox->setSuffix(suffix);
     const QString range = CheckedSpinBox::rangeSentence(a_spinBox, a_spinBox->suffix());
     a_spinBox->setToolTip(
         annotation().isEmpty() ? range : QStringLiteral("<p>%1</p><p>%2</p>").arg(annotation(), range));

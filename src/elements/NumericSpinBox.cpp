@@ -99,6 +99,11 @@ QString NumericSpinBox::unitOf(const QString& a_documentation)
         }
         return compiled;
     }();
+    // Every mode's copy of a feature has the same documentation, and each of its spin boxes asks.
+    static QHash<QString, QString> found;
+    const auto kept = found.constFind(a_documentation);
+    if (kept != found.constEnd())
+        return *kept;
     int best = -1;
     QString unit;
     for (const auto& entry : units) {
@@ -108,6 +113,9 @@ QString NumericSpinBox::unitOf(const QString& a_documentation)
             unit = entry.second;
         }
     }
+    if (found.size() >= KeptTexts)
+        found.clear();
+    found.insert(a_documentation, unit);
     return unit;
 }
 
