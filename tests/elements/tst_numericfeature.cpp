@@ -250,6 +250,15 @@ private slots:
         font.setPointSize(font.pointSize() * 2);
         doubleFeature.widget()->setFont(font);
         QVERIFY(doubleFeature.maxSize().width() > size.width());
+
+        // Sizes are kept per kind of number: types that share only their minimum are measured apart.
+        NumericFeature narrow(&holder);
+        narrow.setRepresentationType(NumericFeature::RT_unsignedByte);
+        NumericFeature wide(&holder);
+        wide.setRepresentationType(NumericFeature::RT_unsignedInt);
+        const int narrowWidth = narrow.maxSize().width();
+        QVERIFY(wide.maxSize().width() > narrowWidth);
+        QCOMPARE(narrow.maxSize().width(), narrowWidth);
     }
 };
 
