@@ -210,6 +210,8 @@ private:
     QVector<QPointer<CategoryElementBase>> m_tabCategories;
     QPointer<ModeElement> m_shownMode;
     bool m_showingGlobalPage = false;
+    // The widest label column of the pages shown so far, which every page takes.
+    int m_labelColumnWidth = 0;
     // Set while the window itself moves the tree selection or the tabs, so that it does not announce
     // them as the user's choice.
     bool m_following = false;

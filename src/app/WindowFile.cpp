@@ -145,6 +145,7 @@ void Window::releaseDocument()
     m_find->setWindowElement(nullptr);
     updateModeCategories();
     m_boardNumber = -1;
+    m_labelColumnWidth = 0;
 }
 
 void Window::discardDocument()

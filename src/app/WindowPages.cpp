@@ -178,6 +178,10 @@ void Window::updateModeCategories()
         m_showingGlobalPage = true;
         addTab(camera->globalCategory(), s_globalTabText);
     }
+    QVector<CategoryElementBase*> categories;
+    for (const QPointer<CategoryElementBase>& category : qAsConst(m_tabCategories))
+        categories << category.data();
+    m_labelColumnWidth = qMax(m_labelColumnWidth, CategoryElementBase::labelColumnWidthOf(categories));
     updateModeCategoryTabs();
 }
 
@@ -205,7 +209,13 @@ void Window::fillTab(int a_index)
     if (!category || !holder)
         return;
     QWidget* page = category->createWidget();
-    if (!page || page->parentWidget() == holder)
+    if (!page)
+        return;
+    // One label column for every page: switching tabs does not move the fields, and fields of one width
+    // draw from the style's cached pictures of the pages before.
+    m_labelColumnWidth = qMax(m_labelColumnWidth, category->naturalLabelColumnWidth());
+    category->setLabelColumnWidth(m_labelColumnWidth);
+    if (page->parentWidget() == holder)
         return;
     holder->layout()->addWidget(page);
     page->show();

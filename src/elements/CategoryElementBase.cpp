@@ -5,9 +5,13 @@
 #include "elements/FeatureElementBase.h"
 #include "elements/FeatureListFeatureBase.h"
 #include "elements/WindowElement.h"
+#include "widgets/ScrollBarRoom.h"
 
 #include <QAction>
+#include <QApplication>
+#include <QCheckBox>
 #include <QFormLayout>
+#include <QHash>
 #include <QIcon>
 #include <QLabel>
 #include <QLineEdit>
@@ -18,6 +22,7 @@
 #include <QtDebug>
 
 #include <algorithm>
+#include <memory>
 
 namespace Orvex {
 
@@ -141,6 +146,7 @@ QWidget* CategoryElementBase::createWidget()
     // keep the size of an empty form until the form itself appears, laying the rows out again, at a
     // new size, for every level that appears after it.
     page->setWidget(content);
+    ScrollBarRoom::keep(page);
     return page;
 }
 
@@ -149,25 +155,84 @@ void CategoryElementBase::filterFeatures(const QString& a_text)
     if (!m_form)
         return;
     m_filter = a_text;
-    // A label column as wide as the widest label of all, hidden ones included: the column the page has
-    // unfiltered.
-    int labelWidth = 0;
-    if (!a_text.isEmpty()) {
-        for (const FormRow& row : qAsConst(m_rows)) {
-            if (row.label && row.editor)
-                labelWidth = qMax(labelWidth, row.label->sizeHint().width());
-        }
-    }
+    fitLabelColumn();
     const FormRow* previous = nullptr;
     for (FormRow& row : m_rows) {
         if (!row.label)
             continue;
-        if (row.editor)
-            row.label->setMinimumWidth(labelWidth);
         const bool shown = row.feature && nameHolds(row.feature, a_text);
         placeRow(row, previous, shown);
         if (row.inForm)
             previous = &row;
+    }
+}
+
+void CategoryElementBase::setLabelColumnWidth(int a_width)
+{
+    if (a_width == m_labelColumnWidth)
+        return;
+    m_labelColumnWidth = a_width;
+    fitLabelColumn();
+}
+
+int CategoryElementBase::naturalLabelColumnWidth() const
+{
+    int widest = 0;
+    for (const FormRow& row : m_rows) {
+        if (row.label && row.editor)
+            widest = qMax(widest, row.label->sizeHint().width());
+    }
+    return widest;
+}
+
+int CategoryElementBase::labelColumnWidthOf(const QVector<CategoryElementBase*>& a_categories)
+{
+    // Measured once per name and kind of label: every mode of a file has the same features.
+    static QHash<QString, int> measured;
+    constexpr int MeasuredNames = 4096;
+    std::unique_ptr<QLabel> label;
+    std::unique_ptr<QCheckBox> box;
+    const QString look = QApplication::font().key() + QString::number(quintptr(QApplication::style()));
+    int widest = 0;
+    for (const CategoryElementBase* category : a_categories) {
+        for (const FeatureElementBase* feature :
+             category ? category->features() : QVector<FeatureElementBase*>()) {
+            // The label addFeatureRow makes: a check box for a feature that is switched on and off.
+            const bool toggle = feature->isToggleFeature();
+            const QString key = look + (toggle ? QLatin1Char('t') : QLatin1Char('l')) + feature->name();
+            auto found = measured.constFind(key);
+            if (found == measured.constEnd()) {
+                QWidget* probe = nullptr;
+                if (toggle) {
+                    if (!box)
+                        box = std::make_unique<QCheckBox>();
+                    box->setText(feature->name());
+                    probe = box.get();
+                } else {
+                    if (!label)
+                        label = std::make_unique<QLabel>();
+                    label->setText(feature->name());
+                    probe = label.get();
+                }
+                if (measured.size() >= MeasuredNames)
+                    measured.clear();
+                found = measured.insert(key, probe->sizeHint().width());
+            }
+            widest = qMax(widest, *found);
+        }
+    }
+    return widest;
+}
+
+void CategoryElementBase::fitLabelColumn()
+{
+    // While filtered, the column the page has unfiltered: as wide as its widest label, hidden ones
+    // included.
+    const int width =
+        m_filter.isEmpty() ? m_labelColumnWidth : qMax(m_labelColumnWidth, naturalLabelColumnWidth());
+    for (const FormRow& row : qAsConst(m_rows)) {
+        if (row.label && row.editor && row.label->minimumWidth() != width)
+            row.label->setMinimumWidth(width);
     }
 }
 
@@ -249,6 +314,8 @@ void CategoryElementBase::addFeatureRow(FeatureElementBase* a_feature)
     // A feature added while the page is filtered is filtered as well.
     if (!m_filter.isEmpty())
         filterFeatures(m_filter);
+    else if (editor)
+        label->setMinimumWidth(m_labelColumnWidth);
 }
 
 void CategoryElementBase::dropDestroyedFeatures()

@@ -43,6 +43,14 @@ public:
     // Tints the whole form, whatever the index: a category has no instances of its own.
     void highlight(size_t a_index) override;
 
+    // The least width of the page's label column, so that the pages of a window put their fields at one
+    // place; a wider label widens the column of its own page. Kept for a page made later.
+    void setLabelColumnWidth(int a_width);
+    // The width the widest label of the page asks for; 0 while there is no page.
+    int naturalLabelColumnWidth() const;
+    // The width the widest label of these categories' pages will ask for, whether they exist or not.
+    static int labelColumnWidthOf(const QVector<CategoryElementBase*>& a_categories);
+
 public slots:
     // Hides the rows of the features whose name does not hold a_text, whatever its case, nor that of any
     // of their members; an empty text shows every row. The rows shown follow each other from the top of
@@ -73,6 +81,9 @@ private:
     };
 
     void addFeatureRow(FeatureElementBase* a_feature);
+    // Gives every label beside a field the width of the column: the least width set, or while the page is
+    // filtered the widest label of all, hidden ones included, if wider.
+    void fitLabelColumn();
     // Puts a_row in the form after a_previous (first without one) or takes it out, and shows or hides
     // its widgets.
     void placeRow(FormRow& a_row, const FormRow* a_previous, bool a_shown);
@@ -84,6 +95,7 @@ private:
     // In the order of the features.
     QVector<FormRow> m_rows;
     QString m_filter;
+    int m_labelColumnWidth = 0;
 };
 
 } // namespace Orvex

@@ -21,6 +21,9 @@
 #include <QProgressDialog>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QSet>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTemporaryDir>
@@ -287,6 +290,47 @@ private slots:
             QCOMPARE(restored.at(row).name, all.at(row).name);
             QCOMPARE(restored.at(row).label->geometry(), all.at(row).label->geometry());
         }
+    }
+
+    // Every page of the window, long or short, with long labels or short, puts its fields at one place.
+    void pagesShareFieldColumn()
+    {
+        auto window = makeWindow();
+        window->show();
+        // Low enough that the longer pages need their scroll bar and the shorter ones do not.
+        window->resize(1000, 760);
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+        QVERIFY(window->openFile(copyExample(m_dir->filePath("cam.lumex"))));
+        QTabWidget* tabs = window->categoryTabs();
+        QSet<bool> scrollBars;
+        QSet<int> starts;
+        QSet<int> widths;
+        const auto visitAll = [&] {
+            for (int tab = 0; tab < tabs->count(); ++tab) {
+                tabs->setCurrentIndex(tab);
+                settle();
+                auto* page = qobject_cast<QScrollArea*>(window->tabCategory(tab)->widget());
+                QVERIFY(page);
+                const QVector<FormRow> rows = formRows(page->findChild<QFormLayout*>());
+                for (const FormRow& row : rows) {
+                    if (!row.field)
+                        continue;
+                    starts << row.field->mapTo(tabs, QPoint()).x();
+                    // As wide as the others, unless the page is wider than the window.
+                    if (!page->horizontalScrollBar()->isVisible())
+                        widths << row.field->width();
+                    scrollBars << page->verticalScrollBar()->isVisible();
+                    break;
+                }
+            }
+        };
+        window->cameraTreeView()->setCurrentIndex(window->cameraTreeModel()->modeIndex(0));
+        visitAll();
+        window->cameraTreeView()->setCurrentIndex(window->cameraTreeModel()->cameraIndex());
+        visitAll();
+        QCOMPARE(scrollBars.size(), 2);
+        QCOMPARE(starts.size(), 1);
+        QCOMPARE(widths.size(), 1);
     }
 
     void titleRule_data() { addTextRows("tests/app/data/title-rule.txt"); }

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+
+class QScrollArea;
+
+namespace Orvex {
+
+// Keeps the room of a scroll area's vertical scroll bar free in its content while the bar is hidden, so
+// that the content, and every field in it, is as wide whether the content needs the bar or not: fields
+// stay where they are from a short page to a long one, and a page that turns out to need the bar is not
+// laid out a second time, a bar's width narrower, when the bar appears.
+class ScrollBarRoom : public QObject
+{
+    Q_OBJECT
+
+public:
+    // Follows a_area's vertical scroll bar from now on; a_area's widget must already have its layout.
+    static void keep(QScrollArea* a_area);
+
+protected:
+    bool eventFilter(QObject* a_watched, QEvent* a_event) override;
+
+private:
+    explicit ScrollBarRoom(QScrollArea* a_area);
+    void fit();
+
+    QPointer<QScrollArea> m_area;
+    // The content's own right margin, without the room.
+    int m_ownRight = 0;
+};
+
+} // namespace Orvex
