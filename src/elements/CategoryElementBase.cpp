@@ -314,7 +314,7 @@ void CategoryElementBase::addFeatureRow(FeatureElementBase* a_feature)
     // A feature added while the page is filtered is filtered as well.
     if (!m_filter.isEmpty())
         filterFeatures(m_filter);
-    else if (editor)
+    else if (editor && m_labelColumnWidth > 0)
         label->setMinimumWidth(m_labelColumnWidth);
 }
 
