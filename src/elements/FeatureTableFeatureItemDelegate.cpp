@@ -36,9 +36,8 @@ const FeatureTableFeatureModel* tableModel(const QModelIndex& a_index)
     return qobject_cast<const FeatureTableFeatureModel*>(a_index.model());
 }
 
-// The member's feature widget holds a row per instance with the value widget first in it; the cell
-// edits instance 0.
-// The field of a member's editor: the value widget of its one instance, not the editor around it.
+// The field of a member's editor, which the cell edits: the value widget of instance 0, not the editor
+// around it.
 QWidget* valueWidgetOf(const FeatureElementBase* a_member)
 {
     QWidget* input = a_member ? a_member->editorWidget(0) : nullptr;
