@@ -1,5 +1,7 @@
 #include "widgets/QuietTabWidget.h"
 
+#include "widgets/TabShapeStyle.h"
+
 #include <QEvent>
 #include <QTabBar>
 
@@ -7,6 +9,7 @@ namespace Orvex {
 
 QuietTabWidget::QuietTabWidget(QWidget* a_parent) : QTabWidget(a_parent)
 {
+    tabBar()->setStyle(TabShapeStyle::shared());
 }
 
 bool QuietTabWidget::event(QEvent* a_event)

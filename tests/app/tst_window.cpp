@@ -10,6 +10,7 @@
 #include "elements/ElementBaseDelayQueue.h"
 #include "elements/ModeElement.h"
 #include "elements/WindowElement.h"
+#include "widgets/QuietTabWidget.h"
 
 #include <QAbstractButton>
 #include <QAction>
@@ -336,6 +337,66 @@ private slots:
         QCOMPARE(scrollBars.size(), 2);
         QCOMPARE(starts.size(), 1);
         QCOMPARE(widths.size(), 1);
+    }
+
+    // The window's tab bar draws its tabs from kept pictures: they must look as the style draws them,
+    // for every tab and state, and again after the current tab, the side or the direction changes.
+    void tabsLookAsDrawn_data()
+    {
+        QTest::addColumn<int>("tabCount");
+        QTest::addColumn<int>("shape");
+        QTest::addColumn<int>("direction");
+        QTest::addColumn<bool>("enabled");
+        QTest::newRow("north") << 5 << int(QTabBar::RoundedNorth) << int(Qt::LeftToRight) << true;
+        QTest::newRow("south") << 5 << int(QTabBar::RoundedSouth) << int(Qt::LeftToRight) << true;
+        QTest::newRow("west") << 4 << int(QTabBar::RoundedWest) << int(Qt::LeftToRight) << true;
+        QTest::newRow("right to left") << 5 << int(QTabBar::RoundedNorth) << int(Qt::RightToLeft) << true;
+        QTest::newRow("one tab") << 1 << int(QTabBar::RoundedNorth) << int(Qt::LeftToRight) << true;
+        QTest::newRow("disabled") << 3 << int(QTabBar::RoundedNorth) << int(Qt::LeftToRight) << false;
+    }
+
+    void tabsLookAsDrawn()
+    {
+        QFETCH(int, tabCount);
+        QFETCH(int, shape);
+        QFETCH(int, direction);
+        QFETCH(bool, enabled);
+        QuietTabWidget kept;
+        QTabWidget plain;
+        for (QTabWidget* tabs : {static_cast<QTabWidget*>(&kept), &plain}) {
+            for (int tab = 0; tab < tabCount; ++tab)
+                tabs->addTab(new QWidget,
+                             QStringLiteral("Tab %1%2").arg(tab).arg(QString(tab, QLatin1Char('x'))));
+            tabs->tabBar()->setShape(QTabBar::Shape(shape));
+            tabs->setLayoutDirection(Qt::LayoutDirection(direction));
+            tabs->setEnabled(enabled);
+            tabs->resize(700, 400);
+            tabs->show();
+            QVERIFY(QTest::qWaitForWindowExposed(tabs));
+        }
+        QVERIFY(kept.tabBar()->style() != plain.tabBar()->style());
+        const auto differs = [&] {
+            const QImage left = kept.tabBar()->grab().toImage().convertToFormat(QImage::Format_ARGB32);
+            const QImage right = plain.tabBar()->grab().toImage().convertToFormat(QImage::Format_ARGB32);
+            if (left.size() != right.size())
+                return QStringLiteral("sizes differ");
+            // Drawing into a picture and then onto the bar rounds antialiased edges once more.
+            for (int y = 0; y < left.height(); ++y) {
+                for (int x = 0; x < left.width(); ++x) {
+                    const QRgb a = left.pixel(x, y);
+                    const QRgb b = right.pixel(x, y);
+                    if (qAbs(qRed(a) - qRed(b)) > 2 || qAbs(qGreen(a) - qGreen(b)) > 2 ||
+                        qAbs(qBlue(a) - qBlue(b)) > 2 || qAbs(qAlpha(a) - qAlpha(b)) > 2)
+                        return QStringLiteral("pixel %1,%2 differs").arg(x).arg(y);
+                }
+            }
+            return QString();
+        };
+        for (int current : {0, tabCount - 1, tabCount / 2, 0}) {
+            kept.setCurrentIndex(current);
+            plain.setCurrentIndex(current);
+            QCOMPARE(differs(), QString());
+        }
     }
 
     void titleRule_data() { addTextRows("tests/app/data/title-rule.txt"); }
