@@ -9,8 +9,8 @@ namespace Orvex {
 
 // Keeps the room of a scroll area's vertical scroll bar free in its content while the bar is hidden, so
 // that the content, and every field in it, is as wide whether the content needs the bar or not: fields
-// stay where they are from a short page to a long one, and a page that turns out to need the bar is not
-// laid out a second time, a bar's width narrower, when the bar appears.
+// stay where they are from a short page to a long one. A page that will need the bar gets it before its
+// content is first laid out, and is not laid out a second time, a bar's width narrower.
 class ScrollBarRoom : public QObject
 {
     Q_OBJECT
@@ -24,6 +24,7 @@ protected:
 
 private:
     explicit ScrollBarRoom(QScrollArea* a_area);
+    void foresee();
     void fit();
 
     QPointer<QScrollArea> m_area;

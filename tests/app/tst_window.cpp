@@ -18,11 +18,13 @@
 #include <QDockWidget>
 #include <QFile>
 #include <QFormLayout>
+#include <QHash>
 #include <QLabel>
 #include <QLineEdit>
 #include <QProgressDialog>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QResizeEvent>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QSet>
@@ -54,6 +56,23 @@ public:
 private:
     QEvent::Type m_type;
     int* m_count;
+};
+
+// The widths every page content (the widget a scroll area shows) was given, per content.
+class ContentWidths : public QObject
+{
+public:
+    bool eventFilter(QObject* a_object, QEvent* a_event) override
+    {
+        auto* widget = qobject_cast<QWidget*>(a_object);
+        if (a_event->type() == QEvent::Resize && widget && widget->parentWidget() &&
+            qobject_cast<QScrollArea*>(widget->parentWidget()->parentWidget()) &&
+            static_cast<QScrollArea*>(widget->parentWidget()->parentWidget())->widget() == widget)
+            m_widths[a_object] << static_cast<QResizeEvent*>(a_event)->size().width();
+        return false;
+    }
+
+    QHash<QObject*, QSet<int>> m_widths;
 };
 
 // Everything the window queued, the delayed element work included, handled.
@@ -310,6 +329,9 @@ private slots:
         QSet<bool> scrollBars;
         QSet<int> starts;
         QSet<int> widths;
+        // A page is laid out at one width, also one that turns out to need its scroll bar.
+        ContentWidths contentWidths;
+        qApp->installEventFilter(&contentWidths);
         const auto visitAll = [&] {
             for (int tab = 0; tab < tabs->count(); ++tab) {
                 tabs->setCurrentIndex(tab);
@@ -334,9 +356,13 @@ private slots:
         visitAll();
         window->cameraTreeView()->setCurrentIndex(window->cameraTreeModel()->cameraIndex());
         visitAll();
+        qApp->removeEventFilter(&contentWidths);
         QCOMPARE(scrollBars.size(), 2);
         QCOMPARE(starts.size(), 1);
         QCOMPARE(widths.size(), 1);
+        QVERIFY(!contentWidths.m_widths.isEmpty());
+        for (const QSet<int>& given : qAsConst(contentWidths.m_widths))
+            QCOMPARE(given.size(), 1);
     }
 
     // The window's tab bar draws its tabs from kept pictures: they must look as the style draws them,
