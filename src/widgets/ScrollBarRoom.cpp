@@ -20,13 +20,14 @@ ScrollBarRoom::ScrollBarRoom(QScrollArea* a_area)
     QWidget* bar = a_area->verticalScrollBar();
     QWidget* container = bar->parentWidget() && bar->parentWidget() != a_area ? bar->parentWidget() : bar;
     container->installEventFilter(this);
+    m_barContainer = container;
     a_area->installEventFilter(this);
     fit();
 }
 
 bool ScrollBarRoom::eventFilter(QObject* a_watched, QEvent* a_event)
 {
-    if (a_watched == m_area) {
+    if (a_watched != m_barContainer) {
         if (a_event->type() == QEvent::Resize)
             foresee();
     } else if (a_event->type() == QEvent::ShowToParent || a_event->type() == QEvent::HideToParent) {

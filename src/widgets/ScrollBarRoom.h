@@ -28,6 +28,8 @@ private:
     void fit();
 
     QPointer<QScrollArea> m_area;
+    // Told apart from the area by address alone: the area also sends events while it is destroyed.
+    const QObject* m_barContainer = nullptr;
     // The content's own right margin, without the room.
     int m_ownRight = 0;
 };
