@@ -65,9 +65,10 @@ public:
     bool eventFilter(QObject* a_object, QEvent* a_event) override
     {
         auto* widget = qobject_cast<QWidget*>(a_object);
-        if (a_event->type() == QEvent::Resize && widget && widget->parentWidget() &&
-            qobject_cast<QScrollArea*>(widget->parentWidget()->parentWidget()) &&
-            static_cast<QScrollArea*>(widget->parentWidget()->parentWidget())->widget() == widget)
+        // A content's parent is the area's viewport.
+        const QWidget* viewport = widget ? widget->parentWidget() : nullptr;
+        const auto* area = viewport ? qobject_cast<QScrollArea*>(viewport->parentWidget()) : nullptr;
+        if (a_event->type() == QEvent::Resize && area && area->widget() == widget)
             m_widths[a_object] << static_cast<QResizeEvent*>(a_event)->size().width();
         return false;
     }
