@@ -378,7 +378,8 @@ int runAll(const QString& a_schema, const QList<int>& a_sizes, int a_repeat)
 
 int main(int argc, char* argv[])
 {
-    // The editor's own allocator settings, so that the figures are the editor's.
+    // The editor's own start-up settings, so that the figures are the editor's.
+    Orvex::Startup::tunePainting(argv);
     Orvex::Startup::tuneAllocator();
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");

@@ -16,6 +16,9 @@
 #if defined(__GLIBC__)
 #include <malloc.h>
 #endif
+#if defined(__linux__)
+#include <unistd.h>
+#endif
 
 // Q_INIT_RESOURCE must be used outside any namespace.
 static void initAppResources()
@@ -28,6 +31,7 @@ namespace Orvex {
 namespace {
 
 constexpr int FailureStatus = 1;
+constexpr char NoCpuFeature[] = "QT_NO_CPU_FEATURE";
 
 QString nativeAbsolute(const QString& a_path)
 {
@@ -156,6 +160,34 @@ void Startup::tuneAllocator()
     // and costs the open nothing measurable.
     mallopt(M_MXFAST, 0);
 #endif
+}
+
+void Startup::tunePainting(char* a_argv[])
+{
+#if defined(__linux__) && defined(__x86_64__)
+    __builtin_cpu_init();
+    if (!__builtin_cpu_is("intel") || !__builtin_cpu_supports("avx2"))
+        return;
+    const QByteArray value = withoutWideFills(qgetenv(NoCpuFeature));
+    if (value.isEmpty())
+        return;
+    qputenv(NoCpuFeature, value);
+    execv("/proc/self/exe", a_argv);
+    // Only the painting is slower when the program cannot start again.
+#else
+    Q_UNUSED(a_argv)
+#endif
+}
+
+QByteArray Startup::withoutWideFills(const QByteArray& a_current)
+{
+    // Qt matches each feature's name, with a space before it, anywhere in the value with a space
+    // before it; "avx2" so also turns off plain avx.
+    static const QByteArray feature("avx2");
+    if ((' ' + a_current).contains(' ' + feature))
+        return QByteArray();
+    const QByteArray kept = a_current.trimmed();
+    return kept.isEmpty() ? feature : kept + ' ' + feature;
 }
 
 void Startup::initResources()

@@ -54,6 +54,18 @@ public:
     // per document and frees them all at once when the document closes. Call first thing in main.
     static void tuneAllocator();
 
+    // Keeps Qt's software painter off its AVX code paths on Intel processors. Its AVX2 fill of a run
+    // of pixels returns with the upper halves of the vector registers in use, and the older
+    // instructions the rest of the painter runs then stall on every switch: a quarter of a page's
+    // first paint. Qt reads QT_NO_CPU_FEATURE while its libraries load, before main, so this starts
+    // the program again with avx2 added to it; it returns when that is not needed or not possible.
+    // Call first thing in main, with main's arguments.
+    static void tunePainting(char* a_argv[]);
+
+    // The value QT_NO_CPU_FEATURE needs so that Qt leaves AVX2 unused, keeping what a_current
+    // names; empty when a_current already has Qt leave it unused.
+    static QByteArray withoutWideFills(const QByteArray& a_current);
+
 private:
     bool settleConfigPath();
     bool settleSchemaPath(QString& a_path, const QString& a_name, const QString& a_expected);

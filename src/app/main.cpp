@@ -5,6 +5,7 @@
 
 int main(int argc, char* argv[])
 {
+    Orvex::Startup::tunePainting(argv);
     Orvex::Startup::tuneAllocator();
     // Help and argument errors need no window system, so they are answered before the application
     // object, which would refuse to start without a display.

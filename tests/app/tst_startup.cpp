@@ -150,6 +150,27 @@ private slots:
         QCOMPARE(log[2].m_title, QString(title));
         QCOMPARE(log[2].m_answer, QMessageBox::Close);
     }
+
+    void withoutWideFills_data()
+    {
+        QTest::addColumn<QByteArray>("current");
+        QTest::addColumn<QByteArray>("needed");
+        QTest::newRow("unset") << QByteArray() << QByteArray("avx2");
+        QTest::newRow("blank") << QByteArray("  ") << QByteArray("avx2");
+        QTest::newRow("other feature kept") << QByteArray("rdrnd ") << QByteArray("rdrnd avx2");
+        QTest::newRow("named alone") << QByteArray("avx2") << QByteArray();
+        QTest::newRow("named after another") << QByteArray("rdrnd avx2") << QByteArray();
+        QTest::newRow("a name Qt reads as avx2") << QByteArray("avx2x") << QByteArray();
+        QTest::newRow("plain avx only") << QByteArray("avx") << QByteArray("avx avx2");
+        QTest::newRow("inside another word") << QByteArray("noavx2") << QByteArray("noavx2 avx2");
+    }
+
+    void withoutWideFills()
+    {
+        QFETCH(QByteArray, current);
+        QFETCH(QByteArray, needed);
+        QCOMPARE(Startup::withoutWideFills(current), needed);
+    }
 };
 
 QTEST_MAIN(TestStartup)
