@@ -171,8 +171,14 @@ void Startup::tunePainting(char* a_argv[])
     const QByteArray value = withoutWideFills(qgetenv(NoCpuFeature));
     if (value.isEmpty())
         return;
+    // The program's own path rather than /proc/self/exe, whose name ps and pgrep would show.
+    char path[4096];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
+    if (length <= 0 || length == ssize_t(sizeof path - 1))
+        return;
+    path[length] = '\0';
     qputenv(NoCpuFeature, value);
-    execv("/proc/self/exe", a_argv);
+    execv(path, a_argv);
     // Only the painting is slower when the program cannot start again.
 #else
     Q_UNUSED(a_argv)
