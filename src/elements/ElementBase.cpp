@@ -154,7 +154,9 @@ void ElementBase::setId(quint64 a_id)
 
 void ElementBase::setName(const QString& a_name)
 {
-    if (a_name != m_name)
+    // Naming an element for the first time, as building a mode does for each of its categories,
+    // renames nothing shown anywhere; counting it would have the next edit compare every mode's label.
+    if (a_name != m_name && !m_name.isEmpty())
         ++s_nameGeneration;
     m_name = a_name;
 }

@@ -41,8 +41,9 @@ public:
 
     QString name() const { return m_name; }
     void setName(const QString& a_name);
-    // Grows whenever any element's name changes: a view that shows the names of thousands of modes
-    // compares it with the one it saw last instead of comparing every name after every step.
+    // Grows whenever an element that had a name gets another: a view that shows the names of
+    // thousands of modes compares it with the one it saw last instead of comparing every name after
+    // every step.
     static quint64 nameGeneration();
 
     QString annotation() const { return m_annotation; }
