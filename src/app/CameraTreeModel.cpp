@@ -10,6 +10,7 @@
 #include "elements/UndoRedoStack.h"
 #include "elements/WindowElement.h"
 #include "widgets/DialogSeam.h"
+#include "widgets/StandardIcons.h"
 
 #include <QApplication>
 #include <QFont>
@@ -224,8 +225,8 @@ QVariant CameraTreeModel::data(const QModelIndex& a_index, int a_role) const
     case Qt::ToolTipRole:
         return isCamera ? QStringLiteral("The camera's global features") : m_names.value(a_index.row());
     case Qt::DecorationRole:
-        return QApplication::style()->standardIcon(isCamera ? QStyle::SP_ComputerIcon
-                                                            : QStyle::SP_FileDialogDetailedView);
+        return StandardIcons::of(QApplication::style(),
+                                 isCamera ? QStyle::SP_ComputerIcon : QStyle::SP_FileDialogDetailedView);
     case Qt::FontRole:
         if (isCamera) {
             QFont font;

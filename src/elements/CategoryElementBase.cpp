@@ -6,13 +6,13 @@
 #include "elements/FeatureListFeatureBase.h"
 #include "elements/WindowElement.h"
 #include "widgets/ScrollBarRoom.h"
+#include "widgets/StandardIcons.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
 #include <QFormLayout>
 #include <QHash>
-#include <QIcon>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPointer>
@@ -39,19 +39,6 @@ bool nameHolds(const FeatureElementBase* a_feature, const QString& a_text)
         list ? list->memberTemplates() : QVector<FeatureElementBase*>();
     return std::any_of(members.cbegin(), members.cend(),
                        [&a_text](const FeatureElementBase* a_member) { return nameHolds(a_member, a_text); });
-}
-
-// The style's icon for clearing a field. A style makes it from image files every time it is asked, and
-// every page has a filter field.
-QIcon clearIcon(QStyle* a_style)
-{
-    static QPointer<QStyle> madeBy;
-    static QIcon icon;
-    if (icon.isNull() || madeBy != a_style) {
-        icon = a_style->standardIcon(QStyle::SP_LineEditClearButton);
-        madeBy = a_style;
-    }
-    return icon;
 }
 
 } // namespace
@@ -124,7 +111,8 @@ QWidget* CategoryElementBase::createWidget()
     filter->setObjectName(QStringLiteral("CategoryFilter"));
     filter->setPlaceholderText(QStringLiteral("Filter features by name"));
     // A clear button of its own, shown while there is text to clear, for the icon made once.
-    QAction* clear = filter->addAction(clearIcon(filter->style()), QLineEdit::TrailingPosition);
+    QAction* clear = filter->addAction(StandardIcons::of(filter->style(), QStyle::SP_LineEditClearButton),
+                                       QLineEdit::TrailingPosition);
     clear->setVisible(false);
     connect(clear, &QAction::triggered, filter, &QLineEdit::clear);
     connect(filter, &QLineEdit::textChanged, clear,

@@ -22,11 +22,14 @@
 #include "widgets/DialogSeam.h"
 
 #include <QApplication>
+#include <QIcon>
+#include <QImage>
 #include <QMenu>
 #include <QMimeData>
 #include <QPointer>
 #include <QProcess>
 #include <QSignalSpy>
+#include <QStyle>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -203,6 +206,21 @@ private slots:
         std::unique_ptr<QMimeData> mime(document.model.mimeData({document.model.modeIndex(1)}));
         QCOMPARE(mime->data("QuarnelOrvex/ModeNameString"), QByteArray("B"));
         QVERIFY(!document.model.mimeData({document.model.cameraIndex()}));
+    }
+
+    // The camera and its modes keep the style's icons of their kinds, whichever row is painted first.
+    void rowIcons()
+    {
+        Document document;
+        const auto image = [](const QVariant& a_icon) { return a_icon.value<QIcon>().pixmap(16).toImage(); };
+        const QImage camera = image(QApplication::style()->standardIcon(QStyle::SP_ComputerIcon));
+        const QImage mode = image(QApplication::style()->standardIcon(QStyle::SP_FileDialogDetailedView));
+        QVERIFY(camera != mode);
+        for (const QModelIndex& index : {document.model.modeIndex(1), document.model.cameraIndex(),
+                                         document.model.modeIndex(2), document.model.cameraIndex()}) {
+            const bool isCamera = index == document.model.cameraIndex();
+            QCOMPARE(image(document.model.data(index, Qt::DecorationRole)), isCamera ? camera : mode);
+        }
     }
 
     void attachedFileEntries()
