@@ -5,6 +5,7 @@
 #include "elements/UndoRedoStack.h"
 #include "elements/WindowElement.h"
 #include "fileio/ProblemList.h"
+#include "widgets/StandardIcons.h"
 
 #include <QHeaderView>
 #include <QLabel>
@@ -131,9 +132,9 @@ void ProblemsDock::fill()
     m_table->clear();
     QList<QTreeWidgetItem*> items;
     items.reserve(problems.size());
-    const QIcon icons[] = {style()->standardIcon(QStyle::SP_MessageBoxCritical),
-                           style()->standardIcon(QStyle::SP_MessageBoxWarning),
-                           style()->standardIcon(QStyle::SP_MessageBoxInformation)};
+    const QIcon icons[] = {StandardIcons::of(style(), QStyle::SP_MessageBoxCritical),
+                           StandardIcons::of(style(), QStyle::SP_MessageBoxWarning),
+                           StandardIcons::of(style(), QStyle::SP_MessageBoxInformation)};
     for (const ValidationProblem& problem : problems) {
         auto* item = new QTreeWidgetItem(
             {ValidationProblem::severityName(problem.severity),
