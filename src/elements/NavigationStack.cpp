@@ -4,6 +4,7 @@
 #include "elements/ElementBase.h"
 #include "elements/ModeElement.h"
 #include "undo/HistoryMenu.h"
+#include "widgets/StandardIcons.h"
 
 #include <QAction>
 #include <QIcon>
@@ -87,14 +88,9 @@ void NavigationStack::fillHistoryMenu(QMenu* a_menu)
         return;
     const auto [first, last] = HistoryMenu::span(m_entries.size(), m_index);
     HistoryMenu menu(a_menu, QStringLiteral("NavigationStackHistoryGroup"));
-    // Kept from the first fill: a style makes its icons from image files every time it is asked, and the
-    // menu is filled again at every page the user visits.
-    if (m_behindIcon.isNull())
-        m_behindIcon = a_menu->style()->standardIcon(QStyle::SP_ArrowLeft);
-    if (m_aheadIcon.isNull())
-        m_aheadIcon = a_menu->style()->standardIcon(QStyle::SP_ArrowRight);
-    const QIcon& behindIcon = m_behindIcon;
-    const QIcon& aheadIcon = m_aheadIcon;
+    // Kept icons: the menu is filled again at every page the user visits.
+    const QIcon behindIcon = StandardIcons::of(a_menu->style(), QStyle::SP_ArrowLeft);
+    const QIcon aheadIcon = StandardIcons::of(a_menu->style(), QStyle::SP_ArrowRight);
 
     for (int position = first; position >= last; --position) {
         const ElementBase* element = m_entries.at(position);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QIcon>
 #include <QList>
 #include <QObject>
 #include <QPointer>
@@ -66,8 +65,6 @@ private:
     void trimToMaxDepth();
 
     QList<QPointer<ElementBase>> m_entries;
-    QIcon m_behindIcon;
-    QIcon m_aheadIcon;
     int m_index = -1;
     int m_maxDepth = DefaultMaxDepth;
     bool m_busy = false;
