@@ -134,6 +134,12 @@ QWidget* CategoryElementBase::createWidget()
     // keep the size of an empty form until the form itself appears, laying the rows out again, at a
     // new size, for every level that appears after it.
     page->setWidget(content);
+    // The window behind shows through, in the colour the area and its content would fill themselves
+    // with. Filling made them opaque, and a tab switch marks every widget of the page for repainting:
+    // Qt then paints an opaque content on its own, and again with the widgets around it, every field of
+    // the page drawn twice on each return to it.
+    content->setAutoFillBackground(false);
+    page->viewport()->setAutoFillBackground(false);
     ScrollBarRoom::keep(page);
     return page;
 }

@@ -76,6 +76,20 @@ public:
     QHash<QObject*, QSet<int>> m_widths;
 };
 
+// How many times each widget was painted.
+class PaintCounts : public QObject
+{
+public:
+    bool eventFilter(QObject* a_object, QEvent* a_event) override
+    {
+        if (a_event->type() == QEvent::Paint)
+            ++m_counts[a_object];
+        return false;
+    }
+
+    QHash<QObject*, int> m_counts;
+};
+
 // Everything the window queued, the delayed element work included, handled.
 void settle()
 {
@@ -311,6 +325,38 @@ private slots:
         for (int row = 0; row < all.size(); ++row) {
             QCOMPARE(restored.at(row).name, all.at(row).name);
             QCOMPARE(restored.at(row).label->geometry(), all.at(row).label->geometry());
+        }
+    }
+
+    // A tab switch marks every widget of the page shown for repainting; each is painted once, whether the
+    // page is new or seen before.
+    void pagePaintedOnce()
+    {
+        auto window = makeWindow();
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+        QVERIFY(window->openFile(copyExample(m_dir->filePath("cam.lumex"))));
+        window->cameraTreeView()->setCurrentIndex(window->cameraTreeModel()->modeIndex(0));
+        settle();
+        QTabWidget* tabs = window->categoryTabs();
+        QVERIFY(tabs->count() > 2);
+        const int start = tabs->currentIndex();
+        for (const int tab : {(start + 1) % tabs->count(), start, (start + 1) % tabs->count()}) {
+            PaintCounts paints;
+            qApp->installEventFilter(&paints);
+            tabs->setCurrentIndex(tab);
+            settle();
+            qApp->removeEventFilter(&paints);
+            const QWidget* page = window->tabCategory(tab)->widget();
+            int painted = 0;
+            for (auto count = paints.m_counts.cbegin(); count != paints.m_counts.cend(); ++count) {
+                const auto* widget = qobject_cast<const QWidget*>(count.key());
+                if (!widget || !page->isAncestorOf(widget))
+                    continue;
+                ++painted;
+                QVERIFY2(count.value() == 1, widget->metaObject()->className());
+            }
+            QVERIFY(painted > 3);
         }
     }
 
