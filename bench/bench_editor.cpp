@@ -11,6 +11,7 @@
 #include "elements/WindowElement.h"
 #include "fileio/ProblemList.h"
 #include "widgets/DialogSeam.h"
+#include "widgets/KeptDrawingStyle.h"
 
 #include <QAbstractEventDispatcher>
 #include <QApplication>
@@ -403,6 +404,7 @@ int main(int argc, char* argv[])
         qputenv("QT_QPA_PLATFORM", "offscreen");
     qInstallMessageHandler(Orvex::Bench::dropDiagnostics);
     QApplication application(argc, argv);
+    Orvex::KeptDrawingStyle::install();
     const QStringList arguments = QApplication::arguments();
     const auto option = [&arguments](const char* a_name, int a_offset = 1) {
         const int index = arguments.indexOf(QLatin1String(a_name));

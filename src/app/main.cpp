@@ -1,5 +1,6 @@
 #include "app/Startup.h"
 #include "app/Window.h"
+#include "widgets/KeptDrawingStyle.h"
 
 #include <QApplication>
 
@@ -17,6 +18,7 @@ int main(int argc, char* argv[])
         return status;
 
     QApplication app(argc, argv);
+    Orvex::KeptDrawingStyle::install();
     Orvex::Startup startup(QApplication::arguments().mid(1));
     if (!startup.run())
         return startup.exitStatus();

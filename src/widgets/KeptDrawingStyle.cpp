@@ -1,0 +1,256 @@
+#include "widgets/KeptDrawingStyle.h"
+
+#include <QAbstractSpinBox>
+#include <QApplication>
+#include <QComboBox>
+#include <QPainter>
+#include <QStyleFactory>
+#include <QStyleOption>
+#include <QTextLayout>
+
+#include <iterator>
+#include <vector>
+
+namespace Orvex {
+
+namespace {
+
+// Whether the painter puts a_text on one line, each character as it comes: no line breaks, tabs or
+// length variants, no shortcut marks it would take out, no spaces at the ends it would keep or drop, and
+// nothing written right to left or needing reordering.
+bool isPlainLine(const QString& a_text, int a_flags)
+{
+    if (a_text.isEmpty() || a_text.front().isSpace() || a_text.back().isSpace())
+        return false;
+    const bool mnemonics = a_flags & (Qt::TextShowMnemonic | Qt::TextHideMnemonic);
+    for (const QChar character : a_text) {
+        const ushort code = character.unicode();
+        if (code < 0x20 || code == 0x7f || code == 0x9c || code >= 0x0590 ||
+            (mnemonics && character == QLatin1Char('&')))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+KeptDrawingStyle::KeptDrawingStyle(QStyle* a_base) : QProxyStyle(a_base)
+{
+}
+
+void KeptDrawingStyle::install()
+{
+    QStyle* chosen = QApplication::style();
+    if (!chosen || qobject_cast<KeptDrawingStyle*>(chosen))
+        return;
+    // A copy of its own: the proxy owns its base, and the application deletes the style it replaces.
+    if (QStyle* base = QStyleFactory::create(chosen->objectName()))
+        QApplication::setStyle(new KeptDrawingStyle(base));
+}
+
+bool KeptDrawingStyle::keeps(const QPainter* a_painter) const
+{
+    return a_painter->transform().type() <= QTransform::TxTranslate &&
+           a_painter->compositionMode() == QPainter::CompositionMode_SourceOver &&
+           a_painter->opacity() == 1.0 &&
+           baseStyle()->objectName().compare(QLatin1String("fusion"), Qt::CaseInsensitive) == 0;
+}
+
+QByteArray KeptDrawingStyle::keyOf(const QStyleOption& a_option, const QPainter* a_painter,
+                                   std::initializer_list<quint32> a_own)
+{
+    constexpr QPalette::ColorRole roles[] = {QPalette::Window,     QPalette::WindowText,
+                                             QPalette::Base,       QPalette::AlternateBase,
+                                             QPalette::Text,       QPalette::Button,
+                                             QPalette::ButtonText, QPalette::Light,
+                                             QPalette::Midlight,   QPalette::Dark,
+                                             QPalette::Mid,        QPalette::Shadow,
+                                             QPalette::Highlight,  QPalette::HighlightedText,
+                                             QPalette::BrightText};
+    constexpr QPalette::ColorGroup groups[] = {QPalette::Active, QPalette::Inactive, QPalette::Disabled};
+    const qreal ratio = a_painter->device() ? a_painter->device()->devicePixelRatioF() : 1.0;
+    std::vector<quint32> values{quint32(a_option.rect.width()),
+                                quint32(a_option.rect.height()),
+                                quint32(a_option.state),
+                                quint32(a_option.direction),
+                                quint32(a_option.type),
+                                quint32(a_option.version),
+                                quint32(a_option.palette.currentColorGroup()),
+                                quint32(a_option.fontMetrics.fontDpi() * 100),
+                                quint32(qRound(ratio * 100))};
+    values.insert(values.end(), a_own.begin(), a_own.end());
+    for (const QPalette::ColorGroup group : groups) {
+        for (const QPalette::ColorRole role : roles)
+            values.push_back(a_option.palette.color(group, role).rgba());
+    }
+    return QByteArray(reinterpret_cast<const char*>(values.data()), int(values.size() * sizeof(quint32)));
+}
+
+void KeptDrawingStyle::drawKept(QPainter* a_painter, const QRect& a_reach, const QByteArray& a_key,
+                                const std::function<void(QPainter*)>& a_draw) const
+{
+    auto kept = m_pictures.constFind(a_key);
+    if (kept == m_pictures.constEnd()) {
+        const qreal ratio = a_painter->device() ? a_painter->device()->devicePixelRatioF() : 1.0;
+        QPixmap picture(a_reach.size() * ratio);
+        picture.setDevicePixelRatio(ratio);
+        picture.fill(Qt::transparent);
+        {
+            // Drawn where it would be drawn, into a picture of the part of the widget it covers.
+            QPainter painter(&picture);
+            painter.translate(-a_reach.topLeft());
+            painter.setFont(a_painter->font());
+            a_draw(&painter);
+        }
+        const qint64 bytes = qint64(picture.width()) * picture.height() * 4;
+        if (m_pictures.size() >= KeptPictures || m_keptBytes + bytes > KeptBytes) {
+            m_pictures.clear();
+            m_keptBytes = 0;
+        }
+        m_keptBytes += bytes;
+        kept = m_pictures.insert(a_key, picture);
+    }
+    a_painter->drawPixmap(a_reach.topLeft(), *kept);
+}
+
+void KeptDrawingStyle::drawPrimitive(PrimitiveElement a_element, const QStyleOption* a_option,
+                                     QPainter* a_painter, const QWidget* a_widget) const
+{
+    const auto drawn = [&](QPainter* a_target) {
+        QProxyStyle::drawPrimitive(a_element, a_option, a_target, a_widget);
+    };
+    if (!a_option || !keeps(a_painter)) {
+        drawn(a_painter);
+        return;
+    }
+    // Half a pixel of antialiased outline may fall beside the part's rectangle.
+    const QRect reach = a_option->rect.adjusted(-1, -1, 1, 1);
+    if (a_element == PE_IndicatorCheckBox && qstyleoption_cast<const QStyleOptionButton*>(a_option)) {
+        drawKept(a_painter, reach, keyOf(*a_option, a_painter, {quint32(a_element)}), drawn);
+        return;
+    }
+    const auto* frame = qstyleoption_cast<const QStyleOptionFrame*>(a_option);
+    // The line edit of a spin box or combo box has its panel drawn by its owner; which one, the style
+    // learns from the line edit's parent.
+    const QWidget* owner = a_widget ? a_widget->parentWidget() : nullptr;
+    if (a_element == PE_PanelLineEdit && frame && !qobject_cast<const QAbstractSpinBox*>(owner) &&
+        !qobject_cast<const QComboBox*>(owner)) {
+        drawKept(a_painter, reach,
+                 keyOf(*a_option, a_painter,
+                       {quint32(a_element), quint32(frame->lineWidth), quint32(frame->midLineWidth),
+                        quint32(frame->features), quint32(frame->frameShape)}),
+                 drawn);
+        return;
+    }
+    drawn(a_painter);
+}
+
+void KeptDrawingStyle::drawComplexControl(ComplexControl a_control, const QStyleOptionComplex* a_option,
+                                          QPainter* a_painter, const QWidget* a_widget) const
+{
+    const auto drawn = [&](QPainter* a_target) {
+        QProxyStyle::drawComplexControl(a_control, a_option, a_target, a_widget);
+    };
+    const auto* slider = qstyleoption_cast<const QStyleOptionSlider*>(a_option);
+    // A scroll bar that fades in and out is drawn from its animation, which no option holds.
+    if (a_control != CC_ScrollBar || !slider || !keeps(a_painter) ||
+        styleHint(SH_ScrollBar_Transient, a_option, a_widget)) {
+        drawn(a_painter);
+        return;
+    }
+    drawKept(a_painter, slider->rect,
+             keyOf(*slider, a_painter,
+                   {quint32(a_control), quint32(slider->subControls), quint32(slider->activeSubControls),
+                    quint32(slider->orientation), quint32(slider->minimum), quint32(slider->maximum),
+                    quint32(slider->sliderPosition), quint32(slider->sliderValue),
+                    quint32(slider->singleStep), quint32(slider->pageStep), quint32(slider->upsideDown)}),
+             drawn);
+}
+
+void KeptDrawingStyle::drawItemText(QPainter* a_painter, const QRect& a_rect, int a_flags,
+                                    const QPalette& a_palette, bool a_enabled, const QString& a_text,
+                                    QPalette::ColorRole a_role) const
+{
+    // The pen as the Fusion style sets it, which draws disabled text in the colours it is given.
+    if (a_text.isEmpty() || !keeps(a_painter)) {
+        QProxyStyle::drawItemText(a_painter, a_rect, a_flags, a_palette, a_enabled, a_text, a_role);
+        return;
+    }
+    const QPen saved = a_painter->pen();
+    if (a_role != QPalette::NoRole)
+        a_painter->setPen(QPen(a_palette.brush(a_role), saved.widthF()));
+    if (!drawKeptText(a_painter, a_rect, a_flags, a_text))
+        a_painter->drawText(a_rect, a_flags, a_text);
+    a_painter->setPen(saved);
+}
+
+bool KeptDrawingStyle::drawKeptText(QPainter* a_painter, const QRect& a_rect, int a_flags,
+                                    const QString& a_text) const
+{
+    constexpr int OtherLayouts = Qt::TextWordWrap | Qt::TextWrapAnywhere | Qt::TextJustificationForced |
+                                 Qt::AlignJustify | Qt::TextExpandTabs | Qt::TextForceRightToLeft |
+                                 Qt::TextDontPrint | Qt::TextLongestVariant;
+    const QFont& font = a_painter->font();
+    // A painter not bound to a widget takes the direction from the text, left to right for plain text.
+    const Qt::LayoutDirection direction = a_painter->layoutDirection();
+    if ((a_flags & OtherLayouts) || direction == Qt::RightToLeft ||
+        a_painter->transform().type() > QTransform::TxTranslate || font.underline() || font.strikeOut() ||
+        font.overline() || !isPlainLine(a_text, a_flags))
+        return false;
+    if (a_painter->pen().style() == Qt::NoPen)
+        return true;
+
+    const int dpi = a_painter->device() ? a_painter->device()->logicalDpiY() : 0;
+    const QString key = a_text + QChar(0) + font.key() + QChar(0) + QString::number(dpi) + QChar(0) +
+                        QString::number(direction);
+    QSharedPointer<QTextLayout> layout = m_texts.value(key);
+    if (!layout || layout->font() != font || layout->textOption().textDirection() != direction) {
+        // Laid out as the painter lays out one line: from the left, without wrapping, at the top.
+        layout = QSharedPointer<QTextLayout>::create(a_text, font);
+        QTextOption option;
+        option.setTextDirection(direction);
+        option.setAlignment(Qt::AlignLeft);
+        layout->setTextOption(option);
+        layout->setCacheEnabled(true);
+        layout->beginLayout();
+        QTextLine line = layout->createLine();
+        line.setLineWidth(0x01000000);
+        line.setPosition(QPointF(0, 0));
+        layout->endLayout();
+        if (m_texts.size() >= KeptTexts)
+            m_texts.clear();
+        m_texts.insert(key, layout);
+    }
+    const QTextLine line = layout->lineAt(0);
+    const QRectF area(a_rect);
+    const qreal height = line.ascent() + line.descent();
+    const qreal width = line.naturalTextWidth();
+    const qreal advance = line.horizontalAdvance();
+    qreal top = 0;
+    if (a_flags & Qt::AlignBottom)
+        top = area.height() - height;
+    else if (a_flags & Qt::AlignVCenter)
+        top = (area.height() - height) / 2;
+    qreal boundsLeft = 0;
+    qreal left = 0;
+    if (a_flags & Qt::AlignRight) {
+        boundsLeft = area.width() - width;
+        left = area.width() - advance;
+    } else if (a_flags & Qt::AlignHCenter) {
+        boundsLeft = (area.width() - width) / 2;
+        left = (area.width() - advance) / 2;
+    }
+    // Text that does not fit is cut at the rectangle, unless told not to be.
+    const bool clip = !(a_flags & Qt::TextDontClip) &&
+                      !area.contains(QRectF(area.x() + boundsLeft, area.y() + top, width, height));
+    if (clip) {
+        a_painter->save();
+        a_painter->setClipRect(area, Qt::IntersectClip);
+    }
+    line.draw(a_painter, QPointF(area.x() + left, area.y() + top));
+    if (clip)
+        a_painter->restore();
+    return true;
+}
+
+} // namespace Orvex

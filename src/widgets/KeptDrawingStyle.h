@@ -1,0 +1,74 @@
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QPixmap>
+#include <QProxyStyle>
+#include <QSharedPointer>
+
+#include <functional>
+#include <initializer_list>
+
+class QTextLayout;
+
+namespace Orvex {
+
+// A proxy of the application's style that draws what every page repeats from what it keeps: pictures of
+// the boxes of check boxes, the panels of line edits and whole scroll bars, and the shaped text of labels.
+// The Fusion style draws each box, panel and bar anew, antialiased and with gradients, and shapes every
+// label's text again at each paint: a fifth of showing a page. Each picture is drawn by the style itself,
+// so what appears is what it would draw; a label is drawn from its kept shaping exactly as the painter
+// would place it, straight onto the widget. Other styles, whose drawing may depend on more than the
+// options they are given, draw as they always do.
+class KeptDrawingStyle : public QProxyStyle
+{
+    Q_OBJECT
+
+public:
+    // Takes a_base; without one, the proxy makes the desktop's default style.
+    explicit KeptDrawingStyle(QStyle* a_base = nullptr);
+
+    // Puts a proxy of the style the application has chosen (by its settings, the desktop's or -style) in
+    // its place, for every widget without a style of its own.
+    static void install();
+
+    void drawPrimitive(PrimitiveElement a_element, const QStyleOption* a_option, QPainter* a_painter,
+                       const QWidget* a_widget = nullptr) const override;
+    void drawComplexControl(ComplexControl a_control, const QStyleOptionComplex* a_option,
+                            QPainter* a_painter, const QWidget* a_widget = nullptr) const override;
+    void drawItemText(QPainter* a_painter, const QRect& a_rect, int a_flags, const QPalette& a_palette,
+                      bool a_enabled, const QString& a_text,
+                      QPalette::ColorRole a_role = QPalette::NoRole) const override;
+
+    // Draws a_text as QPainter::drawText(a_rect, a_flags, a_text) would, from its shaping kept by the
+    // text and font; returns false, drawing nothing, for text the painter lays out otherwise than on one
+    // plain line (several lines, tabs, shortcuts, justification, right to left, decorated fonts).
+    bool drawKeptText(QPainter* a_painter, const QRect& a_rect, int a_flags, const QString& a_text) const;
+
+protected:
+    // Whether a picture drawn at the painter's scale and blended as it blends looks as drawing there
+    // would.
+    bool keeps(const QPainter* a_painter) const;
+
+    // The key of a picture: a_own, what the part's drawing depends on beyond what every option holds (its
+    // size, state, direction and colours of every group), and the painter's pixel ratio.
+    static QByteArray keyOf(const QStyleOption& a_option, const QPainter* a_painter,
+                            std::initializer_list<quint32> a_own);
+
+    // Draws a_draw onto a_painter through the picture of a_reach (where a_draw may touch) kept under
+    // a_key, drawing it first when there is none.
+    void drawKept(QPainter* a_painter, const QRect& a_reach, const QByteArray& a_key,
+                  const std::function<void(QPainter*)>& a_draw) const;
+
+private:
+    // Enough for the parts of several pages in each of their states; cleared, not aged, when full.
+    static constexpr int KeptPictures = 256;
+    static constexpr qint64 KeptBytes = 16 * 1024 * 1024;
+    mutable QHash<QByteArray, QPixmap> m_pictures;
+    mutable qint64 m_keptBytes = 0;
+    // Shaped texts, by text, font and resolution; cleared when full.
+    static constexpr int KeptTexts = 4096;
+    mutable QHash<QString, QSharedPointer<QTextLayout>> m_texts;
+};
+
+} // namespace Orvex

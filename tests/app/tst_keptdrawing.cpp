@@ -1,0 +1,243 @@
+#include "widgets/KeptDrawingStyle.h"
+
+#include <QCheckBox>
+#include <QImage>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPainter>
+#include <QScrollBar>
+#include <QStyleFactory>
+#include <QTest>
+
+#include <memory>
+
+using namespace Orvex;
+
+namespace {
+
+// The first pixel where two pictures differ by more than a_tolerance in a channel, or an empty text.
+QString firstDifference(const QImage& a_one, const QImage& a_other, int a_tolerance)
+{
+    if (a_one.size() != a_other.size())
+        return QStringLiteral("sizes differ");
+    const QImage one = a_one.convertToFormat(QImage::Format_ARGB32);
+    const QImage other = a_other.convertToFormat(QImage::Format_ARGB32);
+    for (int y = 0; y < one.height(); ++y) {
+        for (int x = 0; x < one.width(); ++x) {
+            const QRgb a = one.pixel(x, y);
+            const QRgb b = other.pixel(x, y);
+            if (qAbs(qRed(a) - qRed(b)) > a_tolerance || qAbs(qGreen(a) - qGreen(b)) > a_tolerance ||
+                qAbs(qBlue(a) - qBlue(b)) > a_tolerance || qAbs(qAlpha(a) - qAlpha(b)) > a_tolerance)
+                return QStringLiteral("pixel %1,%2 differs").arg(x).arg(y);
+        }
+    }
+    return QString();
+}
+
+enum class Field
+{
+    Check,
+    Partial,
+    Line,
+    ReadOnlyLine,
+    FramelessLine,
+    Bar,
+    Label
+};
+
+QWidget* makeField(Field a_kind, bool a_enabled, int a_value)
+{
+    QWidget* field = nullptr;
+    switch (a_kind) {
+    case Field::Check:
+    case Field::Partial: {
+        auto* box = new QCheckBox(QStringLiteral("Reverse X"));
+        box->setTristate(a_kind == Field::Partial);
+        box->setCheckState(Qt::CheckState(a_value));
+        field = box;
+        break;
+    }
+    case Field::Line:
+    case Field::ReadOnlyLine:
+    case Field::FramelessLine: {
+        auto* line = new QLineEdit(QStringLiteral("2048 px"));
+        line->setReadOnly(a_kind == Field::ReadOnlyLine);
+        line->setFrame(a_kind != Field::FramelessLine);
+        line->setPlaceholderText(QStringLiteral("Filter features by name"));
+        if (a_value == 0)
+            line->clear();
+        field = line;
+        break;
+    }
+    case Field::Bar: {
+        auto* bar = new QScrollBar(a_value < 0 ? Qt::Horizontal : Qt::Vertical);
+        bar->setRange(0, 400);
+        bar->setPageStep(120);
+        bar->setValue(qAbs(a_value));
+        field = bar;
+        break;
+    }
+    case Field::Label:
+        field = new QLabel(a_value ? QStringLiteral("PixelFormat") : QStringLiteral("Line one\nline two"));
+        break;
+    }
+    field->setEnabled(a_enabled);
+    return field;
+}
+
+} // namespace
+
+class TestKeptDrawing : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    // Text drawn from its kept shaping lands on the same pixels as the painter's own, wherever the
+    // rectangle puts it; text the painter lays out otherwise is left to the painter.
+    void textAsPainter_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("flags");
+        QTest::addColumn<QRect>("rect");
+        QTest::addColumn<int>("pixelSize");
+        QTest::addColumn<bool>("bold");
+        QTest::addColumn<bool>("kept");
+        const int left = Qt::AlignLeft | Qt::AlignVCenter;
+        QTest::newRow("label") << "Width" << left << QRect(9, 9, 274, 30) << 0 << false << true;
+        QTest::newRow("centred tab") << "CXP registers before" << int(Qt::AlignCenter | Qt::TextShowMnemonic)
+                                     << QRect(3, 2, 131, 27) << 0 << false << true;
+        QTest::newRow("odd centre") << "Sensor" << int(Qt::AlignCenter) << QRect(0, 0, 61, 23) << 13 << false
+                                    << true;
+        QTest::newRow("right bottom")
+            << "Mono8 -- Monochrome, 8 bits per pixel." << int(Qt::AlignRight | Qt::AlignBottom)
+            << QRect(20, 4, 400, 40) << 0 << true << true;
+        QTest::newRow("top") << "Binning" << int(Qt::AlignHCenter | Qt::AlignTop) << QRect(1, 1, 90, 50) << 17
+                             << false << true;
+        QTest::newRow("cut at the rectangle")
+            << "A label much longer than its room" << left << QRect(5, 5, 60, 12) << 0 << false << true;
+        QTest::newRow("not cut") << "A label much longer than its room"
+                                 << int(Qt::AlignCenter | Qt::TextDontClip) << QRect(40, 5, 60, 12) << 0
+                                 << false << true;
+        QTest::newRow("accents") << QStringLiteral("Überschrift für Zeilen") << left << QRect(0, 0, 300, 30)
+                                 << 0 << false << true;
+        QTest::newRow("ampersand drawn")
+            << "Tap & geometry" << left << QRect(0, 0, 200, 30) << 0 << false << true;
+        QTest::newRow("shortcut") << "&Open" << int(left | Qt::TextShowMnemonic) << QRect(0, 0, 200, 30) << 0
+                                  << false << false;
+        QTest::newRow("two lines") << "one\ntwo" << left << QRect(0, 0, 200, 60) << 0 << false << false;
+        QTest::newRow("tab") << "a\tb" << left << QRect(0, 0, 200, 30) << 0 << false << false;
+        QTest::newRow("trailing space")
+            << "Gain " << int(Qt::AlignRight) << QRect(0, 0, 200, 30) << 0 << false << false;
+        QTest::newRow("wrapped") << "Width of the image" << int(left | Qt::TextWordWrap)
+                                 << QRect(0, 0, 40, 90) << 0 << false << false;
+        QTest::newRow("right to left") << QStringLiteral("\u05e9\u05dc\u05d5\u05dd") << left
+                                       << QRect(0, 0, 200, 30) << 0 << false << false;
+    }
+
+    void textAsPainter()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, flags);
+        QFETCH(QRect, rect);
+        QFETCH(int, pixelSize);
+        QFETCH(bool, bold);
+        QFETCH(bool, kept);
+        KeptDrawingStyle style(QStyleFactory::create(QStringLiteral("Fusion")));
+        QFont font;
+        if (pixelSize > 0)
+            font.setPixelSize(pixelSize);
+        font.setBold(bold);
+        // Twice: the second from the shaping kept by the first.
+        for (int round = 0; round < 2; ++round) {
+            QImage own(320, 80, QImage::Format_ARGB32_Premultiplied);
+            own.fill(Qt::white);
+            QImage drawn = own;
+            QPainter painter(&own);
+            painter.setFont(font);
+            painter.translate(round * 3, round);
+            painter.drawText(rect, flags, text);
+            painter.end();
+            QPainter keeping(&drawn);
+            keeping.setFont(font);
+            keeping.translate(round * 3, round);
+            QCOMPARE(style.drawKeptText(&keeping, rect, flags, text), kept);
+            if (!kept)
+                keeping.drawText(rect, flags, text);
+            keeping.end();
+            QCOMPARE(firstDifference(drawn, own, 0), QString());
+        }
+    }
+
+    // The boxes, panels and bars drawn from kept pictures look as the style draws them, in every state
+    // and again after the field changes; edges drawn into a picture and then onto the widget may round
+    // once more.
+    void fieldsAsDrawn_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<bool>("enabled");
+        QTest::addColumn<int>("value");
+        QTest::newRow("box off") << int(Field::Check) << true << int(Qt::Unchecked);
+        QTest::newRow("box on") << int(Field::Check) << true << int(Qt::Checked);
+        QTest::newRow("box partly") << int(Field::Partial) << true << int(Qt::PartiallyChecked);
+        QTest::newRow("box disabled") << int(Field::Check) << false << int(Qt::Checked);
+        QTest::newRow("line") << int(Field::Line) << true << 1;
+        QTest::newRow("line empty") << int(Field::Line) << true << 0;
+        QTest::newRow("line disabled") << int(Field::Line) << false << 1;
+        QTest::newRow("line read only") << int(Field::ReadOnlyLine) << true << 1;
+        QTest::newRow("line frameless") << int(Field::FramelessLine) << true << 1;
+        QTest::newRow("bar top") << int(Field::Bar) << true << 0;
+        QTest::newRow("bar middle") << int(Field::Bar) << true << 200;
+        QTest::newRow("bar across") << int(Field::Bar) << true << -400;
+        QTest::newRow("bar disabled") << int(Field::Bar) << false << 100;
+        QTest::newRow("label") << int(Field::Label) << true << 1;
+        QTest::newRow("label of two lines") << int(Field::Label) << false << 0;
+    }
+
+    void fieldsAsDrawn()
+    {
+        QFETCH(int, kind);
+        QFETCH(bool, enabled);
+        QFETCH(int, value);
+        std::unique_ptr<QStyle> plain(QStyleFactory::create(QStringLiteral("Fusion")));
+        KeptDrawingStyle kept(QStyleFactory::create(QStringLiteral("Fusion")));
+        std::unique_ptr<QWidget> drawn(makeField(Field(kind), enabled, value));
+        std::unique_ptr<QWidget> keeping(makeField(Field(kind), enabled, value));
+        drawn->setStyle(plain.get());
+        keeping->setStyle(&kept);
+        for (QWidget* field : {drawn.get(), keeping.get()})
+            field->resize(qobject_cast<QScrollBar*>(field) ? QSize(160, 160) : QSize(240, 30));
+        const auto compare = [&] {
+            return firstDifference(keeping->grab().toImage(), drawn->grab().toImage(), 2);
+        };
+        QCOMPARE(compare(), QString());
+        // Drawn again after a change the picture kept before must not stand for.
+        for (QWidget* field : {drawn.get(), keeping.get()}) {
+            if (auto* box = qobject_cast<QCheckBox*>(field))
+                box->setCheckState(box->checkState() == Qt::Checked ? Qt::Unchecked : Qt::Checked);
+            else if (auto* bar = qobject_cast<QScrollBar*>(field))
+                bar->setValue(bar->value() + bar->pageStep());
+            else
+                field->setEnabled(!field->isEnabled());
+        }
+        QCOMPARE(compare(), QString());
+        // And once more, from what is kept of both.
+        for (QWidget* field : {drawn.get(), keeping.get()})
+            field->setEnabled(!field->isEnabled());
+        QCOMPARE(compare(), QString());
+    }
+
+    // A proxy of the application's style takes its place, once, whatever style was chosen.
+    void install()
+    {
+        const QString chosen = QApplication::style()->objectName();
+        KeptDrawingStyle::install();
+        auto* installed = qobject_cast<KeptDrawingStyle*>(QApplication::style());
+        QVERIFY(installed);
+        QCOMPARE(installed->baseStyle()->objectName(), chosen);
+        KeptDrawingStyle::install();
+        QCOMPARE(QApplication::style(), installed);
+    }
+};
+
+QTEST_MAIN(TestKeptDrawing)
+#include "tst_keptdrawing.moc"
