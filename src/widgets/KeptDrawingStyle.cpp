@@ -8,6 +8,7 @@
 #include <QStyleOption>
 #include <QTextLayout>
 
+#include <algorithm>
 #include <iterator>
 #include <vector>
 
@@ -201,12 +202,13 @@ bool KeptDrawingStyle::drawKeptText(QPainter* a_painter, const QRect& a_rect, in
         return true;
 
     const int dpi = a_painter->device() ? a_painter->device()->logicalDpiY() : 0;
-    const QString key = a_text + QChar(0) + font.key() + QChar(0) + QString::number(dpi) + QChar(0) +
-                        QString::number(direction);
-    QSharedPointer<QTextLayout> layout = m_texts.value(key);
-    if (!layout || layout->font() != font || layout->textOption().textDirection() != direction) {
+    QVector<KeptText>& kept = m_texts[a_text];
+    auto found = std::find_if(kept.begin(), kept.end(), [&](const KeptText& a_kept) {
+        return a_kept.dpi == dpi && a_kept.direction == direction && a_kept.font == font;
+    });
+    if (found == kept.end()) {
         // Laid out as the painter lays out one line: from the left, without wrapping, at the top.
-        layout = QSharedPointer<QTextLayout>::create(a_text, font);
+        auto layout = QSharedPointer<QTextLayout>::create(a_text, font);
         QTextOption option;
         option.setTextDirection(direction);
         option.setAlignment(Qt::AlignLeft);
@@ -217,10 +219,15 @@ bool KeptDrawingStyle::drawKeptText(QPainter* a_painter, const QRect& a_rect, in
         line.setLineWidth(0x01000000);
         line.setPosition(QPointF(0, 0));
         layout->endLayout();
-        if (m_texts.size() >= KeptTexts)
+        if (++m_keptTexts > KeptTexts) {
             m_texts.clear();
-        m_texts.insert(key, layout);
+            m_keptTexts = 1;
+        }
+        QVector<KeptText>& fresh = m_texts[a_text];
+        fresh.append({font, dpi, direction, layout});
+        found = fresh.end() - 1;
     }
+    const QSharedPointer<QTextLayout> layout = found->layout;
     const QTextLine line = layout->lineAt(0);
     const QRectF area(a_rect);
     const qreal height = line.ascent() + line.descent();

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <QByteArray>
+#include <QFont>
 #include <QHash>
 #include <QPixmap>
 #include <QProxyStyle>
 #include <QSharedPointer>
+#include <QVector>
 
 #include <functional>
 #include <initializer_list>
@@ -66,9 +68,17 @@ private:
     static constexpr qint64 KeptBytes = 16 * 1024 * 1024;
     mutable QHash<QByteArray, QPixmap> m_pictures;
     mutable qint64 m_keptBytes = 0;
-    // Shaped texts, by text, font and resolution; cleared when full.
+    // Shaped texts, by text, then font, resolution and direction; cleared when full.
+    struct KeptText
+    {
+        QFont font;
+        int dpi = 0;
+        Qt::LayoutDirection direction = Qt::LeftToRight;
+        QSharedPointer<QTextLayout> layout;
+    };
     static constexpr int KeptTexts = 4096;
-    mutable QHash<QString, QSharedPointer<QTextLayout>> m_texts;
+    mutable QHash<QString, QVector<KeptText>> m_texts;
+    mutable int m_keptTexts = 0;
 };
 
 } // namespace Orvex

@@ -147,8 +147,10 @@ private slots:
         if (pixelSize > 0)
             font.setPixelSize(pixelSize);
         font.setBold(bold);
-        // Twice: the second from the shaping kept by the first.
-        for (int round = 0; round < 2; ++round) {
+        // Again from the shaping kept the first time, then in another size, which is not the same text.
+        for (int round = 0; round < 3; ++round) {
+            if (round == 2)
+                font.setPixelSize(font.pixelSize() > 0 ? font.pixelSize() + 5 : 21);
             QImage own(320, 80, QImage::Format_ARGB32_Premultiplied);
             own.fill(Qt::white);
             QImage drawn = own;
