@@ -226,14 +226,22 @@ void NumericFeature::userValueUpdate()
     }
 }
 
-QWidget* NumericFeature::createInstanceValueWidget(size_t)
+QWidget* NumericFeature::createInstanceValueWidget(size_t a_index)
 {
     auto* spinBox = instanceCount() == 1 ? qobject_cast<QDoubleSpinBox*>(takeKeptValueWidget()) : nullptr;
-    if (!spinBox) {
-        spinBox = new NumericSpinBox(widget());
-        connect(spinBox, &QDoubleSpinBox::editingFinished, this, &NumericFeature::userValueUpdate);
+    if (spinBox) {
+        configureSpinBox(spinBox);
+        return spinBox;
     }
+    spinBox = new NumericSpinBox(widget());
+    connect(spinBox, &QDoubleSpinBox::editingFinished, this, &NumericFeature::userValueUpdate);
+    // A new box writes out and lays out its text again for each of its decimals, range, unit and value.
+    // While its value is its minimum and it has a text for that, it shows that text and leaves its own
+    // alone: set up behind one, it lays out only the value it will show.
+    spinBox->setSpecialValueText(QStringLiteral("-"));
     configureSpinBox(spinBox);
+    writeWidgetValue(spinBox, value(a_index));
+    spinBox->setSpecialValueText(QString());
     return spinBox;
 }
 
