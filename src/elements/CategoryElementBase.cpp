@@ -5,6 +5,8 @@
 #include "elements/FeatureElementBase.h"
 #include "elements/FeatureListFeatureBase.h"
 #include "elements/WindowElement.h"
+#include "widgets/KeptSizeCheckBox.h"
+#include "widgets/KeptSizeLabel.h"
 #include "widgets/ScrollBarRoom.h"
 #include "widgets/StandardIcons.h"
 
@@ -184,8 +186,9 @@ int CategoryElementBase::labelColumnWidthOf(const QVector<CategoryElementBase*>&
     // Measured once per name and kind of label: every mode of a file has the same features.
     static QHash<QString, int> measured;
     constexpr int MeasuredNames = 4096;
-    std::unique_ptr<QLabel> label;
-    std::unique_ptr<QCheckBox> box;
+    // Of the kinds the pages make, so that the hints measured here serve the pages' labels as well.
+    std::unique_ptr<KeptSizeLabel> label;
+    std::unique_ptr<KeptSizeCheckBox> box;
     const QString look = QApplication::font().key() + QString::number(quintptr(QApplication::style()));
     int widest = 0;
     for (const CategoryElementBase* category : a_categories) {
@@ -199,12 +202,12 @@ int CategoryElementBase::labelColumnWidthOf(const QVector<CategoryElementBase*>&
                 QWidget* probe = nullptr;
                 if (toggle) {
                     if (!box)
-                        box = std::make_unique<QCheckBox>();
+                        box = std::make_unique<KeptSizeCheckBox>(QString());
                     box->setText(feature->name());
                     probe = box.get();
                 } else {
                     if (!label)
-                        label = std::make_unique<QLabel>();
+                        label = std::make_unique<KeptSizeLabel>(QString());
                     label->setText(feature->name());
                     probe = label.get();
                 }
@@ -296,7 +299,7 @@ void CategoryElementBase::addFeatureRow(FeatureElementBase* a_feature)
     if (a_feature->isToggleFeature()) {
         label = new FeatureEnableCheckBox(a_feature, m_formWidget);
     } else {
-        label = new QLabel(a_feature->name(), m_formWidget);
+        label = new KeptSizeLabel(a_feature->name(), m_formWidget);
         label->setToolTip(a_feature->annotation());
     }
     QWidget* editor = a_feature->createWidget();

@@ -5,7 +5,7 @@
 namespace Orvex {
 
 FeatureEnableCheckBox::FeatureEnableCheckBox(FeatureElementBase* a_feature, QWidget* a_parent)
-    : QCheckBox(a_feature->name(), a_parent), m_feature(a_feature)
+    : KeptSizeCheckBox(a_feature->name(), a_parent), m_feature(a_feature)
 {
     setObjectName(QStringLiteral("EnableDisableCheckBox"));
     setChecked(a_feature->instanceCount() > 0);

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QCheckBox>
+#include "widgets/KeptSizeCheckBox.h"
+
 #include <QPointer>
 
 namespace Orvex {
@@ -10,7 +11,7 @@ class FeatureElementBase;
 // The check box that stands for an optional feature's label on a page: checked while the feature is
 // present, a click switches it on or off through the feature's undoable user edit, and undo and redo
 // move the box with the feature.
-class FeatureEnableCheckBox : public QCheckBox
+class FeatureEnableCheckBox : public KeptSizeCheckBox
 {
     Q_OBJECT
 

@@ -1,4 +1,6 @@
 #include "widgets/KeptDrawingStyle.h"
+#include "widgets/KeptSizeCheckBox.h"
+#include "widgets/KeptSizeLabel.h"
 
 #include <QCheckBox>
 #include <QImage>
@@ -226,6 +228,54 @@ private slots:
         for (QWidget* field : {drawn.get(), keeping.get()})
             field->setEnabled(!field->isEnabled());
         QCOMPARE(compare(), QString());
+    }
+
+    // Labels and check boxes sharing their measures measure as their own kind does, for their text and
+    // font, and again after either changes.
+    void sizesAsMeasured_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("changed");
+        QTest::addColumn<int>("pixelSize");
+        QTest::newRow("name") << "PixelFormat"
+                              << "Width" << 0;
+        QTest::newRow("long") << "CoolingSetpointTemperatureOfTheSensor"
+                              << "X" << 19;
+        QTest::newRow("empty") << QString() << "Gain" << 0;
+        QTest::newRow("rich") << "<b>Bold</b>"
+                              << "plain" << 0;
+        QTest::newRow("two lines") << "one\ntwo"
+                                   << "one" << 15;
+    }
+
+    void sizesAsMeasured()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, changed);
+        QFETCH(int, pixelSize);
+        QLabel label(text);
+        KeptSizeLabel kept(text);
+        KeptSizeLabel another(text);
+        QCheckBox box(text);
+        KeptSizeCheckBox keptBox(text);
+        const auto same = [&] {
+            return kept.sizeHint() == label.sizeHint() && another.sizeHint() == label.sizeHint() &&
+                   kept.minimumSizeHint() == label.minimumSizeHint() &&
+                   keptBox.sizeHint() == box.sizeHint() && keptBox.minimumSizeHint() == box.minimumSizeHint();
+        };
+        QVERIFY(same());
+        for (QLabel* shown : std::initializer_list<QLabel*>{&label, &kept, &another})
+            shown->setText(changed);
+        box.setText(changed);
+        keptBox.setText(changed);
+        QVERIFY(same());
+        QFont font;
+        font.setBold(true);
+        if (pixelSize > 0)
+            font.setPixelSize(pixelSize);
+        for (QWidget* widget : std::initializer_list<QWidget*>{&label, &kept, &another, &box, &keptBox})
+            widget->setFont(font);
+        QVERIFY(same());
     }
 
     // A proxy of the application's style takes its place, once, whatever style was chosen.
