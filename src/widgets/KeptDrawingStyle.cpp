@@ -130,6 +130,27 @@ void KeptDrawingStyle::drawPrimitive(PrimitiveElement a_element, const QStyleOpt
         drawKept(a_painter, reach, keyOf(*a_option, a_painter, {quint32(a_element)}), drawn);
         return;
     }
+    // A tab bar's base line, broken under the selected tab, and the marks of tabs cut at its ends, drawn
+    // at each switch of tab.
+    if (const auto* base = qstyleoption_cast<const QStyleOptionTabBarBase*>(a_option);
+        base && a_element == PE_FrameTabBarBase) {
+        const QRect selected = base->selectedTabRect.translated(-base->rect.topLeft());
+        const QRect bar = base->tabBarRect.translated(-base->rect.topLeft());
+        drawKept(a_painter, reach,
+                 keyOf(*a_option, a_painter,
+                       {quint32(a_element), quint32(base->shape), quint32(base->documentMode),
+                        quint32(selected.x()), quint32(selected.y()), quint32(selected.width()),
+                        quint32(selected.height()), quint32(bar.x()), quint32(bar.y()), quint32(bar.width()),
+                        quint32(bar.height())}),
+                 drawn);
+        return;
+    }
+    if (const auto* tab = qstyleoption_cast<const QStyleOptionTab*>(a_option);
+        tab && (a_element == PE_IndicatorTabTearLeft || a_element == PE_IndicatorTabTearRight)) {
+        drawKept(a_painter, reach, keyOf(*a_option, a_painter, {quint32(a_element), quint32(tab->shape)}),
+                 drawn);
+        return;
+    }
     const auto* frame = qstyleoption_cast<const QStyleOptionFrame*>(a_option);
     // The line edit of a spin box or combo box has its panel drawn by its owner; which one, the style
     // learns from the line edit's parent.

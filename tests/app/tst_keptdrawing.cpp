@@ -9,6 +9,7 @@
 #include <QPainter>
 #include <QScrollBar>
 #include <QStyleFactory>
+#include <QTabBar>
 #include <QTest>
 
 #include <memory>
@@ -44,7 +45,8 @@ enum class Field
     ReadOnlyLine,
     FramelessLine,
     Bar,
-    Label
+    Label,
+    Tabs
 };
 
 QWidget* makeField(Field a_kind, bool a_enabled, int a_value)
@@ -82,6 +84,16 @@ QWidget* makeField(Field a_kind, bool a_enabled, int a_value)
     case Field::Label:
         field = new QLabel(a_value ? QStringLiteral("PixelFormat") : QStringLiteral("Line one\nline two"));
         break;
+    case Field::Tabs: {
+        // More tabs than the bar has room for: the ones at its ends are cut and marked.
+        auto* tabs = new QTabBar;
+        tabs->setUsesScrollButtons(true);
+        for (const char* name : {"Link", "Sensor", "Timing", "Trigger", "CXP registers before"})
+            tabs->addTab(QString::fromLatin1(name));
+        tabs->setCurrentIndex(a_value);
+        field = tabs;
+        break;
+    }
     }
     field->setEnabled(a_enabled);
     return field;
@@ -195,6 +207,8 @@ private slots:
         QTest::newRow("bar disabled") << int(Field::Bar) << false << 100;
         QTest::newRow("label") << int(Field::Label) << true << 1;
         QTest::newRow("label of two lines") << int(Field::Label) << false << 0;
+        QTest::newRow("tabs") << int(Field::Tabs) << true << 0;
+        QTest::newRow("tabs from the end") << int(Field::Tabs) << true << 4;
     }
 
     void fieldsAsDrawn()
@@ -220,6 +234,8 @@ private slots:
                 box->setCheckState(box->checkState() == Qt::Checked ? Qt::Unchecked : Qt::Checked);
             else if (auto* bar = qobject_cast<QScrollBar*>(field))
                 bar->setValue(bar->value() + bar->pageStep());
+            else if (auto* tabs = qobject_cast<QTabBar*>(field))
+                tabs->setCurrentIndex((tabs->currentIndex() + 2) % tabs->count());
             else
                 field->setEnabled(!field->isEnabled());
         }
