@@ -1,11 +1,13 @@
 #pragma once
 
+#include "widgets/KeptSizeHints.h"
+
 #include <QCheckBox>
 
 namespace Orvex {
 
-// A check box whose size hint is measured once per text, font and style and shared by every box of that
-// text, as KeptSizeLabel does for labels. A box with an icon measures itself as any box does.
+// A check box whose size hint is kept by KeptSizeHints, as KeptSizeLabel's are. A box with an icon
+// measures itself as any box does.
 class KeptSizeCheckBox : public QCheckBox
 {
     Q_OBJECT
@@ -20,9 +22,7 @@ protected:
     void changeEvent(QEvent* a_event) override;
 
 private:
-    // Held for the text it was looked up for until the font or style changes.
-    mutable QString m_hintText;
-    mutable QSize m_hint;
+    mutable KeptSizeHints m_kept;
 };
 
 } // namespace Orvex

@@ -1,13 +1,14 @@
 #pragma once
 
+#include "widgets/KeptSizeHints.h"
+
 #include <QLabel>
 
 namespace Orvex {
 
-// A one-line label whose size hints are measured once per text, font and style and shared by every label
-// of that text: a page's feature names are the same in every mode, and a label measures its text three
-// times over for its hints, shaping it each time. A label set up otherwise (rich text, wrapping, a
-// picture, margins) measures itself as any label does.
+// A one-line label whose size hints are kept by KeptSizeHints: a label measures its text three times
+// over for its hints, shaping it each time. A label set up otherwise (rich text, wrapping, a picture,
+// margins, a frame) measures itself as any label does.
 class KeptSizeLabel : public QLabel
 {
     Q_OBJECT
@@ -22,13 +23,9 @@ protected:
     void changeEvent(QEvent* a_event) override;
 
 private:
-    // Both hints, from the labels measured before or from this one's own measure; held for the text
-    // they were looked up for until the font or style changes, as a label holds its own.
-    std::pair<QSize, QSize> hints() const;
+    KeptSizeHints::Hints hints() const;
 
-    mutable QString m_hintsText;
-    mutable std::pair<QSize, QSize> m_hints;
-    mutable bool m_hintsValid = false;
+    mutable KeptSizeHints m_kept;
 };
 
 } // namespace Orvex
