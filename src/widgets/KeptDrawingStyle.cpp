@@ -193,11 +193,11 @@ void KeptDrawingStyle::drawItemText(QPainter* a_painter, const QRect& a_rect, in
                                     const QPalette& a_palette, bool a_enabled, const QString& a_text,
                                     QPalette::ColorRole a_role) const
 {
-    // The pen as the Fusion style sets it, which draws disabled text in the colours it is given.
     if (a_text.isEmpty() || !keeps(a_painter)) {
         QProxyStyle::drawItemText(a_painter, a_rect, a_flags, a_palette, a_enabled, a_text, a_role);
         return;
     }
+    // The pen as the Fusion style sets it, which draws disabled text in the colours it is given.
     const QPen saved = a_painter->pen();
     if (a_role != QPalette::NoRole)
         a_painter->setPen(QPen(a_palette.brush(a_role), saved.widthF()));
