@@ -4,6 +4,7 @@
 #include "elements/FeatureTableFeatureModel.h"
 #include "elements/StringFeature.h"
 #include "elements/ValueFeatureElementBase.h"
+#include "widgets/KeptSizeHeaderView.h"
 
 #include <QHeaderView>
 #include <QKeyEvent>
@@ -63,7 +64,12 @@ QWidget* FeatureTableFeature::createWidget()
     tree->setDropIndicatorShown(true);
     // The delegate turns dragging on where a press lands on a row handle.
     tree->setDragEnabled(false);
-    tree->header()->setStretchLastSection(true);
+    // The tree's own header, set up as the tree sets it up, but measuring each title once.
+    auto* header = new KeptSizeHeaderView(Qt::Horizontal, tree);
+    header->setSectionsMovable(tree->header()->sectionsMovable());
+    header->setDefaultAlignment(tree->header()->defaultAlignment());
+    header->setStretchLastSection(true);
+    tree->setHeader(header);
     tree->installEventFilter(this);
     setWidget(tree);
 

@@ -33,6 +33,13 @@ bool isPlainLine(const QString& a_text, int a_flags)
     return true;
 }
 
+// A cell that shows its text and nothing else: no box, no icon, no wrapping.
+bool isTextCell(const QStyleOptionViewItem* a_item)
+{
+    return a_item && (a_item->features & QStyleOptionViewItem::HasDisplay) &&
+           (a_item->features & ~(QStyleOptionViewItem::HasDisplay | QStyleOptionViewItem::Alternate)) == 0;
+}
+
 } // namespace
 
 KeptDrawingStyle::KeptDrawingStyle(QStyle* a_base) : QProxyStyle(a_base)
@@ -53,8 +60,12 @@ bool KeptDrawingStyle::keeps(const QPainter* a_painter) const
 {
     return a_painter->transform().type() <= QTransform::TxTranslate &&
            a_painter->compositionMode() == QPainter::CompositionMode_SourceOver &&
-           a_painter->opacity() == 1.0 &&
-           baseStyle()->objectName().compare(QLatin1String("fusion"), Qt::CaseInsensitive) == 0;
+           a_painter->opacity() == 1.0 && drawsByOptions();
+}
+
+bool KeptDrawingStyle::drawsByOptions() const
+{
+    return baseStyle()->objectName().compare(QLatin1String("fusion"), Qt::CaseInsensitive) == 0;
 }
 
 QByteArray KeptDrawingStyle::keyOf(const QStyleOption& a_option, const QPainter* a_painter,
@@ -223,32 +234,7 @@ bool KeptDrawingStyle::drawKeptText(QPainter* a_painter, const QRect& a_rect, in
         return true;
 
     const int dpi = a_painter->device() ? a_painter->device()->logicalDpiY() : 0;
-    QVector<KeptText>& kept = m_texts[a_text];
-    auto found = std::find_if(kept.begin(), kept.end(), [&](const KeptText& a_kept) {
-        return a_kept.dpi == dpi && a_kept.direction == direction && a_kept.font == font;
-    });
-    if (found == kept.end()) {
-        // Laid out as the painter lays out one line: from the left, without wrapping, at the top.
-        auto layout = QSharedPointer<QTextLayout>::create(a_text, font);
-        QTextOption option;
-        option.setTextDirection(direction);
-        option.setAlignment(Qt::AlignLeft);
-        layout->setTextOption(option);
-        layout->setCacheEnabled(true);
-        layout->beginLayout();
-        QTextLine line = layout->createLine();
-        line.setLineWidth(0x01000000);
-        line.setPosition(QPointF(0, 0));
-        layout->endLayout();
-        if (++m_keptTexts > KeptTexts) {
-            m_texts.clear();
-            m_keptTexts = 1;
-        }
-        QVector<KeptText>& fresh = m_texts[a_text];
-        fresh.append({font, dpi, direction, layout});
-        found = fresh.end() - 1;
-    }
-    const QSharedPointer<QTextLayout> layout = found->layout;
+    const QSharedPointer<QTextLayout> layout = keptLine(a_text, font, dpi, direction);
     const QTextLine line = layout->lineAt(0);
     const QRectF area(a_rect);
     const qreal height = line.ascent() + line.descent();
@@ -279,6 +265,126 @@ bool KeptDrawingStyle::drawKeptText(QPainter* a_painter, const QRect& a_rect, in
     if (clip)
         a_painter->restore();
     return true;
+}
+
+void KeptDrawingStyle::drawControl(ControlElement a_element, const QStyleOption* a_option,
+                                   QPainter* a_painter, const QWidget* a_widget) const
+{
+    if (a_element == CE_ItemViewItem && drawKeptItem(a_option, a_painter, a_widget))
+        return;
+    QProxyStyle::drawControl(a_element, a_option, a_painter, a_widget);
+}
+
+bool KeptDrawingStyle::drawKeptItem(const QStyleOption* a_option, QPainter* a_painter,
+                                    const QWidget* a_widget) const
+{
+    const auto* item = qstyleoption_cast<const QStyleOptionViewItem*>(a_option);
+    // A selected cell marked over its text alone is marked where the text is.
+    if (!isTextCell(item) || !keeps(a_painter) || (item->state & (State_Editing | State_HasFocus)) ||
+        ((item->state & State_Selected) && !item->showDecorationSelected) ||
+        item->direction != Qt::LeftToRight || item->font.underline() || item->font.strikeOut() ||
+        item->font.overline() || !isPlainLine(item->text, 0))
+        return false;
+    const Qt::Alignment alignment = visualAlignment(item->direction, item->displayAlignment);
+    // Left as the style turns it for the direction, which it marks absolute.
+    if ((alignment & (Qt::AlignHorizontal_Mask & ~Qt::AlignAbsolute)) != Qt::AlignLeft ||
+        (alignment & Qt::AlignVertical_Mask) != Qt::AlignVCenter)
+        return false;
+
+    const int margin = proxy()->pixelMetric(PM_FocusFrameHMargin, nullptr, a_widget) + 1;
+    const QRect area = keptItemMeasure(SE_ItemViewItemText, item, a_widget).adjusted(margin, 0, -margin, 0);
+    const int dpi = a_painter->device() ? a_painter->device()->logicalDpiY() : 0;
+    const QSharedPointer<QTextLayout> layout = keptLine(item->text, item->font, dpi, item->direction);
+    const QTextLine line = layout->lineAt(0);
+    // Text that does not fit is shortened by the style, with an ellipsis.
+    if (line.naturalTextWidth() > area.width())
+        return false;
+
+    // The cell without its text: its background, and whatever else the style puts there.
+    QStyleOptionViewItem bare(*item);
+    bare.text.clear();
+    QProxyStyle::drawControl(CE_ItemViewItem, &bare, a_painter, a_widget);
+    QPalette::ColorGroup group = (item->state & State_Enabled) ? QPalette::Normal : QPalette::Disabled;
+    if (group == QPalette::Normal && !(item->state & State_Active))
+        group = QPalette::Inactive;
+    a_painter->save();
+    a_painter->setClipRect(item->rect);
+    a_painter->setPen(item->palette.color(group, (item->state & State_Selected) ? QPalette::HighlightedText
+                                                                                : QPalette::Text));
+    // Centred as the style centres the line's whole height, by half pixels where they fall.
+    line.draw(a_painter, QPointF(area.x(), area.y() + (area.height() - line.height()) / 2));
+    a_painter->restore();
+    return true;
+}
+
+QSize KeptDrawingStyle::sizeFromContents(ContentsType a_type, const QStyleOption* a_option,
+                                         const QSize& a_size, const QWidget* a_widget) const
+{
+    const auto* item = qstyleoption_cast<const QStyleOptionViewItem*>(a_option);
+    if (a_type != CT_ItemViewItem || !isTextCell(item) || !drawsByOptions())
+        return QProxyStyle::sizeFromContents(a_type, a_option, a_size, a_widget);
+    return keptItemMeasure(a_type, item, a_widget, a_size).size();
+}
+
+QRect KeptDrawingStyle::keptItemMeasure(int a_measure, const QStyleOptionViewItem* a_item,
+                                        const QWidget* a_widget, const QSize& a_size) const
+{
+    // By the cell's text, font, and the few fields the style reads; each measure shapes the text. The text's
+    // rectangle is kept from the cell's corner, and measured in a cell of the same size.
+    const int dpi = a_item->fontMetrics.fontDpi() > 0 ? qRound(a_item->fontMetrics.fontDpi()) : 0;
+    const QSize given = a_measure == CT_ItemViewItem ? a_size : a_item->rect.size();
+    const auto same = [&](const KeptItemMeasure& a_kept) {
+        return a_kept.measure == a_measure && a_kept.dpi == dpi && a_kept.features == int(a_item->features) &&
+               a_kept.alignment == int(a_item->displayAlignment) &&
+               a_kept.decorationPosition == int(a_item->decorationPosition) &&
+               a_kept.direction == a_item->direction && a_kept.given == given && a_kept.font == a_item->font;
+    };
+    const QVector<KeptItemMeasure>& kept = m_itemMeasures[a_item->text];
+    const auto found = std::find_if(kept.cbegin(), kept.cend(), same);
+    if (found != kept.cend())
+        return found->result.translated(a_item->rect.topLeft());
+    const QRect result =
+        a_measure == CT_ItemViewItem
+            ? QRect(QPoint(), QProxyStyle::sizeFromContents(CT_ItemViewItem, a_item, a_size, a_widget))
+            : QProxyStyle::subElementRect(SubElement(a_measure), a_item, a_widget);
+    if (++m_keptItemMeasures > KeptTexts) {
+        m_itemMeasures.clear();
+        m_keptItemMeasures = 1;
+    }
+    const QPoint corner = a_measure == CT_ItemViewItem ? QPoint() : a_item->rect.topLeft();
+    m_itemMeasures[a_item->text].append({a_item->font, dpi, a_measure, int(a_item->features),
+                                         int(a_item->displayAlignment), int(a_item->decorationPosition),
+                                         a_item->direction, given, result.translated(-corner)});
+    return result;
+}
+
+QSharedPointer<QTextLayout> KeptDrawingStyle::keptLine(const QString& a_text, const QFont& a_font, int a_dpi,
+                                                       Qt::LayoutDirection a_direction) const
+{
+    QVector<KeptText>& kept = m_texts[a_text];
+    auto found = std::find_if(kept.begin(), kept.end(), [&](const KeptText& a_kept) {
+        return a_kept.dpi == a_dpi && a_kept.direction == a_direction && a_kept.font == a_font;
+    });
+    if (found != kept.end())
+        return found->layout;
+    // Laid out as the painter lays out one line: from the left, without wrapping, at the top.
+    auto layout = QSharedPointer<QTextLayout>::create(a_text, a_font);
+    QTextOption option;
+    option.setTextDirection(a_direction);
+    option.setAlignment(Qt::AlignLeft);
+    layout->setTextOption(option);
+    layout->setCacheEnabled(true);
+    layout->beginLayout();
+    QTextLine line = layout->createLine();
+    line.setLineWidth(0x01000000);
+    line.setPosition(QPointF(0, 0));
+    layout->endLayout();
+    if (++m_keptTexts > KeptTexts) {
+        m_texts.clear();
+        m_keptTexts = 1;
+    }
+    m_texts[a_text].append({a_font, a_dpi, a_direction, layout});
+    return layout;
 }
 
 } // namespace Orvex

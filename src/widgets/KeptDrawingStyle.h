@@ -12,6 +12,7 @@
 #include <initializer_list>
 
 class QTextLayout;
+class QStyleOptionViewItem;
 
 namespace Orvex {
 
@@ -38,6 +39,10 @@ public:
                        const QWidget* a_widget = nullptr) const override;
     void drawComplexControl(ComplexControl a_control, const QStyleOptionComplex* a_option,
                             QPainter* a_painter, const QWidget* a_widget = nullptr) const override;
+    void drawControl(ControlElement a_element, const QStyleOption* a_option, QPainter* a_painter,
+                     const QWidget* a_widget = nullptr) const override;
+    QSize sizeFromContents(ContentsType a_type, const QStyleOption* a_option, const QSize& a_size,
+                           const QWidget* a_widget = nullptr) const override;
     void drawItemText(QPainter* a_painter, const QRect& a_rect, int a_flags, const QPalette& a_palette,
                       bool a_enabled, const QString& a_text,
                       QPalette::ColorRole a_role = QPalette::NoRole) const override;
@@ -46,6 +51,11 @@ public:
     // text and font; returns false, drawing nothing, for text the painter lays out otherwise than on one
     // plain line (several lines, tabs, shortcuts, justification, right to left, decorated fonts).
     bool drawKeptText(QPainter* a_painter, const QRect& a_rect, int a_flags, const QString& a_text) const;
+
+    // Draws a cell of an item view that shows text alone as the style draws it, its text from the kept
+    // shaping; returns false, drawing nothing, for any other cell (a box or an icon, several lines, text
+    // the style would shorten, aligned otherwise than left and centred, right to left, being edited).
+    bool drawKeptItem(const QStyleOption* a_option, QPainter* a_painter, const QWidget* a_widget) const;
 
 protected:
     // Whether a picture drawn at the painter's scale and blended as it blends looks as drawing there
@@ -63,6 +73,16 @@ protected:
                   const std::function<void(QPainter*)>& a_draw) const;
 
 private:
+    // Whether the base style draws and measures by the options alone, as the Fusion style does.
+    bool drawsByOptions() const;
+    // a_measure (CT_ItemViewItem, or SE_ItemViewItemText in a_item's rectangle) of a cell that shows text
+    // alone, as the base style measures it, from what is kept.
+    QRect keptItemMeasure(int a_measure, const QStyleOptionViewItem* a_item, const QWidget* a_widget,
+                          const QSize& a_size = QSize()) const;
+    // The shaping of a_text on one line from the left, kept by text, font, resolution and direction.
+    QSharedPointer<QTextLayout> keptLine(const QString& a_text, const QFont& a_font, int a_dpi,
+                                         Qt::LayoutDirection a_direction) const;
+
     // Enough for the parts of several pages in each of their states; cleared, not aged, when full.
     static constexpr int KeptPictures = 256;
     static constexpr qint64 KeptBytes = 16 * 1024 * 1024;
@@ -79,6 +99,22 @@ private:
     static constexpr int KeptTexts = 4096;
     mutable QHash<QString, QVector<KeptText>> m_texts;
     mutable int m_keptTexts = 0;
+    // Measures of cells that show text alone (their size, their text's rectangle), by text, then all
+    // else the style measures them by.
+    struct KeptItemMeasure
+    {
+        QFont font;
+        int dpi = 0;
+        int measure = 0;
+        int features = 0;
+        int alignment = 0;
+        int decorationPosition = 0;
+        Qt::LayoutDirection direction = Qt::LeftToRight;
+        QSize given;
+        QRect result;
+    };
+    mutable QHash<QString, QVector<KeptItemMeasure>> m_itemMeasures;
+    mutable int m_keptItemMeasures = 0;
 };
 
 } // namespace Orvex

@@ -1,5 +1,6 @@
 #include "widgets/KeptDrawingStyle.h"
 #include "widgets/KeptSizeCheckBox.h"
+#include "widgets/KeptSizeHeaderView.h"
 #include "widgets/KeptSizeLabel.h"
 
 #include <QCheckBox>
@@ -8,7 +9,9 @@
 #include <QLineEdit>
 #include <QPainter>
 #include <QScrollBar>
+#include <QStandardItemModel>
 #include <QStyleFactory>
+#include <QStyleOptionViewItem>
 #include <QTabBar>
 #include <QTest>
 
@@ -97,6 +100,29 @@ QWidget* makeField(Field a_kind, bool a_enabled, int a_value)
     }
     field->setEnabled(a_enabled);
     return field;
+}
+
+// Not a feature of a cell: marks a test's cell as selected over its text alone.
+constexpr int TextSelectedAlone = 0x10000;
+
+// A cell of text alone, as a view asks the style to draw and measure it.
+QStyleOptionViewItem cellOption(const QString& a_text, int a_alignment, int a_state, int a_features,
+                                const QRect& a_rect, const QFont& a_font)
+{
+    QStyleOptionViewItem cell;
+    cell.rect = a_rect;
+    cell.text = a_text;
+    cell.displayAlignment = Qt::Alignment(a_alignment);
+    cell.state = QStyle::State(a_state);
+    cell.features = QStyleOptionViewItem::ViewItemFeatures(a_features & ~TextSelectedAlone);
+    cell.showDecorationSelected = !(a_features & TextSelectedAlone);
+    cell.font = a_font;
+    cell.fontMetrics = QFontMetrics(a_font);
+    cell.textElideMode = Qt::ElideRight;
+    cell.palette.setColor(QPalette::Text, QColor(20, 40, 160));
+    cell.palette.setColor(QPalette::Inactive, QPalette::Text, QColor(90, 20, 20));
+    cell.palette.setColor(QPalette::Disabled, QPalette::Text, QColor(150, 150, 150));
+    return cell;
 }
 
 } // namespace
@@ -244,6 +270,142 @@ private slots:
         for (QWidget* field : {drawn.get(), keeping.get()})
             field->setEnabled(!field->isEnabled());
         QCOMPARE(compare(), QString());
+    }
+
+    // A cell of text alone is drawn as the style draws it, its text from the kept shaping, in every
+    // state, size and font; every other cell is left to the style.
+    void itemsAsDrawn_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("alignment");
+        QTest::addColumn<int>("state");
+        QTest::addColumn<int>("features");
+        QTest::addColumn<QRect>("rect");
+        QTest::addColumn<bool>("kept");
+        const int left = Qt::AlignLeft | Qt::AlignVCenter;
+        const int shown = QStyle::State_Enabled | QStyle::State_Active;
+        const int text = QStyleOptionViewItem::HasDisplay;
+        const QRect cell(4, 3, 120, 24);
+        QTest::newRow("value") << "2048" << left << shown << text << cell << true;
+        // A selected row is marked across the whole cell; a cell marking its text alone is the style's.
+        QTest::newRow("selected") << "Mono8" << left << int(shown | QStyle::State_Selected) << text << cell
+                                  << true;
+        QTest::newRow("selected text") << "Mono8" << left << int(shown | QStyle::State_Selected)
+                                       << int(text | TextSelectedAlone) << cell << false;
+        QTest::newRow("inactive") << "Mono8" << left << int(QStyle::State_Enabled) << text << cell << true;
+        QTest::newRow("disabled") << "0" << left << 0 << text << cell << true;
+        QTest::newRow("alternate row")
+            << "1024" << left << shown << int(text | QStyleOptionViewItem::Alternate) << cell << true;
+        QTest::newRow("odd height") << "Default_1" << left << shown << text << QRect(0, 1, 90, 25) << true;
+        QTest::newRow("leading") << "Camera" << int(Qt::AlignLeading | Qt::AlignVCenter) << shown << text
+                                 << cell << true;
+        QTest::newRow("too narrow") << "ROI width" << left << shown << text << QRect(0, 0, 30, 20) << false;
+        QTest::newRow("shortened") << "Mono8 -- Monochrome, 8 bits per pixel." << left << shown << text
+                                   << cell << false;
+        QTest::newRow("centred") << "3" << int(Qt::AlignCenter) << shown << text << cell << false;
+        QTest::newRow("top") << "3" << int(Qt::AlignLeft | Qt::AlignTop) << shown << text << cell << false;
+        QTest::newRow("box") << "On" << left << shown << int(text | QStyleOptionViewItem::HasCheckIndicator)
+                             << cell << false;
+        QTest::newRow("two lines") << "one\ntwo" << left << shown << text << QRect(0, 0, 120, 40) << false;
+        QTest::newRow("focus") << "7" << left << int(shown | QStyle::State_HasFocus) << text << cell << false;
+        QTest::newRow("editing") << "7" << left << int(shown | QStyle::State_Editing) << text << cell
+                                 << false;
+    }
+
+    void itemsAsDrawn()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, alignment);
+        QFETCH(int, state);
+        QFETCH(int, features);
+        QFETCH(QRect, rect);
+        QFETCH(bool, kept);
+        std::unique_ptr<QStyle> plain(QStyleFactory::create(QStringLiteral("Fusion")));
+        KeptDrawingStyle keeping(QStyleFactory::create(QStringLiteral("Fusion")));
+        QFont font;
+        // Again from the shaping kept the first time, then in a font of another size and weight.
+        for (int round = 0; round < 3; ++round) {
+            if (round == 2) {
+                font.setPixelSize(17);
+                font.setBold(true);
+            }
+            const QStyleOptionViewItem cell = cellOption(text, alignment, state, features, rect, font);
+            QImage own(140, 50, QImage::Format_ARGB32_Premultiplied);
+            own.fill(Qt::white);
+            QImage drawn = own;
+            QImage fromStyle = own;
+            QPainter painter(&own);
+            plain->drawControl(QStyle::CE_ItemViewItem, &cell, &painter);
+            painter.end();
+            QPainter keptPainter(&drawn);
+            const bool drewKept = keeping.drawKeptItem(&cell, &keptPainter, nullptr);
+            keptPainter.end();
+            // The larger font may not fit where the first did; then the style shortens it itself.
+            if (round < 2)
+                QCOMPARE(drewKept, kept);
+            if (drewKept)
+                QCOMPARE(firstDifference(drawn, own, 0), QString());
+            QPainter stylePainter(&fromStyle);
+            keeping.drawControl(QStyle::CE_ItemViewItem, &cell, &stylePainter);
+            stylePainter.end();
+            QCOMPARE(firstDifference(fromStyle, own, 0), QString());
+        }
+    }
+
+    // A cell's kept measure is the style's own, for its text and font, and again after either changes.
+    void itemSizesAsMeasured()
+    {
+        std::unique_ptr<QStyle> plain(QStyleFactory::create(QStringLiteral("Fusion")));
+        KeptDrawingStyle keeping(QStyleFactory::create(QStringLiteral("Fusion")));
+        QFont bold;
+        bold.setBold(true);
+        bold.setPixelSize(19);
+        const int text = QStyleOptionViewItem::HasDisplay;
+        for (const QFont& font : {QFont(), bold, QFont()}) {
+            for (const QString& value : {QStringLiteral("2048"), QStringLiteral("Default_12"),
+                                         QStringLiteral("two\nlines"), QStringLiteral("2048")}) {
+                for (const int features : {text, int(text | QStyleOptionViewItem::HasCheckIndicator), text}) {
+                    const QStyleOptionViewItem cell =
+                        cellOption(value, Qt::AlignLeft | Qt::AlignVCenter, QStyle::State_Enabled, features,
+                                   QRect(), font);
+                    QCOMPARE(keeping.sizeFromContents(QStyle::CT_ItemViewItem, &cell, QSize()),
+                             plain->sizeFromContents(QStyle::CT_ItemViewItem, &cell, QSize()));
+                }
+            }
+        }
+    }
+
+    // A header measuring each title once measures as Qt's own, after a title, the font or the sort
+    // indicator changes too.
+    void headerSizesAsMeasured()
+    {
+        QStandardItemModel model(3, 4);
+        model.setHorizontalHeaderLabels({QStringLiteral("X"), QStringLiteral("Offset X"),
+                                         QStringLiteral("Width of the region"), QStringLiteral("Y")});
+        QHeaderView plain(Qt::Horizontal);
+        KeptSizeHeaderView kept(Qt::Horizontal);
+        const auto same = [&] {
+            for (int section = 0; section < model.columnCount(); ++section) {
+                if (kept.sectionSizeHint(section) != plain.sectionSizeHint(section))
+                    return false;
+            }
+            return kept.sizeHint() == plain.sizeHint();
+        };
+        for (QHeaderView* header : {&plain, static_cast<QHeaderView*>(&kept)})
+            header->setModel(&model);
+        QVERIFY(same());
+        model.setHeaderData(0, Qt::Horizontal, QStringLiteral("A much longer title"));
+        QVERIFY(same());
+        QFont font;
+        font.setPixelSize(21);
+        for (QHeaderView* header : {&plain, static_cast<QHeaderView*>(&kept)})
+            header->setFont(font);
+        QVERIFY(same());
+        for (QHeaderView* header : {&plain, static_cast<QHeaderView*>(&kept)})
+            header->setSortIndicatorShown(true);
+        QVERIFY(same());
+        model.setHeaderData(3, Qt::Horizontal, QSize(300, 40), Qt::SizeHintRole);
+        QVERIFY(same());
     }
 
     // Labels and check boxes sharing their measures measure as their own kind does, for their text and
