@@ -292,7 +292,7 @@ bool KeptDrawingStyle::drawKeptItem(const QStyleOption* a_option, QPainter* a_pa
         return false;
 
     const int margin = proxy()->pixelMetric(PM_FocusFrameHMargin, nullptr, a_widget) + 1;
-    const QRect area = keptItemMeasure(SE_ItemViewItemText, item, a_widget).adjusted(margin, 0, -margin, 0);
+    const QRect area = keptItemMeasure(true, item, a_widget).adjusted(margin, 0, -margin, 0);
     const int dpi = a_painter->device() ? a_painter->device()->logicalDpiY() : 0;
     const QSharedPointer<QTextLayout> layout = keptLine(item->text, item->font, dpi, item->direction);
     const QTextLine line = layout->lineAt(0);
@@ -323,18 +323,19 @@ QSize KeptDrawingStyle::sizeFromContents(ContentsType a_type, const QStyleOption
     const auto* item = qstyleoption_cast<const QStyleOptionViewItem*>(a_option);
     if (a_type != CT_ItemViewItem || !isTextCell(item) || !drawsByOptions())
         return QProxyStyle::sizeFromContents(a_type, a_option, a_size, a_widget);
-    return keptItemMeasure(a_type, item, a_widget, a_size).size();
+    return keptItemMeasure(false, item, a_widget, a_size).size();
 }
 
-QRect KeptDrawingStyle::keptItemMeasure(int a_measure, const QStyleOptionViewItem* a_item,
+QRect KeptDrawingStyle::keptItemMeasure(bool a_textRect, const QStyleOptionViewItem* a_item,
                                         const QWidget* a_widget, const QSize& a_size) const
 {
     // By the cell's text, font, and the few fields the style reads; each measure shapes the text. The text's
     // rectangle is kept from the cell's corner, and measured in a cell of the same size.
     const int dpi = a_item->fontMetrics.fontDpi() > 0 ? qRound(a_item->fontMetrics.fontDpi()) : 0;
-    const QSize given = a_measure == CT_ItemViewItem ? a_size : a_item->rect.size();
+    const QSize given = a_textRect ? a_item->rect.size() : a_size;
     const auto same = [&](const KeptItemMeasure& a_kept) {
-        return a_kept.measure == a_measure && a_kept.dpi == dpi && a_kept.features == int(a_item->features) &&
+        return a_kept.textRect == a_textRect && a_kept.dpi == dpi &&
+               a_kept.features == int(a_item->features) &&
                a_kept.alignment == int(a_item->displayAlignment) &&
                a_kept.decorationPosition == int(a_item->decorationPosition) &&
                a_kept.direction == a_item->direction && a_kept.given == given && a_kept.font == a_item->font;
@@ -344,15 +345,15 @@ QRect KeptDrawingStyle::keptItemMeasure(int a_measure, const QStyleOptionViewIte
     if (found != kept.cend())
         return found->result.translated(a_item->rect.topLeft());
     const QRect result =
-        a_measure == CT_ItemViewItem
-            ? QRect(QPoint(), QProxyStyle::sizeFromContents(CT_ItemViewItem, a_item, a_size, a_widget))
-            : QProxyStyle::subElementRect(SubElement(a_measure), a_item, a_widget);
+        a_textRect
+            ? QProxyStyle::subElementRect(SE_ItemViewItemText, a_item, a_widget)
+            : QRect(QPoint(), QProxyStyle::sizeFromContents(CT_ItemViewItem, a_item, a_size, a_widget));
     if (++m_keptItemMeasures > KeptTexts) {
         m_itemMeasures.clear();
         m_keptItemMeasures = 1;
     }
-    const QPoint corner = a_measure == CT_ItemViewItem ? QPoint() : a_item->rect.topLeft();
-    m_itemMeasures[a_item->text].append({a_item->font, dpi, a_measure, int(a_item->features),
+    const QPoint corner = a_textRect ? a_item->rect.topLeft() : QPoint();
+    m_itemMeasures[a_item->text].append({a_item->font, dpi, a_textRect, int(a_item->features),
                                          int(a_item->displayAlignment), int(a_item->decorationPosition),
                                          a_item->direction, given, result.translated(-corner)});
     return result;

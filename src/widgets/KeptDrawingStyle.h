@@ -21,8 +21,10 @@ namespace Orvex {
 // The Fusion style draws each box, panel and bar anew, antialiased and with gradients, and shapes every
 // label's text again at each paint: a fifth of showing a page. Each picture is drawn by the style itself,
 // so what appears is what it would draw; a label is drawn from its kept shaping exactly as the painter
-// would place it, straight onto the widget. Other styles, whose drawing may depend on more than the
-// options they are given, draw as they always do.
+// would place it, straight onto the widget. Item view cells that show text alone keep their measures and
+// their text's shaping the same way, which the style would otherwise redo five times per cell at each
+// paint. Other styles, whose drawing may depend on more than the options they are given, draw as they
+// always do.
 class KeptDrawingStyle : public QProxyStyle
 {
     Q_OBJECT
@@ -75,9 +77,9 @@ protected:
 private:
     // Whether the base style draws and measures by the options alone, as the Fusion style does.
     bool drawsByOptions() const;
-    // a_measure (CT_ItemViewItem, or SE_ItemViewItemText in a_item's rectangle) of a cell that shows text
-    // alone, as the base style measures it, from what is kept.
-    QRect keptItemMeasure(int a_measure, const QStyleOptionViewItem* a_item, const QWidget* a_widget,
+    // The size of a cell that shows text alone, or with a_textRect its text's rectangle in the cell, as
+    // the base style measures it, from what is kept.
+    QRect keptItemMeasure(bool a_textRect, const QStyleOptionViewItem* a_item, const QWidget* a_widget,
                           const QSize& a_size = QSize()) const;
     // The shaping of a_text on one line from the left, kept by text, font, resolution and direction.
     QSharedPointer<QTextLayout> keptLine(const QString& a_text, const QFont& a_font, int a_dpi,
@@ -105,7 +107,7 @@ private:
     {
         QFont font;
         int dpi = 0;
-        int measure = 0;
+        bool textRect = false;
         int features = 0;
         int alignment = 0;
         int decorationPosition = 0;
