@@ -126,4 +126,31 @@ void CheckedSpinBox::updateMark()
     }
 }
 
+QSize CheckedSpinBox::sizeHint() const
+{
+    return hints().first;
+}
+
+QSize CheckedSpinBox::minimumSizeHint() const
+{
+    return hints().second;
+}
+
+void CheckedSpinBox::changeEvent(QEvent* a_event)
+{
+    m_kept.follow(a_event);
+    QDoubleSpinBox::changeEvent(a_event);
+}
+
+KeptSizeHints::Hints CheckedSpinBox::hints() const
+{
+    // What Qt measures a box by, besides its font and style: the texts of both bounds with the affixes
+    // around them, the text shown at the minimum, and whether it has buttons and a frame.
+    const QString measured = textFromValue(minimum()) + QChar(0) + textFromValue(maximum()) + QChar(0) +
+                             prefix() + QChar(0) + suffix() + QChar(0) + specialValueText();
+    return m_kept.of(*this, measured, int(buttonSymbols()) | (hasFrame() ? 4 : 0), [this] {
+        return KeptSizeHints::Hints{QDoubleSpinBox::sizeHint(), QDoubleSpinBox::minimumSizeHint()};
+    });
+}
+
 } // namespace Orvex

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "widgets/KeptSizeHints.h"
+
 #include <QDoubleSpinBox>
 
 namespace Orvex {
@@ -28,10 +30,15 @@ public:
 
     QValidator::State validate(QString& a_text, int& a_position) const override;
     void stepBy(int a_steps) override;
+    // Measured once for each range, affixes, font and style, and shared by every box alike: measuring
+    // shapes the texts of both bounds, on every page that shows a number.
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
 
 protected:
     void keyPressEvent(QKeyEvent* a_event) override;
     void focusOutEvent(QFocusEvent* a_event) override;
+    void changeEvent(QEvent* a_event) override;
 
 private:
     // False for the largest double either way, which stands for no bound.
@@ -39,8 +46,10 @@ private:
     // The number a_text shows where it is one, whatever the range.
     bool readsAsNumber(const QString& a_text, double* a_number) const;
     void updateMark();
+    KeptSizeHints::Hints hints() const;
 
     FieldGuard* m_guard = nullptr;
+    mutable KeptSizeHints m_kept;
 };
 
 } // namespace Orvex

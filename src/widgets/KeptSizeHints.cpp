@@ -17,7 +17,7 @@ constexpr int KeptSizes = 4096;
 KeptSizeHints::Hints KeptSizeHints::of(const QWidget& a_widget, const QString& a_text, int a_setup,
                                        const std::function<Hints()>& a_measure)
 {
-    if (m_valid && m_text == a_text)
+    if (m_valid && m_setup == a_setup && m_text == a_text)
         return m_hints;
     a_widget.ensurePolished();
     static QHash<QString, Hints> kept;
@@ -32,6 +32,7 @@ KeptSizeHints::Hints KeptSizeHints::of(const QWidget& a_widget, const QString& a
         found = kept.insert(key, a_measure());
     }
     m_text = a_text;
+    m_setup = a_setup;
     m_hints = *found;
     m_valid = true;
     return m_hints;

@@ -14,7 +14,7 @@ namespace Orvex {
 // The size hints of a widget whose size depends only on its text, font, style and a set-up of its own,
 // measured once for each of those and shared by every widget alike: a page's feature names are the same
 // in every mode, and measuring a text shapes it. Held per widget, as a widget holds its own hints, until
-// its text changes or it follows a change of font or style.
+// its text or set-up changes or it follows a change of font or style.
 class KeptSizeHints
 {
 public:
@@ -29,6 +29,7 @@ public:
 
 private:
     QString m_text;
+    int m_setup = 0;
     Hints m_hints;
     bool m_valid = false;
 };

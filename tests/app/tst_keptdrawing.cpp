@@ -1,9 +1,11 @@
+#include "widgets/CheckedSpinBox.h"
 #include "widgets/KeptDrawingStyle.h"
 #include "widgets/KeptSizeCheckBox.h"
 #include "widgets/KeptSizeHeaderView.h"
 #include "widgets/KeptSizeLabel.h"
 
 #include <QCheckBox>
+#include <QDoubleSpinBox>
 #include <QImage>
 #include <QLabel>
 #include <QLineEdit>
@@ -15,7 +17,9 @@
 #include <QTabBar>
 #include <QTest>
 
+#include <functional>
 #include <memory>
+#include <vector>
 
 using namespace Orvex;
 
@@ -454,6 +458,41 @@ private slots:
         for (QWidget* widget : std::initializer_list<QWidget*>{&label, &kept, &another, &box, &keptBox})
             widget->setFont(font);
         QVERIFY(same());
+    }
+
+    // Number boxes sharing their measures measure as a plain box does, and again after their range,
+    // affixes, buttons, frame or font change.
+    void boxSizesAsMeasured()
+    {
+        QDoubleSpinBox plain;
+        CheckedSpinBox kept;
+        CheckedSpinBox another;
+        const QList<QDoubleSpinBox*> boxes{&plain, &kept, &another};
+        const auto same = [&] {
+            return kept.sizeHint() == plain.sizeHint() && another.sizeHint() == plain.sizeHint() &&
+                   kept.minimumSizeHint() == plain.minimumSizeHint();
+        };
+        QVERIFY(same());
+        const std::vector<std::function<void(QDoubleSpinBox*)>> changes{
+            [](QDoubleSpinBox* a_box) { a_box->setRange(-5, 100000000); },
+            [](QDoubleSpinBox* a_box) { a_box->setDecimals(4); },
+            [](QDoubleSpinBox* a_box) { a_box->setSuffix(QStringLiteral(" \u00b5s")); },
+            [](QDoubleSpinBox* a_box) { a_box->setPrefix(QStringLiteral("x ")); },
+            [](QDoubleSpinBox* a_box) { a_box->setSpecialValueText(QStringLiteral("Automatic exposure")); },
+            [](QDoubleSpinBox* a_box) { a_box->setButtonSymbols(QAbstractSpinBox::NoButtons); },
+            [](QDoubleSpinBox* a_box) { a_box->setFrame(false); },
+            [](QDoubleSpinBox* a_box) {
+                QFont font;
+                font.setPixelSize(23);
+                a_box->setFont(font);
+            },
+            [](QDoubleSpinBox* a_box) { a_box->setRange(0, 7); },
+        };
+        for (const auto& change : changes) {
+            for (QDoubleSpinBox* box : boxes)
+                change(box);
+            QVERIFY(same());
+        }
     }
 
     // A proxy of the application's style takes its place, once, whatever style was chosen.
