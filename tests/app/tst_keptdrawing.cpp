@@ -476,6 +476,7 @@ private slots:
         const std::vector<std::function<void(QDoubleSpinBox*)>> changes{
             [](QDoubleSpinBox* a_box) { a_box->setRange(-5, 100000000); },
             [](QDoubleSpinBox* a_box) { a_box->setDecimals(4); },
+            [](QDoubleSpinBox* a_box) { a_box->setMaximum(99999999999.0); },
             [](QDoubleSpinBox* a_box) { a_box->setSuffix(QStringLiteral(" \u00b5s")); },
             [](QDoubleSpinBox* a_box) { a_box->setPrefix(QStringLiteral("x ")); },
             [](QDoubleSpinBox* a_box) { a_box->setSpecialValueText(QStringLiteral("Automatic exposure")); },
