@@ -39,17 +39,19 @@ public:
     // same id, the registry points at this one from now on.
     void setId(quint64 a_id);
 
-    QString name() const { return m_name; }
+    // Name, annotation and path by reference: loading, the check and saving read them for every
+    // feature of every mode, where copies cost reference counting and nothing else.
+    const QString& name() const { return m_name; }
     void setName(const QString& a_name);
     // Grows whenever an element that had a name gets another: a view that shows the names of
     // thousands of modes compares it with the one it saw last instead of comparing every name after
     // every step.
     static quint64 nameGeneration();
 
-    QString annotation() const { return m_annotation; }
+    const QString& annotation() const { return m_annotation; }
     void setAnnotation(const QString& a_annotation);
 
-    QStringList elementPath() const { return m_elementPath; }
+    const QStringList& elementPath() const { return m_elementPath; }
     void setElementPath(const QStringList& a_elementPath);
 
     // This element's own raise state, whatever its ancestors are.

@@ -31,9 +31,9 @@ public:
     {
         const QVector<const LumexTreeElement*> nodes =
             a_scopeNode ? m_reader.instanceNodes(a_feature, a_scopeNode) : QVector<const LumexTreeElement*>();
-        const QStringList path = a_feature->elementPath();
+        const QStringList& path = a_feature->elementPath();
         const QStringList segments = a_segments + path.mid(qMin(a_holderPath.size(), path.size()));
-        const QString name = a_feature->name();
+        const QString& name = a_feature->name();
         const bool repeated = a_feature->maxOccurs() != 1;
 
         if (auto* list = qobject_cast<const FeatureListFeatureBase*>(a_feature)) {
@@ -122,7 +122,7 @@ QStringList FeatureIndex::scopePath(const CameraElement* a_camera)
 
 QStringList FeatureIndex::scopePath(const ModeElement* a_mode)
 {
-    return a_mode->elementPath() << QStringLiteral("mode");
+    return QStringList(a_mode->elementPath()) << QStringLiteral("mode");
 }
 
 void FeatureIndex::visit(const CategoryElementBase* a_category, const QStringList& a_scopePath,

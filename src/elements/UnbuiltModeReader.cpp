@@ -39,7 +39,7 @@ QVector<const LumexTreeElement*> UnbuiltModeReader::instanceNodes(const FeatureE
     QVector<const LumexTreeElement*> nodes;
     if (!a_scope)
         return nodes;
-    const QStringList path = a_feature->elementPath();
+    const QStringList& path = a_feature->elementPath();
     if (a_scope != m_lastScope || path != m_lastPath) {
         m_lastScope = a_scope;
         m_lastPath = path;
@@ -48,7 +48,7 @@ QVector<const LumexTreeElement*> UnbuiltModeReader::instanceNodes(const FeatureE
     const LumexTreeElement* holder = m_lastHolder;
     if (!holder)
         return nodes;
-    const QString name = a_feature->name();
+    const QString& name = a_feature->name();
     if (name.isEmpty()) {
         nodes << holder;
         return nodes;

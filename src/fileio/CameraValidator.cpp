@@ -200,7 +200,7 @@ QVector<ValidationProblem> CameraValidator::checkMode(const ModeElement* a_mode)
         return {};
     m_mode = a_mode->name();
     // A mode's features stand below its own "mode" element.
-    const QStringList scope = a_mode->elementPath() << QStringLiteral("mode");
+    const QStringList scope = QStringList(a_mode->elementPath()) << QStringLiteral("mode");
     if (!a_mode->isBuilt() && m_tree && m_camera && m_camera->modeTemplate()) {
         checkUnbuiltMode(a_mode, scope);
         return std::move(m_found);
@@ -301,14 +301,14 @@ QString CameraValidator::Place::holder() const
 
 QString CameraValidator::Place::memberPrefix() const
 {
-    const QString name = feature->name();
+    const QString& name = feature->name();
     return name.isEmpty() ? holder() : joined(holder(), indexed(name, feature->maxOccurs() != 1, instance));
 }
 
 void CameraValidator::checkFeature(const Place& a_place)
 {
     const FeatureElementBase* feature = a_place.feature;
-    const QString name = feature->name();
+    const QString& name = feature->name();
     // A feature of a mode that is not built is read from the nodes of its instances.
     Spot spot;
     const Spot* unbuilt = nullptr;
@@ -356,7 +356,7 @@ void CameraValidator::checkFeature(const Place& a_place)
         return;
     }
     if (auto* list = qobject_cast<const FeatureListFeatureBase*>(feature)) {
-        const QStringList path = feature->elementPath();
+        const QStringList& path = feature->elementPath();
         const QStringList memberHolder = name.isEmpty() ? path : path + QStringList(name);
         Place instancePlace = a_place;
         const QVector<FeatureElementBase*> templates =
@@ -389,7 +389,7 @@ void CameraValidator::checkFeature(const Place& a_place)
 QString CameraValidator::holderPath(const FeatureElementBase* a_feature, const QStringList& a_holderPath,
                                     const QString& a_prefix)
 {
-    const QStringList path = a_feature->elementPath();
+    const QStringList& path = a_feature->elementPath();
     QString holder = a_prefix;
     for (const QString& segment : path.mid(qMin(a_holderPath.size(), path.size())))
         holder = joined(holder, segment);

@@ -434,7 +434,7 @@ LumexParser::LumexParser(LumexTree* a_tree) : m_tree(a_tree)
 void LumexParser::parseCategory(CategoryElementBase* a_category, const PathHint* a_hint)
 {
     // parsePath breathes.
-    const QStringList path = a_category->elementPath();
+    const QStringList& path = a_category->elementPath();
     const Lumex::ConstCamProperty node = parsePath(path, a_hint);
     if (!node) {
         ORVEX_THROW_AT(
@@ -462,7 +462,7 @@ bool LumexParser::parseCategoryPresence(GenericModeCategory* a_category, const P
 {
     // The category's element is named after the category and held by the mode, wherever the category
     // was copied from.
-    const QString name = a_category->name();
+    const QString& name = a_category->name();
     const bool present = !name.isEmpty() && !!a_modeHint.property[name.toUtf8().constData()];
     if (!m_dry)
         a_category->categoryFeature()->setEnabled(present);
@@ -477,9 +477,9 @@ bool LumexParser::parseCategoryPresence(GenericModeCategory* a_category, const P
 void LumexParser::parseFeature(FeatureElementBase* a_feature, const PathHint& a_hint)
 {
     // parsePath breathes.
-    const QString name = a_feature->name();
+    const QString& name = a_feature->name();
     const QByteArray utf8Name = name.toUtf8();
-    const QStringList path = a_feature->elementPath();
+    const QStringList& path = a_feature->elementPath();
     // The features of one category or list instance follow each other with one hint and one path, and
     // each lookup compares names all the way down.
     const bool sameHolder = m_lastHolder.known &&

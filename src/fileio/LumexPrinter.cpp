@@ -419,7 +419,7 @@ Lumex::CamProperty LumexPrinter::printMode(ModeElement* a_mode)
             continue;
         Lumex::CamProperty categoryElement;
         if (generic) {
-            categoryElement = printPath(category->elementPath() << category->name(), &modeHint);
+            categoryElement = printPath(QStringList(category->elementPath()) << category->name(), &modeHint);
             if (categoryElement.isNull()) {
                 ORVEX_THROW(ModeLoadErrorException,
                             QStringLiteral("Unable to print a path for the \"%1\" feature list.")
@@ -440,7 +440,7 @@ Lumex::CamProperty LumexPrinter::printFeatureList(ElementBase* a_list, const Pat
                                                   const LumexTreeElement* a_scopeNode)
 {
     breathe();
-    const QStringList path = a_list->elementPath();
+    const QStringList& path = a_list->elementPath();
     Lumex::CamProperty holder = printPath(path, a_hint);
     if (holder.isNull()) {
         ORVEX_THROW(
@@ -493,8 +493,8 @@ Lumex::CamProperty LumexPrinter::printFeature(FeatureElementBase* a_feature, con
                     QStringLiteral("The \"%1\" feature is an unknown type.").arg(a_feature->name()));
     }
 
-    const QString name = value->name();
-    const QStringList path = value->elementPath();
+    const QString& name = value->name();
+    const QStringList& path = value->elementPath();
     Lumex::CamProperty holder = printPath(path, &a_hint);
     if (holder.isNull())
         ORVEX_THROW(FeatureLoadErrorException,
