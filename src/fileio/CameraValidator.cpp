@@ -339,11 +339,13 @@ void CameraValidator::checkFeature(const Place& a_place)
     if (auto* value = qobject_cast<const ValueFeatureElementBase*>(feature)) {
         for (size_t instance = 0; instance < count; ++instance) {
             if (unbuilt) {
-                // What a template feature found right once is right in every mode that repeats it.
-                const QString text = UnbuiltModeReader::valueText(spot.nodes.at(int(instance))).trimmed();
-                const auto checked = qMakePair(static_cast<const void*>(value), text);
+                // What a template feature found right once is right in every mode that repeats it. The
+                // node's bytes tell it, before they are decoded, for every value of every mode.
+                const auto checked =
+                    qMakePair(static_cast<const void*>(value), spot.nodes.at(int(instance))->value());
                 if (m_cleanValues.contains(checked))
                     continue;
+                const QString text = UnbuiltModeReader::valueText(spot.nodes.at(int(instance))).trimmed();
                 const int found = m_found.size();
                 checkValue(value, instance, a_place, shownName, text, readValue(value, text), unbuilt);
                 if (m_found.size() == found)
@@ -727,14 +729,17 @@ void CameraValidator::collectUnknown(const LumexTreeElement* a_node, const QStri
     const int children = a_node->childCount();
     for (int position = 0; position < children; ++position) {
         const LumexTreeElement* child = a_node->childAt(position);
-        QString mode = a_mode;
-        // Where the path of what is found below starts; the path itself is made only for a problem, as
-        // the walk meets every node of the file.
+        // The walk meets every node of the file: the mode's name is pointed at, not copied, for each.
+        QString modeName;
+        const QString* mode = &a_mode;
+        // Where the path of what is found below starts; the path itself is made only for a problem.
         const LumexTreeElement* pathStart = a_pathStart;
         if (child->isModeElement()) {
             const auto* modeNode = static_cast<const LumexTreeMode*>(child);
             const auto* element = qobject_cast<const ModeElement*>(modeNode->modeObject());
-            mode = element ? element->name() : QString();
+            if (element)
+                modeName = element->name();
+            mode = &modeName;
             pathStart = child;
         }
         const auto shownName = [child] {
@@ -754,7 +759,7 @@ void CameraValidator::collectUnknown(const LumexTreeElement* a_node, const QStri
         if (child->isComment() || child->isSchemaCompliant() || namespaceDeclaration || known ||
             (child->isText() && isBlank(child->value()))) {
             if (!child->isText() && !child->isComment() && !child->isAttribute())
-                collectUnknown(child, mode, pathStart, a_found);
+                collectUnknown(child, *mode, pathStart, a_found);
             if (!known)
                 continue;
         }
@@ -771,8 +776,8 @@ void CameraValidator::collectUnknown(const LumexTreeElement* a_node, const QStri
             continue;
         ValidationProblem problem;
         problem.severity = known ? ValidationProblem::Error : ValidationProblem::Warning;
-        problem.mode = mode;
-        problem.path = unknownPath(child->isText() ? a_node : child, pathStart, mode.isEmpty());
+        problem.mode = *mode;
+        problem.path = unknownPath(child->isText() ? a_node : child, pathStart, mode->isEmpty());
         problem.line = child->line();
         const QString kept = QStringLiteral("the schema does not know it; it is kept and written back");
         if (excess)
@@ -791,7 +796,7 @@ void CameraValidator::collectUnknown(const LumexTreeElement* a_node, const QStri
         else
             problem.message = QStringLiteral("Unknown element <%1>; %2").arg(child->name(), kept);
         problem.locator = nearestKnown(a_node);
-        a_found[mode] << problem;
+        a_found[*mode] << problem;
     }
 }
 

@@ -4,6 +4,7 @@
 #include "elements/UnbuiltModeReader.h"
 #include "fileio/ValidationProblem.h"
 
+#include <QByteArray>
 #include <QHash>
 #include <QRegExp>
 #include <QSet>
@@ -160,8 +161,8 @@ private:
     QHash<const QRegExp*, MatchedValues> m_matched;
     bool m_linesBuilt = false;
     UnbuiltModeReader m_unbuiltReader;
-    // The texts of unbuilt modes' values that a template feature found no problem with.
-    QSet<QPair<const void*, QString>> m_cleanValues;
+    // The bytes, as read, of unbuilt modes' values that a template feature found no problem with.
+    QSet<QPair<const void*, QByteArray>> m_cleanValues;
 };
 
 } // namespace Orvex

@@ -17,6 +17,7 @@
 #include "platform/QNDriver.h"
 #include "widgets/ProgressStepper.h"
 
+#include <QByteArrayList>
 #include <QDebug>
 #include <QFile>
 #include <QFileInfo>
@@ -499,16 +500,19 @@ Lumex::CamProperty LumexPrinter::printFeature(FeatureElementBase* a_feature, con
     if (holder.isNull())
         ORVEX_THROW(FeatureLoadErrorException,
                     QStringLiteral("Unable to print a path for the \"%1\" feature.").arg(name));
-    QStringList texts;
+    // Values go out as UTF-8: an unbuilt mode's are its nodes' bytes as read, without a round trip
+    // through text for every value of every mode.
+    QByteArrayList texts;
     const QVector<const LumexTreeElement*> nodes =
         a_scopeNode ? m_unbuiltReader.instanceNodes(value, a_scopeNode) : QVector<const LumexTreeElement*>();
     if (a_scopeNode) {
+        texts.reserve(nodes.size());
         for (const LumexTreeElement* node : nodes)
-            texts << UnbuiltModeReader::valueText(node);
+            texts << node->value();
     } else {
         texts.reserve(int(value->instanceCount()));
         for (size_t instance = 0; instance < value->instanceCount(); ++instance)
-            texts << value->valueText(instance);
+            texts << value->valueText(instance).toUtf8();
     }
     if (texts.isEmpty())
         return holder;
@@ -518,23 +522,24 @@ Lumex::CamProperty LumexPrinter::printFeature(FeatureElementBase* a_feature, con
                     QStringLiteral("Unnamed feature at path (%1).").arg(joinedPath(path)));
     }
     const QByteArray utf8Name = name.toUtf8();
-    const auto written = [&](const Lumex::Error& a_result, const QString& a_value) {
+    const auto written = [&](const Lumex::Error& a_result, const QByteArray& a_value) {
         if (!a_result) {
-            ORVEX_THROW(FeatureLoadErrorException,
-                        QStringLiteral("Unable to print the value \"%1\" of the \"%2\" feature: %3")
-                            .arg(escaped(a_value), name, escaped(text(a_result.message()))));
+            ORVEX_THROW(
+                FeatureLoadErrorException,
+                QStringLiteral("Unable to print the value \"%1\" of the \"%2\" feature: %3")
+                    .arg(escaped(QString::fromUtf8(a_value)), name, escaped(text(a_result.message()))));
         }
     };
 
     // The markup library escapes what it writes; escaping here as well would escape twice.
     if (value->isAttribute()) {
-        const QString joined = texts.join(QLatin1Char(';'));
-        written(holder.set(utf8Name.constData(), joined.toUtf8().constData()), joined);
+        const QByteArray joined = texts.join(';');
+        written(holder.set(utf8Name.constData(), joined.constData()), joined);
         return holder;
     }
     if (name.isEmpty()) {
         if (texts.size() == 1)
-            written(holder.set(texts.first().toUtf8().constData()), texts.first());
+            written(holder.set(texts.first().constData()), texts.first());
         return holder;
     }
     if (!repeated && texts.size() != 1)
@@ -546,7 +551,7 @@ Lumex::CamProperty LumexPrinter::printFeature(FeatureElementBase* a_feature, con
             ORVEX_THROW(FeatureLoadErrorException,
                         QStringLiteral("Unable to print a path for the \"%1\" feature.").arg(name));
         }
-        written(element.set(texts.at(instance).toUtf8().constData()), texts.at(instance));
+        written(element.set(texts.at(instance).constData()), texts.at(instance));
         writeTreeContent(element, a_scopeNode ? nodes.at(instance) : linkedNode(value, instance));
     }
     return element;
